@@ -1,0 +1,56 @@
+# What every target of the project shares: the language, the warnings, the sanitizers.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_AUTOMOC ON)
+
+find_program(PAIRDECK_CCACHE ccache)
+if(PAIRDECK_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${PAIRDECK_CCACHE})
+endif()
+
+add_library(pairdeck_options INTERFACE)
+target_include_directories(pairdeck_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(
+  pairdeck_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                             -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Werror)
+# The desktop's own libraries use "signals" and "slots" as ordinary names.
+target_compile_definitions(pairdeck_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII
+                                                      QT_NO_CAST_FROM_BYTEARRAY)
+if(PAIRDECK_SANITIZE)
+  target_compile_options(
+    pairdeck_options INTERFACE -fsanitize=${PAIRDECK_SANITIZE} -fno-omit-frame-pointer
+                               -fno-sanitize-recover=all)
+  target_link_options(pairdeck_options INTERFACE -fsanitize=${PAIRDECK_SANITIZE})
+endif()
+
+# pairdeck_room(name SOURCES ... LINKS ... PRIVATE_LINKS ...): one room of the house.
+function(pairdeck_room name)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  add_library(${name} STATIC ${ROOM_SOURCES})
+  target_link_libraries(
+    ${name}
+    PUBLIC ${ROOM_LINKS}
+    PRIVATE pairdeck_options ${ROOM_PRIVATE_LINKS})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+endfunction()
+
+# pairdeck_test(name SOURCES ... LINKS ...): a room's unit tests, run offscreen by ctest.
+function(pairdeck_test name)
+  cmake_parse_arguments(TEST "" "" "SOURCES;LINKS;PROPERTIES" ${ARGN})
+  add_executable(${name} ${TEST_SOURCES})
+  target_link_libraries(${name} PRIVATE pairdeck_options ${TEST_LINKS} GTest::gmock)
+  set(environment
+      QT_QPA_PLATFORM=offscreen
+      "ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1"
+      "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/sanitizers/lsan.supp"
+      "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/sanitizers/tsan.supp:halt_on_error=1"
+      "UBSAN_OPTIONS=print_stacktrace=1")
+  gtest_discover_tests(
+    ${name}
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS unit TIMEOUT 300 ENVIRONMENT "${environment}" ${TEST_PROPERTIES})
+endfunction()

@@ -1,0 +1,131 @@
+#include "platform/foundation/Path.h"
+
+#include <QStringDecoder>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform {
+
+namespace {
+
+constexpr char16_t kEscapeBase = 0xDC00;
+
+bool isEscapedByte(QChar unit) {
+    return unit.unicode() >= kEscapeBase + 0x80 && unit.unicode() <= kEscapeBase + 0xFF;
+}
+
+// Length of the well-formed UTF-8 sequence at the start of `bytes`, 0 if there is none (Unicode
+// 15.0, table 3-7).
+qsizetype sequenceLength(QByteArrayView bytes) {
+    const auto at = [&](qsizetype i) {
+        return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0u;
+    };
+    const auto within = [&](qsizetype i, unsigned low, unsigned high) {
+        return at(i) >= low && at(i) <= high;
+    };
+    const unsigned lead = at(0);
+    if (lead < 0x80) return 1;
+    if (lead >= 0xC2 && lead <= 0xDF) return within(1, 0x80, 0xBF) ? 2 : 0;
+    if (lead >= 0xE0 && lead <= 0xEF) {
+        const unsigned low = lead == 0xE0 ? 0xA0 : 0x80;
+        const unsigned high = lead == 0xED ? 0x9F : 0xBF;
+        return within(1, low, high) && within(2, 0x80, 0xBF) ? 3 : 0;
+    }
+    if (lead >= 0xF0 && lead <= 0xF4) {
+        const unsigned low = lead == 0xF0 ? 0x90 : 0x80;
+        const unsigned high = lead == 0xF4 ? 0x8F : 0xBF;
+        return within(1, low, high) && within(2, 0x80, 0xBF) && within(3, 0x80, 0xBF) ? 4 : 0;
+    }
+    return 0;
+}
+
+}  // namespace
+
+QByteArray fileSystemRepresentation(const QString& path) {
+    QByteArray bytes;
+    bytes.reserve(path.size());
+    qsizetype begin = 0;
+    for (qsizetype i = 0; i < path.size(); ++i) {
+        if (path[i].isHighSurrogate() && i + 1 < path.size() && path[i + 1].isLowSurrogate()) {
+            ++i;
+            continue;
+        }
+        if (!isEscapedByte(path[i])) continue;
+        bytes += QStringView(path).mid(begin, i - begin).toUtf8();
+        bytes += static_cast<char>(path[i].unicode() - kEscapeBase);
+        begin = i + 1;
+    }
+    bytes += QStringView(path).mid(begin).toUtf8();
+    return bytes;
+}
+
+QString stringWithFileSystemRepresentation(QByteArrayView bytes) {
+    QString path;
+    path.reserve(bytes.size());
+    qsizetype begin = 0;
+    for (qsizetype i = 0; i < bytes.size();) {
+        if (const qsizetype length = sequenceLength(bytes.sliced(i)); length > 0) {
+            i += length;
+            continue;
+        }
+        path += QString::fromUtf8(bytes.sliced(begin, i - begin));
+        path += QChar(static_cast<char16_t>(kEscapeBase + static_cast<unsigned char>(bytes[i])));
+        begin = ++i;
+    }
+    path += QString::fromUtf8(bytes.sliced(begin));
+    return path;
+}
+
+QString displayString(const QString& text) {
+    QString shown = text;
+    for (qsizetype i = 0; i < shown.size(); ++i) {
+        if (!shown[i].isSurrogate()) continue;
+        const bool paired =
+            shown[i].isHighSurrogate() && i + 1 < shown.size() && shown[i + 1].isLowSurrogate();
+        if (paired) {
+            ++i;
+        } else {
+            shown[i] = QChar::ReplacementCharacter;
+        }
+    }
+    return shown;
+}
+
+QString lastPathComponent(const QString& path) {
+    qsizetype end = path.size();
+    while (end > 1 && path[end - 1] == QLatin1Char('/'))
+        --end;
+    if (end == 1 && path[0] == QLatin1Char('/')) return path.first(1);
+    const qsizetype slash = QStringView(path).first(end).lastIndexOf(QLatin1Char('/'));
+    return path.mid(slash + 1, end - slash - 1);
+}
+
+std::optional<QByteArray> dataWithContentsOfFile(const QString& path) {
+    // Without O_NONBLOCK the opening of a FIFO would wait for a writer.
+    const int file =
+        ::open(fileSystemRepresentation(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) return std::nullopt;
+    std::optional<QByteArray> content;
+    struct stat status = {};
+    if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+        content.emplace(static_cast<qsizetype>(status.st_size), Qt::Uninitialized);
+        qsizetype filled = 0;
+        while (filled < content->size()) {
+            const ssize_t count = ::read(file, content->data() + filled,
+                                         static_cast<size_t>(content->size() - filled));
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0) content.reset();
+            if (count <= 0) break;
+            filled += count;
+        }
+        if (content) content->truncate(filled);
+    }
+    ::close(file);
+    return content;
+}
+
+}  // namespace platform

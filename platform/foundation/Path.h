@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+namespace platform {
+
+// A path is a QString everywhere in the program. A file's name is bytes to the system, though, and
+// not always valid UTF-8: each byte that does not decode stands in the string as the lone low
+// surrogate U+DC00 + byte, which no valid text contains, and turns back into that byte on the way
+// to the file system. Paths therefore survive the round trip byte for byte.
+
+/// The bytes that the file system knows `path` by.
+QByteArray fileSystemRepresentation(const QString& path);
+
+/// The path that stands for the file system's `bytes`; the inverse of fileSystemRepresentation.
+QString stringWithFileSystemRepresentation(QByteArrayView bytes);
+
+/// `text` as it may be shown: every unpaired surrogate replaced by U+FFFD.
+QString displayString(const QString& text);
+
+/// The last component of `path` (trailing slashes ignored); "/" for the root, empty for empty.
+QString lastPathComponent(const QString& path);
+
+/// The whole content of the regular file at `path`; absent when it can't be read or is a folder, a
+/// FIFO, a socket or a device (none of which is opened for reading without end).
+std::optional<QByteArray> dataWithContentsOfFile(const QString& path);
+
+}  // namespace platform

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace platform {
+
+/// One tag of a media file.
+class MetadataItem {
+  public:
+    /// The tag's format-independent key: "title", "artist", "albumName" or "artwork"; absent for a
+    /// tag that has none of these.
+    std::optional<QString> commonKey() const;
+    /// The value as text; absent when it has no text form.
+    std::optional<QString> stringValue() const;
+    /// The value as bytes (an encoded picture for "artwork"), read from the file when asked for;
+    /// absent when it has none or can no longer be read.
+    std::optional<QByteArray> dataValue() const;
+};
+
+/// The tags of a media file: ID3v1, ID3v2.2 to 2.4, APE and MP4 atoms.
+class MediaAsset {
+  public:
+    /// Opens the file at `path`. Never fails: what is no audio, a folder or unreadable is an asset
+    /// without items, a damaged file has the items that could be read.
+    static MediaAsset URLAssetWithURL(const QString& path);
+
+    /// The items in their order; where several have one key, the one that counts stands last.
+    const QList<MetadataItem>& metadata() const;
+};
+
+}  // namespace platform

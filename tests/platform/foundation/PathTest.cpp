@@ -1,0 +1,51 @@
+#include "platform/foundation/Path.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace platform {
+namespace {
+
+TEST(Path, EveryByteStringSurvivesTheRoundTrip) {
+    for (int first = 1; first < 256; ++first) {
+        for (int second = 1; second < 256; ++second) {
+            const char raw[] = {'a', static_cast<char>(first), static_cast<char>(second), 'z'};
+            const QByteArray bytes(raw, sizeof raw);
+            ASSERT_EQ(fileSystemRepresentation(stringWithFileSystemRepresentation(bytes)), bytes);
+        }
+    }
+    const QByteArray wellFormed = QByteArrayLiteral("caf\xC3\xA9 \xF0\x9F\x8E\xB5.mp3");
+    EXPECT_EQ(stringWithFileSystemRepresentation(wellFormed), QString::fromUtf8(wellFormed));
+    // A surrogate encoded in three bytes is no valid UTF-8 and must not collapse.
+    const QByteArray surrogate = QByteArrayLiteral("\xED\xB2\x80");
+    EXPECT_EQ(fileSystemRepresentation(stringWithFileSystemRepresentation(surrogate)), surrogate);
+}
+
+TEST(Path, WhatIsNoCharacterIsShownAsReplacement) {
+    const QString path = stringWithFileSystemRepresentation("caf\xE9.mp3");
+    EXPECT_EQ(displayString(path), QStringLiteral("caf\uFFFD.mp3"));
+    EXPECT_EQ(displayString(QStringLiteral("\U0001F3B5")), QStringLiteral("\U0001F3B5"));
+}
+
+TEST(Path, LastComponent) {
+    EXPECT_EQ(lastPathComponent(QStringLiteral("/Music/Song.mp3")), QStringLiteral("Song.mp3"));
+    EXPECT_EQ(lastPathComponent(QStringLiteral("/Music/Live.mp3//")), QStringLiteral("Live.mp3"));
+    EXPECT_EQ(lastPathComponent(QStringLiteral("Song.mp3")), QStringLiteral("Song.mp3"));
+    EXPECT_EQ(lastPathComponent(QStringLiteral("///")), QStringLiteral("/"));
+    EXPECT_EQ(lastPathComponent(QString()), QString());
+}
+
+TEST(Path, OnlyRegularFilesAreRead) {
+    const QTemporaryDir folder;
+    const QString fifo = folder.filePath(QStringLiteral("a.mp3"));
+    ASSERT_EQ(::mkfifo(fileSystemRepresentation(fifo).constData(), 0600), 0);
+    EXPECT_FALSE(dataWithContentsOfFile(fifo));
+    EXPECT_FALSE(dataWithContentsOfFile(folder.path()));
+    EXPECT_FALSE(dataWithContentsOfFile(folder.filePath(QStringLiteral("gone"))));
+    EXPECT_FALSE(dataWithContentsOfFile(QStringLiteral("/dev/zero")));
+}
+
+}  // namespace
+}  // namespace platform
