@@ -101,6 +101,13 @@ class Control:
         extents = self.accessible.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
         return extents.x, extents.y, extents.width, extents.height
 
+    def picture(self):
+        """The pixels that the control shows, for telling whether two looks are alike."""
+        left, top, width, height = self.rectangle
+        crop = f"{width}x{height}+{left}+{top}"
+        command = ["import", "-silent", "-window", "root", "-crop", crop, "rgb:-"]
+        return subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout
+
     def resting(self):
         """Whether the control stays in its place for three frames of a transition."""
         before = self.rectangle
