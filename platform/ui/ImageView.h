@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/image/Image.h"
+#include "platform/ui/View.h"
+
+namespace platform {
+
+enum class ImageAlignment { Center = 0 };
+enum class ImageScaling {
+    AxesIndependently = 1,  ///< stretched to the view
+    None = 2,               ///< at the image's own size, clipped to the view
+};
+
+/// A view that shows an image.
+class ImageView : public View {
+    Q_OBJECT
+    /// Radius in points of the corners that the image is clipped to.
+    Q_PROPERTY(double cornerRadius MEMBER cornerRadius_)
+
+  public:
+    explicit ImageView(QWidget* parent = nullptr) : View(parent) {}
+
+    void setImage(const Image& image);
+    const Image& image() const { return image_; }
+    void setImageAlignment(ImageAlignment alignment);
+    ImageAlignment imageAlignment() const { return alignment_; }
+    void setImageScaling(ImageScaling scaling);
+    ImageScaling imageScaling() const { return scaling_; }
+
+  protected:
+    void drawRect(const QRectF& rect) override;
+    /// Draws the image to fill `rect`, within the view's rounded corners.
+    void drawImageInRect(const QRectF& rect);
+
+  private:
+    Image image_;
+    ImageAlignment alignment_ = ImageAlignment::Center;
+    ImageScaling scaling_ = ImageScaling::AxesIndependently;
+    double cornerRadius_ = 0.0;
+};
+
+}  // namespace platform
