@@ -28,7 +28,7 @@ class Deck:
         button = self.control("library")
         if button.checked != (panel == "library"):
             button.click()
-        self.control("tracks" if panel == "library" else "artwork")
+        self.control("tracks" if panel == "library" else "album art")
 
     def titles(self):
         """The titles in the deck's table, which must be on show."""
@@ -47,7 +47,7 @@ class Deck:
 
     def overlay(self):
         """Moves the pointer over the artwork, which brings the transport buttons."""
-        self.control("artwork").hover()
+        self.control("album art").hover()
         return self.control("play/pause")
 
     def press(self, button):

@@ -20,7 +20,7 @@ def show_library(screen, deck, wanted):
     button = screen.find(f"{deck}: library")
     if button.checked != wanted:
         button.click()
-    return screen.find(f"{deck}: {'tracks' if wanted else 'artwork'}")
+    return screen.find(f"{deck}: {'tracks' if wanted else 'album art'}")
 
 
 def play(screen, deck, title):
@@ -34,7 +34,7 @@ def play(screen, deck, title):
 
 def press_play(screen, deck):
     """Presses play or pause, which shows while the pointer is over the artwork."""
-    screen.find(f"{deck}: artwork").hover()
+    screen.find(f"{deck}: album art").hover()
     screen.find(f"{deck}: play/pause").click()
 
 

@@ -221,15 +221,15 @@ class Panels(Scene):
             wanted = button.checked != bool(presses % 2)
             for _ in range(presses):
                 button.click()
-            shown, hidden = ("tracks", "artwork") if wanted else ("artwork", "tracks")
+            shown, hidden = ("tracks", "album art") if wanted else ("album art", "tracks")
             self.deck.control(shown)
             self.screen.gone(f"Left deck: {hidden}")
-            self.other.control("artwork")
+            self.other.control("album art")
 
     def test_overlay_follows_the_pointer(self):
         name = "Left deck: play/pause"
         self.screen.gone(name)
-        artwork = self.deck.control("artwork")
+        artwork = self.deck.control("album art")
         for _ in range(2):
             artwork.hover()
             self.screen.find(name)
