@@ -10,20 +10,53 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <random>
+#include <string>
+#include <vector>
 
 namespace platform {
 namespace {
 
+using testing::ElementsAre;
 using testing::Optional;
+using testing::SizeIs;
+
+// What reaches the disk, in order, and the call that fails as a broken disk would.
+std::vector<std::string> diskCalls;
+std::string failingCall;
+
+bool succeeds(const char* call) {
+    diskCalls.emplace_back(call);
+    errno = EIO;
+    return failingCall != call;
+}
+
+}  // namespace
+
+extern "C" int fsync(int descriptor) {
+    struct stat status = {};
+    ::fstat(descriptor, &status);
+    return succeeds(S_ISDIR(status.st_mode) ? "flush folder" : "flush file")
+               ? static_cast<int>(::syscall(SYS_fsync, descriptor))
+               : -1;
+}
+
+extern "C" int rename(const char* from, const char* to) noexcept {
+    return succeeds("rename") ? static_cast<int>(::syscall(SYS_rename, from, to)) : -1;
+}
+
+namespace {
 
 class UserDefaultsTest : public testing::Test {
   protected:
@@ -210,6 +243,30 @@ TEST_F(UserDefaultsTest, AFullDiskLeavesTheOldFileAndTheChangeWaits) {
                 Optional(DefaultsValue(QString(10'000, u'n'))));
 }
 
+TEST_F(UserDefaultsTest, AChangeIsOnDiskBeforeSynchronizeReturns) {
+    UserDefaults defaults(file);
+    const auto changed = [&](std::int32_t value, const char* failing) {
+        defaults.setValueForKey(value, kKey);
+        diskCalls = {};
+        failingCall = failing;
+        const bool saved = defaults.synchronize();
+        failingCall = {};
+        return saved;
+    };
+    EXPECT_TRUE(changed(1, ""));
+    EXPECT_THAT(diskCalls, ElementsAre("flush file", "rename", "flush folder"));
+    for (const char* failing : {"flush file", "rename"}) {
+        EXPECT_FALSE(changed(2, failing)) << failing;
+        EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(1))) << failing;
+    }
+    EXPECT_FALSE(changed(3, "flush folder")) << "it may not be there after a power cut";
+    diskCalls = {};
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_THAT(diskCalls, ElementsAre("flush file", "rename", "flush folder"));
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_THAT(diskCalls, SizeIs(3)) << "written without a change";
+}
+
 TEST_F(UserDefaultsTest, SymbolicLinksAndModesStayAsTheyAre) {
     const QByteArray target = QFile::encodeName(folder.filePath(QStringLiteral("kept/real.json")));
     ASSERT_EQ(::symlink("link.json", qPrintable(file)), 0);
@@ -247,6 +304,28 @@ TEST_F(UserDefaultsTest, TwoProcessesKeepEachOthersValues) {
     ::close(writer);
     EXPECT_TRUE(ours.synchronize());
     EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(3)));
+}
+
+TEST_F(UserDefaultsTest, TwoProcessesSavingAtOnceLoseNothing) {
+    constexpr std::int32_t kLast = 300;
+    const auto countUnder = [this](const QString& key) {
+        UserDefaults defaults(file);
+        for (std::int32_t count = 1; count <= kLast; ++count) {
+            defaults.setValueForKey(count, key);
+            while (!defaults.synchronize())
+                ::sched_yield();
+        }
+    };
+    const pid_t child = ::fork();
+    if (child == 0) {
+        countUnder(kOther);
+        ::_exit(0);
+    }
+    countUnder(kKey);
+    ::waitpid(child, nullptr, 0);
+    EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(kLast)));
+    EXPECT_THAT(UserDefaults(file).valueForKey(kOther), Optional(DefaultsValue(kLast)));
+    EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json")));
 }
 
 TEST_F(UserDefaultsTest, TheStandardFileStandsInTheFolderOfTheBundle) {
