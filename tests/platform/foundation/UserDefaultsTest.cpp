@@ -21,8 +21,10 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -35,6 +37,9 @@ using testing::SizeIs;
 // What reaches the disk, in order, and the call that fails as a broken disk would.
 std::vector<std::string> diskCalls;
 std::string failingCall;
+
+// Runs between the opening of a file and its locking, when another process may step in.
+std::function<void()> beforeLock;
 
 bool succeeds(const char* call) {
     diskCalls.emplace_back(call);
@@ -50,6 +55,11 @@ extern "C" int fsync(int descriptor) {
     return succeeds(S_ISDIR(status.st_mode) ? "flush folder" : "flush file")
                ? static_cast<int>(::syscall(SYS_fsync, descriptor))
                : -1;
+}
+
+extern "C" int flock(int descriptor, int operation) noexcept {
+    if (const auto stepIn = std::exchange(beforeLock, nullptr)) stepIn();
+    return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
 }
 
 extern "C" int rename(const char* from, const char* to) noexcept {
@@ -304,27 +314,43 @@ TEST_F(UserDefaultsTest, TwoProcessesKeepEachOthersValues) {
     ::close(writer);
     EXPECT_TRUE(ours.synchronize());
     EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(3)));
+
+    // The new file that ours has just opened becomes the other one's settings, and a next one
+    // takes its name.
+    const QByteArray others = R"({"other": 4})";
+    beforeLock = [&] {
+        writeFile(file + QStringLiteral(".new"), others);
+        QFile::remove(file);
+        QFile::rename(file + QStringLiteral(".new"), file);
+        writeFile(file + QStringLiteral(".new"), "");
+    };
+    ours.setValueForKey(5, kKey);
+    EXPECT_FALSE(ours.synchronize());
+    EXPECT_EQ(content(), others);
+    EXPECT_TRUE(ours.synchronize());
+    EXPECT_THAT(UserDefaults(file).valueForKey(kOther), Optional(DefaultsValue(4)));
 }
 
-TEST_F(UserDefaultsTest, TwoProcessesSavingAtOnceLoseNothing) {
-    constexpr std::int32_t kLast = 300;
-    const auto countUnder = [this](const QString& key) {
+TEST_F(UserDefaultsTest, ProcessesSavingAtOnceLoseNothingAndNeverShowHalfAFile) {
+    constexpr std::int32_t kLast = 100;
+    const QString keys[] = {kKey, kOther};
+    for (const QString& key : keys) {
+        if (::fork() != 0) continue;
         UserDefaults defaults(file);
         for (std::int32_t count = 1; count <= kLast; ++count) {
             defaults.setValueForKey(count, key);
             while (!defaults.synchronize())
                 ::sched_yield();
         }
-    };
-    const pid_t child = ::fork();
-    if (child == 0) {
-        countUnder(kOther);
         ::_exit(0);
     }
-    countUnder(kKey);
-    ::waitpid(child, nullptr, 0);
-    EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(kLast)));
-    EXPECT_THAT(UserDefaults(file).valueForKey(kOther), Optional(DefaultsValue(kLast)));
+    for (int running = 2; running > 0;) {
+        const std::optional<QByteArray> seen = dataWithContentsOfFile(file);
+        EXPECT_TRUE(!seen || QJsonDocument::fromJson(*seen).isObject()) << seen->constData();
+        if (::waitpid(-1, nullptr, WNOHANG) > 0) --running;
+    }
+    for (const QString& key : keys)
+        EXPECT_THAT(UserDefaults(file).valueForKey(key), Optional(DefaultsValue(kLast)));
     EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json")));
 }
 
