@@ -182,6 +182,13 @@ TEST_F(UserDefaultsTest, DamagedFilesCountAsEmptyAndAreAllKept) {
     }
     EXPECT_EQ(dataWithContentsOfFile(kept[1]), QByteArray("{\"key\": 1"));
 
+    // A folder in its place is no file of settings, and kept too.
+    QFile::remove(file);
+    QDir().mkpath(file + QStringLiteral("/inside"));
+    EXPECT_EQ(UserDefaults(file).valueForKey(kKey), std::nullopt);
+    EXPECT_TRUE(QFile::exists(file + QStringLiteral(".damaged.6/inside")));
+    writeFile(file, R"({"key": 1})");
+
     // Damage that comes while the program runs costs no value either.
     UserDefaults defaults(file);
     writeFile(file, "{");
@@ -275,6 +282,21 @@ TEST_F(UserDefaultsTest, AChangeIsOnDiskBeforeSynchronizeReturns) {
     EXPECT_THAT(diskCalls, ElementsAre("flush file", "rename", "flush folder"));
     EXPECT_TRUE(defaults.synchronize());
     EXPECT_THAT(diskCalls, SizeIs(3)) << "written without a change";
+}
+
+TEST_F(UserDefaultsTest, WhatCannotBeReadJustNowIsNotTakenForDamaged) {
+    writeFile(file, R"({"key": 1})");
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none = {.rlim_cur = 0, .rlim_max = limit.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    UserDefaults defaults(file);
+    defaults.setValueForKey(2, kOther);
+    EXPECT_FALSE(defaults.synchronize());
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_THAT(defaults.valueForKey(kKey), Optional(DefaultsValue(1)));
+    EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json")));
 }
 
 TEST_F(UserDefaultsTest, SymbolicLinksAndModesStayAsTheyAre) {
