@@ -11,7 +11,13 @@ Button::Button(QWidget* parent) : QAbstractButton(parent) {
     setFont(systemFontOfSize(13.0));
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
-    connect(this, &QAbstractButton::clicked, this, [this] { sendAction(); });
+    connect(this, &QAbstractButton::clicked, this, [this] {
+        if (menu_) {
+            menu_->popup(mapToGlobal(QPoint(0, height() + 4)));
+        } else {
+            sendAction();
+        }
+    });
 }
 
 int Button::state() const {
