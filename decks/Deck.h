@@ -32,9 +32,9 @@ struct Deck {
     float pan;                ///< the channel that the deck sounds on: +1 right, -1 left
     TrackArray& trackArray;   ///< the side's library
 
-    std::unique_ptr<platform::AudioPlayer> player;  ///< null before the first load and for a
-                                                    ///< file that can't be played
-    std::optional<QString> currentURL;              ///< path of the last load
+    std::unique_ptr<platform::AudioPlayer> player = nullptr;  ///< null before the first load and
+                                                              ///< for a file that can't be played
+    std::optional<QString> currentURL = std::nullopt;  ///< path of the last load
     float volume = 1.0F;
     bool shuffle = false;
     std::int64_t repeat = PDRepeatOff;

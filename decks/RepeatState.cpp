@@ -17,5 +17,6 @@ std::int64_t storedRepeatState(const Deck& deck) {
     const auto stored =
         platform::UserDefaults::standardUserDefaults().valueForKey(deck.repeatKey());
     const auto* state = stored ? std::get_if<std::int32_t>(&*stored) : nullptr;
-    return state && (*state == PDRepeatAll || *state == PDRepeatOne) ? *state : PDRepeatOff;
+    const bool isKnown = state && (*state == PDRepeatAll || *state == PDRepeatOne);
+    return isKnown ? *state : std::int64_t{PDRepeatOff};
 }
