@@ -4,18 +4,20 @@
 #include "platform/foundation/Path.h"
 
 #include <QByteArrayList>
+#include <QGuiApplication>
+#include <QScreen>
 
 #include <sys/stat.h>
-
-#include <iterator>
 
 namespace platform {
 
 namespace {
 
+using DesktopPicture = std::optional<QString> (*)(const DesktopScreen&);
+
 struct Desktop {
     const char* name;  // as in XDG_CURRENT_DESKTOP
-    std::optional<QString> (*picture)(int screen);
+    DesktopPicture picture;
 };
 
 constexpr Desktop kDesktops[] = {
@@ -28,7 +30,28 @@ constexpr Desktop kDesktops[] = {
     {"X-Cinnamon", cinnamonDesktopPicture},
     {"Cinnamon", cinnamonDesktopPicture},
     {"MATE", mateDesktopPicture},
+    {"KDE", plasmaDesktopPicture},
+    {"XFCE", xfceDesktopPicture},
 };
+
+// XDG_CURRENT_DESKTOP names the desktop and those it descends from, the closest first.
+DesktopPicture runningDesktop() {
+    for (const QByteArray& name : qgetenv("XDG_CURRENT_DESKTOP").split(':')) {
+        for (const Desktop& desktop : kDesktops) {
+            if (name.compare(desktop.name, Qt::CaseInsensitive) == 0) return desktop.picture;
+        }
+    }
+    return windowManagerDesktopPicture;
+}
+
+DesktopScreen screenWithNumber(int number) {
+    DesktopScreen screen{.number = number, .name = {}, .size = {}};
+    if (const QScreen* shown = QGuiApplication::screens().value(number)) {
+        screen.name = shown->name();
+        screen.size = (QSizeF(shown->size()) * shown->devicePixelRatio()).toSize();
+    }
+    return screen;
+}
 
 bool isFile(const QString& path) {
     struct stat status = {};
@@ -44,17 +67,7 @@ Workspace& Workspace::sharedWorkspace() {
 }
 
 std::optional<QString> Workspace::desktopImageURLForScreen(int screen) const {
-    const QByteArrayList names = qgetenv("XDG_CURRENT_DESKTOP").split(':');
-    std::optional<QString> picture;
-    for (const QByteArray& name : names) {
-        const auto* desktop =
-            std::find_if(std::begin(kDesktops), std::end(kDesktops), [&](const Desktop& known) {
-                return name.compare(known.name, Qt::CaseInsensitive) == 0;
-            });
-        if (desktop == std::end(kDesktops)) continue;
-        picture = desktop->picture(screen);
-        break;
-    }
+    const std::optional<QString> picture = runningDesktop()(screenWithNumber(screen));
     return picture && isFile(*picture) ? picture : std::nullopt;
 }
 

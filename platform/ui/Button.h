@@ -5,6 +5,8 @@
 #include "platform/ui/Control.h"
 
 #include <QAbstractButton>
+#include <QMenu>
+#include <QPointer>
 
 #include <optional>
 
@@ -46,6 +48,9 @@ class Button : public QAbstractButton, public Control {
     /// Redraws the button with its own cell.
     void drawCell() { update(); }
 
+    /// A press opens `menu` (not owned) below the button instead of sending the action.
+    void setMenu(QMenu* menu) { menu_ = menu; }
+
     QSize sizeHint() const override;
 
   protected:
@@ -61,6 +66,7 @@ class Button : public QAbstractButton, public Control {
     QString imageName_;
     QString alternateImageName_;
     std::optional<ButtonCell> cell_;
+    QPointer<QMenu> menu_;
     double imageSize_ = 20.0;
     bool plated_ = false;
     bool mixed_ = false;

@@ -10,6 +10,11 @@ void ImageView::setImage(const Image& image) {
     update();
 }
 
+void ImageView::setImageName(const QString& name) {
+    imageName_ = name;
+    setImage(Image::imageNamed(name));
+}
+
 void ImageView::setImageAlignment(ImageAlignment alignment) {
     alignment_ = alignment;
     update();

@@ -16,12 +16,16 @@ class ImageView : public View {
     Q_OBJECT
     /// Radius in points of the corners that the image is clipped to.
     Q_PROPERTY(double cornerRadius MEMBER cornerRadius_)
+    /// Name of a bundle image to show.
+    Q_PROPERTY(QString imageName READ imageName WRITE setImageName)
 
   public:
     explicit ImageView(QWidget* parent = nullptr) : View(parent) {}
 
     void setImage(const Image& image);
     const Image& image() const { return image_; }
+    void setImageName(const QString& name);
+    QString imageName() const { return imageName_; }
     void setImageAlignment(ImageAlignment alignment);
     ImageAlignment imageAlignment() const { return alignment_; }
     void setImageScaling(ImageScaling scaling);
@@ -34,6 +38,7 @@ class ImageView : public View {
 
   private:
     Image image_;
+    QString imageName_;
     ImageAlignment alignment_ = ImageAlignment::Center;
     ImageScaling scaling_ = ImageScaling::AxesIndependently;
     double cornerRadius_ = 0.0;

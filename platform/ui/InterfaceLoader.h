@@ -32,6 +32,7 @@ struct InterfaceClasses {
 ///   `action`       on a control or menu item: `Target.action`, a controller's or a window's by its
 ///                  object name; without "Target." it travels to the application;
 ///   `target`       on a control whose action is set later: the target alone;
+///   `menu`         on a button: the object name of the menu that it opens;
 ///   `include`      on a widget: a file to load into it, with every {key} of the file replaced by
 ///                  the value that the string list `with` gives as "key=value".
 class Interface {

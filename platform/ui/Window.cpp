@@ -16,7 +16,7 @@ void Window::setBackgroundColor(const QColor& color) {
 }
 
 View* Window::contentView() const {
-    return findChild<View*>(QString(), Qt::FindDirectChildrenOnly);
+    return findChild<View*>(QStringLiteral("contentView"), Qt::FindDirectChildrenOnly);
 }
 
 void Window::makeKeyAndOrderFront() {
@@ -43,7 +43,7 @@ void Window::applyWindowAttributes() {
     // The window system is told when the native window is made, before it is first shown.
     if (testAttribute(Qt::WA_WState_Created)) return;
     setAttribute(Qt::WA_TranslucentBackground, !isOpaque());
-    Qt::WindowFlags flags = windowFlags();
+    Qt::WindowFlags flags = secondary_ ? Qt::Dialog : Qt::Window;
     flags.setFlag(Qt::FramelessWindowHint, borderless_);
     flags.setFlag(Qt::WindowDoesNotAcceptFocus, !canBecomeKeyWindow());
     setWindowFlags(flags);
@@ -63,9 +63,7 @@ void Window::paintEvent(QPaintEvent*) {
 }
 
 void Window::keyPressEvent(QKeyEvent* event) {
-    // As in every dialog, Escape puts a secondary window away; the main window stays.
-    const bool isSecondary = windowType() == Qt::Dialog;
-    if (isSecondary && event->key() == Qt::Key_Escape) {
+    if (secondary_ && event->key() == Qt::Key_Escape) {
         orderOut();
         return;
     }

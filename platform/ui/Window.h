@@ -14,6 +14,8 @@ class Window : public QWidget, public Target {
     Q_OBJECT
     /// Whether the window goes without the desktop's own frame.
     Q_PROPERTY(bool borderless MEMBER borderless_)
+    /// Whether the window only serves another: it is put away by Escape and has no taskbar entry.
+    Q_PROPERTY(bool secondary MEMBER secondary_)
     /// Radius in points of the corners of the painted background.
     Q_PROPERTY(double cornerRadius MEMBER cornerRadius_)
 
@@ -31,7 +33,7 @@ class Window : public QWidget, public Target {
     void setOpaque(bool opaque) { opaque_ = opaque; }
     void setBackgroundColor(const QColor& color);
 
-    /// The view that the interface file placed in the window; null when there is none.
+    /// The view that the interface file calls "contentView"; null when there is none.
     View* contentView() const;
 
     /// Shows the window in front and gives it keyboard focus.
@@ -53,6 +55,7 @@ class Window : public QWidget, public Target {
     QColor backgroundColor_;
     bool opaque_ = true;
     bool borderless_ = false;
+    bool secondary_ = false;
     double cornerRadius_ = 0.0;
 };
 

@@ -1,0 +1,66 @@
+#include "platform/image/ImageDecoder.h"
+
+#include "platform/image/ColourProfile.h"
+#include "platform/image/Exif.h"
+#include "platform/image/JpegDecoder.h"
+#include "platform/image/LargeBuffer.h"
+
+#include <QBuffer>
+#include <QColorSpace>
+#include <QImageReader>
+
+#include <algorithm>
+#include <iterator>
+
+namespace platform {
+
+namespace {
+
+// What the reader's plugins know beyond these has no place in artwork or among wallpapers.
+constexpr const char* kFormats[] = {"png", "webp", "gif", "bmp", "tiff", "svg"};
+
+bool isSixteenBit(QImage::Format format) {
+    return format == QImage::Format_RGBX64 || format == QImage::Format_RGBA64 ||
+           format == QImage::Format_RGBA64_Premultiplied || format == QImage::Format_Grayscale16;
+}
+
+QImage decodedByReader(const QByteArray& data) {
+    QBuffer buffer;
+    buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    // Its own limit, for all pictures of the process, is lower than ours.
+    QImageReader::setAllocationLimit(kMaxDecodedBytes >> 20);
+    QImageReader reader(&buffer);
+    reader.setAutoTransform(true);
+    const QByteArray format = reader.format();
+    if (std::find(std::begin(kFormats), std::end(kFormats), format) == std::end(kFormats))
+        return {};
+    const QSize size = reader.size();
+    const QImage::Format pixels = reader.imageFormat();
+    if (!isDecodableSize(size, isSixteenBit(pixels) ? 8 : 4)) return {};
+    // Read into where it stands, if the plugin agrees on the format.
+    QImage image = largeBitmap(size, pixels);
+    if (!reader.read(&image)) return {};
+    return image;
+}
+
+}  // namespace
+
+bool isDecodableSize(QSize size, qint64 bytesPerPixel) {
+    if (size.isEmpty()) return false;
+    const qint64 pixels = qint64{size.width()} * size.height();
+    return pixels <= kMaxPixels && pixels * bytesPerPixel <= kMaxDecodedBytes;
+}
+
+QImage decodedImage(const QByteArray& data) {
+    if (isJpeg(data)) return decodedJpeg(data);
+    QImage image = decodedByReader(data);
+    if (image.isNull()) return image;
+    image = inStandardColours(image, image.colorSpace().iccProfile());
+    image.setColorSpace(QColorSpace());
+    image.convertTo(QImage::Format_RGBA8888_Premultiplied);
+    image.setDevicePixelRatio(1);
+    return image;
+}
+
+}  // namespace platform

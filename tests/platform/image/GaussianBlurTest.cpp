@@ -1,0 +1,77 @@
+#include "platform/image/GaussianBlur.h"
+#include "tests/platform/image/ReferenceBlur.h"
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+namespace platform {
+namespace {
+
+QImage blurred(const QImage& image, double sigma) {
+    QImage result;
+    GaussianBlur(sigma).blur(image, result);
+    return result;
+}
+
+// Runs with each instruction set that this machine has, the plain one included.
+class EveryInstructionSet : public ::testing::TestWithParam<int64_t> {
+  protected:
+    void SetUp() override {
+        hwy::SetSupportedTargetsForTest(GetParam());
+        hwy::GetChosenTarget().Update(GetParam());
+    }
+    void TearDown() override {
+        hwy::SetSupportedTargetsForTest(0);
+        hwy::GetChosenTarget().DeInit();
+    }
+};
+
+std::vector<int64_t> instructionSets() {
+    std::vector<int64_t> sets{HWY_SCALAR};
+    for (const int64_t set : {HWY_SSSE3, HWY_SSE4, HWY_AVX2, HWY_AVX3}) {
+        if (hwy::SupportedTargets() & set) sets.push_back(set);
+    }
+    return sets;
+}
+
+INSTANTIATE_TEST_SUITE_P(Image, EveryInstructionSet, ::testing::ValuesIn(instructionSets()),
+                         [](const auto& set) { return hwy::TargetName(set.param); });
+
+TEST_P(EveryInstructionSet, IsWithinOneLevelOfTheConvolution) {
+    for (const Subject subject : kSubjects) {
+        const QImage image = pictureOf(subject, {131, 94});
+        for (const double sigma : {0.5, 0.8, 1.3, 4.0, 27.0, 150.0, 300.0}) {
+            EXPECT_LE(ReferenceBlur(image, sigma).greatestError(blurred(image, sigma)), 1.0)
+                << "subject " << static_cast<int>(subject) << ", sigma " << sigma;
+        }
+        EXPECT_EQ(blurred(image, 0), image);
+    }
+}
+
+TEST_P(EveryInstructionSet, HandlesEverySizeDownToOnePixel) {
+    for (const QSize size : {QSize(1, 1), QSize(1, 37), QSize(41, 1), QSize(3, 5), QSize(4, 4),
+                             QSize(5, 3), QSize(6, 9), QSize(7, 2)}) {
+        const QImage image = pictureOf(Subject::TransparentNoise, size);
+        for (const double sigma : {0.0, 1.0, 27.0}) {
+            EXPECT_LE(ReferenceBlur(image, sigma).greatestError(blurred(image, sigma)), 1.0)
+                << size.width() << " x " << size.height() << ", sigma " << sigma;
+        }
+    }
+}
+
+// Long lines are where rounding errors of the recursion would add up.
+TEST_P(EveryInstructionSet, KeepsAFlatPictureFlatFarFromItsEdges) {
+    for (const double sigma : {27.0, 150.0, 300.0}) {
+        const int length = static_cast<int>(14 * sigma);
+        const QImage wide = blurred(pictureOf(Subject::White, {length, 5}), sigma);
+        const QImage tall = blurred(pictureOf(Subject::White, {5, length}), sigma);
+        const QImage short5 = blurred(pictureOf(Subject::White, {5, 5}), sigma);
+        EXPECT_LE(std::abs(qAlpha(wide.pixel(length / 2, 2)) - qAlpha(tall.pixel(2, length / 2))),
+                  1);
+        EXPECT_EQ(qAlpha(wide.pixel(length / 2, 2)), qAlpha(wide.pixel(length / 3, 2)));
+        EXPECT_LE(qAlpha(short5.pixel(2, 2)), qAlpha(wide.pixel(length / 2, 2)));
+    }
+}
+
+}  // namespace
+}  // namespace platform

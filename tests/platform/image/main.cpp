@@ -1,0 +1,10 @@
+#include <QGuiApplication>
+
+#include <gtest/gtest.h>
+
+// Drawing text-free pictures needs the application's fonts and plugins nevertheless.
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    const QGuiApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
