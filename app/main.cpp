@@ -1,0 +1,6 @@
+#include "decks/InterfaceClasses.h"
+#include "platform/ui/Application.h"
+
+int main(int argc, char** argv) {
+    return platform::ApplicationMain(argc, argv, interfaceClasses());
+}

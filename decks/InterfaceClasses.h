@@ -1,0 +1,6 @@
+#pragma once
+
+#include "platform/ui/InterfaceLoader.h"
+
+/// Pairdeck's own classes that its interface files name.
+platform::InterfaceClasses interfaceClasses();

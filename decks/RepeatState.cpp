@@ -1,0 +1,22 @@
+#include "decks/RepeatState.h"
+
+#include "platform/foundation/UserDefaults.h"
+
+platform::Image repeatImage(std::int64_t state) {
+    switch (state) {
+        case PDRepeatAll:
+            return platform::Image::imageNamed(QStringLiteral("Repeat"));
+        case PDRepeatOne:
+            return platform::Image::imageNamed(QStringLiteral("Repeat_one"));
+        default:
+            return platform::Image::imageNamed(QStringLiteral("Repeat_inactive"));
+    }
+}
+
+std::int64_t storedRepeatState(const Deck& deck) {
+    const auto stored =
+        platform::UserDefaults::standardUserDefaults().valueForKey(deck.repeatKey());
+    const auto* state = stored ? std::get_if<std::int32_t>(&*stored) : nullptr;
+    const bool isKnown = state && (*state == PDRepeatAll || *state == PDRepeatOne);
+    return isKnown ? *state : std::int64_t{PDRepeatOff};
+}

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "decks/Deck.h"
+#include "platform/image/Image.h"
+
+#include <cstdint>
+
+/// The button image of a repeat state: "Repeat" for all, "Repeat_one" for one, otherwise
+/// "Repeat_inactive".
+platform::Image repeatImage(std::int64_t state);
+
+/// The deck's stored repeat state; off for no value, a number out of range or another type.
+std::int64_t storedRepeatState(const Deck& deck);

@@ -1,0 +1,137 @@
+#include "library/PDSourceManager.h"
+
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Path.h"
+#include "platform/foundation/UserDefaults.h"
+#include "platform/ui/OpenPanel.h"
+#include "platform/ui/SearchField.h"
+
+using platform::Control;
+using platform::OpenPanel;
+using platform::UserDefaults;
+
+PDSourceManager::PDSourceManager(const Side& side) : side_(side) {
+    outlet(QStringLiteral("tableView"), tableView_);
+    outlet(side.defaultDirectoryLabel, defaultDirectoryLabel_);
+    outlet(QStringLiteral("PDProgressBar"), progressBar_);
+    action(QStringLiteral("loadTracks"), [this](Control*) { loadTracks(); });
+    action(QStringLiteral("changeDefaultDirectory"),
+           [this](Control*) { changeDefaultDirectory(); });
+    action(QStringLiteral("updatePredicate"), [this](Control* sender) {
+        const auto* field = dynamic_cast<platform::SearchField*>(sender);
+        if (field) updatePredicate(field->stringValue());
+    });
+}
+
+void PDSourceManager::awakeFromNib() {
+    searchPredicate_ = SearchPredicate(
+        QStringLiteral("(name contains[cd] $value)or (artist contains[cd] $value) "));
+    std::optional<QString> folder;
+    const auto stored = UserDefaults::standardUserDefaults().valueForKey(side_.defaultDirectoryKey);
+    if (stored) {
+        if (const auto* path = std::get_if<QString>(&*stored)) folder = *path;
+    }
+    if (folder) getTracksFromURL(folder);
+    nameDefaultDirectory(folder);
+}
+
+void PDSourceManager::nameDefaultDirectory(const std::optional<QString>& path) {
+    defaultDirectoryLabel_->setStringValue(
+        QStringLiteral("Current Default Directory:\n%1")
+            .arg(path ? platform::lastPathComponent(*path) : QStringLiteral("None")));
+}
+
+void PDSourceManager::chooseFolder(std::function<void(const QString&)> chosen) const {
+    const auto panel = OpenPanel::openPanel();
+    panel->setTitle(QStringLiteral("Choose a Playlist folder"));
+    panel->setShowsResizeIndicator(true);
+    panel->setShowsHiddenFiles(false);
+    panel->setCanChooseDirectories(true);
+    panel->setAllowsMultipleSelection(false);
+    panel->beginWithCompletionHandler(
+        [panel = panel.get(), chosen = std::move(chosen)](int result) {
+            if (result == OpenPanel::kConfirmed) chosen(panel->path());
+        });
+}
+
+void PDSourceManager::loadTracks() {
+    chooseFolder([this](const QString& path) { getTracksFromURL(path); });
+}
+
+void PDSourceManager::changeDefaultDirectory() {
+    chooseFolder([this](const QString& path) {
+        UserDefaults& defaults = UserDefaults::standardUserDefaults();
+        defaults.setValueForKey(path, side_.defaultDirectoryKey);
+        if (side_.flushesDefaultDirectory) defaults.synchronize();
+        nameDefaultDirectory(path);
+    });
+}
+
+void PDSourceManager::getTracksFromURL(const std::optional<QString>& path) {
+    TrackArray& tracks = side_.trackArray;
+    tracks.clear();
+    QStringList kept;
+    if (path) {
+        for (const QString& entry : platform::FileManager::subpathsOfDirectoryAtPath(*path)) {
+            const bool isAudio =
+                entry.endsWith(QLatin1String(".mp3")) || entry.endsWith(QLatin1String(".m4a"));
+            if (isAudio) kept.append(*path + QLatin1Char('/') + entry);
+        }
+    }
+    progressBar_->setHidden(false);
+    progressBar_->setMinValue(0.0);
+    progressBar_->setMaxValue(static_cast<double>(kept.size()));
+    progressBar_->setDoubleValue(0.0);
+    tracks.reserve(static_cast<size_t>(kept.size()));
+    for (qsizetype i = 0; i < kept.size(); ++i) {
+        progressBar_->setDoubleValue(static_cast<double>(i));
+        // The scan holds the main thread: what is not drawn here is not drawn before it ends.
+        progressBar_->displayIfNeeded();
+        tracks.push_back(PDTrack::trackFromURL(kept[i]));
+    }
+    progressBar_->setHidden(true);
+    currentURL_ = path;
+    tableView_->reloadData();
+}
+
+void PDSourceManager::updatePredicate(const QString& text) {
+    // Every search starts from the whole folder as it is on disk now.
+    getTracksFromURL(currentURL_);
+    if (text.isEmpty()) return;
+    const SearchPredicate predicate =
+        searchPredicate_.predicateWithSubstitutionVariables([&text](const QString& variable) {
+            return variable == QLatin1String("value") ? text : QString();
+        });
+    std::erase_if(side_.trackArray, [&predicate](const auto& track) {
+        return !predicate.evaluate(track->name(), track->artist());
+    });
+    tableView_->reloadData();
+}
+
+std::int64_t PDSourceManager::numberOfRowsInTableView(platform::TableView*) {
+    return static_cast<std::int64_t>(side_.trackArray.size());
+}
+
+QString PDSourceManager::tableViewObjectValueForTableColumnRow(platform::TableView*,
+                                                               const platform::TableColumn& column,
+                                                               std::int64_t row) {
+    return side_.trackArray[static_cast<size_t>(row)]->valueForKey(column.identifier());
+}
+
+PDLeftSourceManager::PDLeftSourceManager()
+    : PDSourceManager({QStringLiteral("PairdeckLeftDefaultDirectory"),
+                       QStringLiteral("PDLeftDefaultDirectoryLabel"), false, trackArray()}) {}
+
+TrackArray& PDLeftSourceManager::trackArray() {
+    static TrackArray tracks;
+    return tracks;
+}
+
+PDRightSourceManager::PDRightSourceManager()
+    : PDSourceManager({QStringLiteral("PairdeckRightDefaultDirectory"),
+                       QStringLiteral("PDRightDefaultDirectoryLabel"), true, trackArray()}) {}
+
+TrackArray& PDRightSourceManager::trackArray() {
+    static TrackArray tracks;
+    return tracks;
+}

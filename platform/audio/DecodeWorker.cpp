@@ -1,0 +1,94 @@
+#include "platform/audio/DecodeWorker.h"
+
+#include <algorithm>
+
+namespace platform::audio {
+
+using std::chrono::milliseconds;
+
+DecodeWorker::~DecodeWorker() {
+    {
+        const std::lock_guard lock(mutex_);
+        ending_ = true;
+    }
+    condition_.notify_one();
+    if (thread_.joinable()) thread_.join();
+}
+
+void DecodeWorker::add(std::shared_ptr<Voice> voice, std::shared_ptr<const Track> track,
+                       const FeedRequest& request) {
+    {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(voices_, [](const auto& known) { return known.expired(); });
+        voices_.push_back(voice);
+        arrivals_.push_back({std::move(voice), std::move(track), request});
+        woken_ = true;
+        if (!thread_.joinable()) thread_ = std::thread(&DecodeWorker::run, this);
+    }
+    condition_.notify_one();
+}
+
+void DecodeWorker::request(const Voice& voice, const FeedRequest& request) {
+    {
+        const std::lock_guard lock(mutex_);
+        requests_.emplace_back(&voice, request);
+        woken_ = true;
+    }
+    condition_.notify_one();
+}
+
+void DecodeWorker::wake() {
+    {
+        const std::lock_guard lock(mutex_);
+        woken_ = true;
+    }
+    condition_.notify_one();
+}
+
+bool DecodeWorker::hasPlayingVoice() const {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(voices_.begin(), voices_.end(), [](const auto& known) {
+        const auto voice = known.lock();
+        return voice && voice->isPlaying() && !voice->isReleased();
+    });
+}
+
+void DecodeWorker::takeMessages() {
+    for (Arrival& arrival : arrivals_) {
+        feeds_.push_back(std::make_unique<VoiceFeed>(std::move(arrival.voice),
+                                                     std::move(arrival.track), mixer_));
+        feeds_.back()->request(arrival.request);
+    }
+    arrivals_.clear();
+    for (const auto& [voice, request] : requests_) {
+        for (const auto& feed : feeds_) {
+            if (&feed->voice() == voice) feed->request(request);
+        }
+    }
+    requests_.clear();
+    woken_ = false;
+}
+
+void DecodeWorker::run() {
+    std::unique_lock lock(mutex_);
+    while (!ending_) {
+        takeMessages();
+        lock.unlock();
+        std::optional<milliseconds> next;
+        for (const auto& feed : feeds_) {
+            const auto due = feed->serve();
+            if (due) next = std::min(next.value_or(*due), *due);
+        }
+        std::erase_if(feeds_, [](const auto& feed) { return feed->isDone(); });
+        lock.lock();
+        const auto called = [this] { return woken_ || ending_; };
+        if (next)
+            condition_.wait_for(lock, *next, called);
+        else
+            condition_.wait(lock, called);
+    }
+    lock.unlock();
+    feeds_.clear();
+}
+
+}  // namespace platform::audio

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/audio/VoiceFeed.h"
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace platform::audio {
+
+/// The thread that decodes all voices ahead of the callback. It starts with the first voice and
+/// sleeps while none plays. The main thread calls it.
+class DecodeWorker {
+  public:
+    explicit DecodeWorker(Mixer& mixer) : mixer_(mixer) {}
+    /// Takes all voices out of the mix.
+    ~DecodeWorker();
+    DecodeWorker(const DecodeWorker&) = delete;
+    DecodeWorker& operator=(const DecodeWorker&) = delete;
+
+    /// Feeds `voice` with `track` from the request on, until the voice is released.
+    void add(std::shared_ptr<Voice> voice, std::shared_ptr<const Track> track,
+             const FeedRequest& request);
+    /// Asks for another place in the song of a voice that was added.
+    void request(const Voice& voice, const FeedRequest& request);
+    /// Looks after all voices now: one was started, stopped or released, or the rate changed.
+    void wake();
+
+    /// True while a voice that was not released plays.
+    bool hasPlayingVoice() const;
+
+  private:
+    struct Arrival {
+        std::shared_ptr<Voice> voice;
+        std::shared_ptr<const Track> track;
+        FeedRequest request;
+    };
+
+    void run();
+    void takeMessages();
+
+    Mixer& mixer_;
+    mutable std::mutex mutex_;
+    std::condition_variable condition_;
+    // Messages to the worker, under the mutex.
+    std::vector<Arrival> arrivals_;
+    std::vector<std::pair<const Voice*, FeedRequest>> requests_;
+    std::vector<std::weak_ptr<Voice>> voices_;
+    bool woken_ = false;
+    bool ending_ = false;
+    // The worker's own.
+    std::vector<std::unique_ptr<VoiceFeed>> feeds_;
+    std::thread thread_;
+};
+
+}  // namespace platform::audio

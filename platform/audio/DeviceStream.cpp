@@ -1,0 +1,110 @@
+#include "platform/audio/DeviceStream.h"
+
+#include "platform/audio/Clock.h"
+#include "platform/audio/Mixer.h"
+#include "platform/audio/ThreadPriority.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace platform::audio {
+
+namespace {
+
+constexpr uint32_t fallbackRate = 48000;
+// The library's own range.
+constexpr uint32_t highestRate = 192000;
+constexpr uint32_t lowestRate = 8000;
+// Chosen by measurement, docs/sound.md: the least without a missing frame under load.
+constexpr uint32_t latencyMilliseconds = 25;
+
+uint32_t deviceRate(cubeb* context) {
+    uint32_t rate = 0;
+    if (cubeb_get_preferred_sample_rate(context, &rate) != CUBEB_OK) return fallbackRate;
+    return std::clamp(rate, lowestRate, highestRate);
+}
+
+}  // namespace
+
+std::unique_ptr<DeviceStream> DeviceStream::open(Mixer& mixer,
+                                                 const std::optional<std::string>& backend) {
+    std::unique_ptr<DeviceStream> opened(new DeviceStream(mixer));
+    const QByteArray name = QCoreApplication::applicationName().toUtf8();
+    cubeb* context = nullptr;
+    if (cubeb_init(&context, name.constData(), backend ? backend->c_str() : nullptr) != CUBEB_OK)
+        return {};
+    opened->context_.reset(context);
+    // The library falls back to another backend silently.
+    if (backend && opened->backend() != *backend) return {};
+    return opened->openStream() ? std::move(opened) : nullptr;
+}
+
+DeviceStream::~DeviceStream() {
+    stop();
+}
+
+bool DeviceStream::openStream() {
+    cubeb_stream_params parameters = {};
+    parameters.format = CUBEB_SAMPLE_FLOAT32NE;
+    parameters.rate = deviceRate(context_.get());
+    parameters.channels = 2;
+    parameters.layout = CUBEB_LAYOUT_STEREO;
+    parameters.prefs = CUBEB_STREAM_PREF_NONE;
+    uint32_t least = 0;
+    if (cubeb_get_min_latency(context_.get(), &parameters, &least) != CUBEB_OK) least = 0;
+    const uint32_t latency = std::max(least, parameters.rate * latencyMilliseconds / 1000);
+    // The stream may ask for its first frames before it is started.
+    mixer_.setRate(static_cast<int>(parameters.rate));
+    mixer_.setLatency(static_cast<double>(latency) / parameters.rate);
+    const QByteArray name = QCoreApplication::applicationName().toUtf8();
+    cubeb_stream* stream = nullptr;
+    if (cubeb_stream_init(context_.get(), &stream, name.constData(), nullptr, nullptr, nullptr,
+                          &parameters, latency, &render, &stateChanged, this) != CUBEB_OK)
+        return false;
+    stream_.reset(stream);
+    return true;
+}
+
+bool DeviceStream::start() {
+    running_ = running_ || cubeb_stream_start(stream_.get()) == CUBEB_OK;
+    return running_;
+}
+
+void DeviceStream::stop() {
+    if (running_) cubeb_stream_stop(stream_.get());
+    running_ = false;
+}
+
+bool DeviceStream::isOutdated() const {
+    return static_cast<int>(deviceRate(context_.get())) != mixer_.rate();
+}
+
+void DeviceStream::measureLatency() {
+    uint32_t frames = 0;
+    if (!running_ || cubeb_stream_get_latency(stream_.get(), &frames) != CUBEB_OK) return;
+    const double left = static_cast<double>(frames) / mixer_.rate();
+    const double since = static_cast<double>(nowNanoseconds() - mixer_.lastBlock()) * 1e-9;
+    // The last block was this much further from the listener when it was delivered.
+    constexpr double longestPeriod = 1.0;
+    mixer_.setLatency(left + std::clamp(since, 0.0, longestPeriod));
+}
+
+pid_t DeviceStream::renderingThread() const {
+    const pthread_t thread = thread_.load(std::memory_order_acquire);
+    return thread == 0 ? 0 : kernelThreadId(thread);
+}
+
+long DeviceStream::render(cubeb_stream*, void* self, const void*, void* out, long frames) {
+    auto& stream = *static_cast<DeviceStream*>(self);
+    stream.thread_.store(pthread_self(), std::memory_order_release);
+    stream.mixer_.render(static_cast<float*>(out), static_cast<size_t>(frames));
+    return frames;
+}
+
+void DeviceStream::stateChanged(cubeb_stream*, void* self, cubeb_state state) {
+    if (state == CUBEB_STATE_ERROR)
+        static_cast<DeviceStream*>(self)->failed_.store(true, std::memory_order_release);
+}
+
+}  // namespace platform::audio

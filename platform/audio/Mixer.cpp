@@ -1,0 +1,45 @@
+#include "platform/audio/Mixer.h"
+
+#include "platform/audio/Clock.h"
+#include "platform/audio/Voice.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace platform::audio {
+
+bool Mixer::add(Voice& voice) {
+    for (auto& slot : voices_) {
+        Voice* empty = nullptr;
+        if (slot.compare_exchange_strong(empty, &voice)) return true;
+    }
+    return false;
+}
+
+void Mixer::remove(Voice& voice) {
+    for (auto& slot : voices_) {
+        Voice* own = &voice;
+        slot.compare_exchange_strong(own, nullptr);
+    }
+    // A block that began before may still hold the voice; any later one finds the slot empty.
+    const uint64_t edge = edges_.load();
+    while (edge % 2 != 0 && edges_.load() == edge)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+void Mixer::render(float* out, size_t frames) {
+    edges_.fetch_add(1);
+    const int64_t now = nowNanoseconds();
+    const int rate = this->rate();
+    std::fill_n(out, 2 * frames, 0.0F);
+    for (auto& slot : voices_) {
+        if (Voice* voice = slot.load()) voice->mix(out, frames, rate, now);
+    }
+    for (size_t i = 0; i < 2 * frames; ++i)
+        out[i] = std::clamp(out[i], -1.0F, 1.0F);
+    lastBlock_.store(now, std::memory_order_release);
+    edges_.fetch_add(1);
+}
+
+}  // namespace platform::audio

@@ -1,0 +1,44 @@
+#include "platform/audio/PacketDecoder.h"
+
+namespace platform::audio {
+
+SampleFormat formatOf(const AVFrame& frame) {
+    return {static_cast<AVSampleFormat>(frame.format), frame.sample_rate,
+            frame.ch_layout.nb_channels, frame.nb_samples};
+}
+
+PacketDecoder::PacketDecoder(const AVCodecParameters& parameters)
+    : packet_(av_packet_alloc()), frame_(av_frame_alloc()) {
+    av_log_set_level(AV_LOG_QUIET);
+    const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
+    if (!codec || codec->type != AVMEDIA_TYPE_AUDIO || !packet_ || !frame_) return;
+    CodecContextPointer context(avcodec_alloc_context3(codec));
+    if (!context || avcodec_parameters_to_context(context.get(), &parameters) < 0) return;
+    context->thread_count = 1;
+    // All samples are wanted; the trimming is the track's.
+    context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
+    if (avcodec_open2(context.get(), codec, nullptr) < 0) return;
+    context_ = std::move(context);
+}
+
+const AVFrame* PacketDecoder::decode(const Track& track, size_t index) {
+    const Packet& packet = track.packets[index];
+    // The library copies a packet that it does not own, padded as its decoders need it.
+    packet_->data =
+        reinterpret_cast<uint8_t*>(const_cast<char*>(track.bytes.constData())) + packet.offset;
+    packet_->size = packet.size;
+    packet_->pts = packet_->dts = packet.start;
+    const int sent = avcodec_send_packet(context_.get(), packet_.get());
+    packet_->data = nullptr;
+    packet_->size = 0;
+    if (sent < 0 && sent != AVERROR(EAGAIN)) return nullptr;
+    if (avcodec_receive_frame(context_.get(), frame_.get()) < 0) return nullptr;
+    const SampleFormat format = formatOf(*frame_);
+    return format.samples > 0 && format.rate > 0 && format.channels > 0 ? frame_.get() : nullptr;
+}
+
+void PacketDecoder::flush() {
+    avcodec_flush_buffers(context_.get());
+}
+
+}  // namespace platform::audio

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/audio/FfmpegPointers.h"
+#include "platform/audio/Track.h"
+
+#include <cstddef>
+
+namespace platform::audio {
+
+/// What a decoded frame holds.
+struct SampleFormat {
+    AVSampleFormat format;
+    int rate;
+    int channels;
+    int samples;  ///< Of this frame, per channel.
+};
+
+SampleFormat formatOf(const AVFrame& frame);
+
+/// One codec at work: packets in, frames out.
+class PacketDecoder {
+  public:
+    /// Silences the library's log on standard error, too: a broken file is no news.
+    explicit PacketDecoder(const AVCodecParameters& parameters);
+
+    /// False when there is no decoder for these parameters; nothing else may then be called.
+    bool isOpen() const { return context_ != nullptr; }
+
+    /// The frame that the track's packet decodes to; null when it gives none. Valid until the next
+    /// call.
+    const AVFrame* decode(const Track& track, size_t packet);
+
+    /// Forgets all packets before.
+    void flush();
+
+  private:
+    CodecContextPointer context_;
+    PacketPointer packet_;
+    FramePointer frame_;
+};
+
+}  // namespace platform::audio

@@ -1,0 +1,166 @@
+#include "platform/audio/SongDecoder.h"
+
+#include <algorithm>
+#include <cmath>
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+namespace platform::audio {
+
+namespace {
+
+// Layer III takes up to 511 bytes of a frame's data from the frames before (ISO/IEC 11172-3,
+// 2.4.2.7), and its filter bank remembers one frame more.
+constexpr int bitReservoir = 511;
+constexpr int mpegHeaderAndSideInfo = 38;
+constexpr size_t filterBankFrames = 2;
+// Transform codecs overlap one frame; spectral band replication remembers some more.
+constexpr size_t overlappingPackets = 4;
+
+/// Nothing that a decoder makes of broken bytes may pass a mixer and poison its sums.
+float tamed(float sample) {
+    constexpr float limit = 4.0F;
+    return std::isfinite(sample) ? std::clamp(sample, -limit, limit) : 0.0F;
+}
+
+}  // namespace
+
+SongDecoder::SongDecoder(std::shared_ptr<const Track> track)
+    : track_(std::move(track)), decoder_(*track_->codec) {}
+
+size_t SongDecoder::prerollStart(size_t packet) const {
+    switch (track_->codec->codec_id) {
+        case AV_CODEC_ID_MP3: {
+            int bytes = 0;
+            while (packet > 0 && bytes < bitReservoir)
+                bytes += std::max(0, track_->packets[--packet].size - mpegHeaderAndSideInfo);
+            return packet - std::min(packet, filterBankFrames);
+        }
+        case AV_CODEC_ID_ALAC:
+        case AV_CODEC_ID_FLAC:
+            return packet;
+        default:
+            return packet - std::min(packet, overlappingPackets);
+    }
+}
+
+void SongDecoder::seek(int64_t sample) {
+    position_ = std::min(sample, track_->length);
+    const int64_t target = std::max<int64_t>(position_, 0) + track_->skip;
+    const auto after =
+        std::upper_bound(track_->packets.begin(), track_->packets.end(), target,
+                         [](int64_t value, const Packet& packet) { return value < packet.start; });
+    const auto at = static_cast<size_t>(after - track_->packets.begin());
+    nextPacket_ = prerollStart(at > 0 ? at - 1 : 0);
+    restart();
+    blockFrames_ = 0;
+    lastDecodedEnd_ = target;
+    brokeOff_ = false;
+}
+
+void SongDecoder::restart() {
+    if (!decoder_.isOpen()) return;
+    if (track_->codec->codec_id != AV_CODEC_ID_AAC) {
+        decoder_.flush();
+        return;
+    }
+    // A flush leaves the band replication's filters and the noise generator as they are; a new
+    // decoder makes a place sound the same whatever was played before. It learns the replication's
+    // settings from the first packet, as later ones need not repeat them.
+    decoder_ = PacketDecoder(*track_->codec);
+    if (!decoder_.isOpen() || nextPacket_ == 0) return;
+    decoder_.decode(*track_, 0);
+    decoder_.flush();
+}
+
+size_t SongDecoder::read(float* stereo, size_t frames) {
+    size_t done = 0;
+    const auto silence = [&](int64_t count) {
+        std::fill_n(stereo + 2 * done, 2 * count, 0.0F);
+        done += static_cast<size_t>(count);
+        position_ += count;
+    };
+    while (done < frames && position_ < track_->length) {
+        const int64_t wanted =
+            std::min(static_cast<int64_t>(frames - done), track_->length - position_);
+        if (position_ < 0) {
+            silence(std::min(wanted, -position_));
+            continue;
+        }
+        const int64_t within = position_ + track_->skip - blockStart_;
+        if (blockFrames_ > 0 && within < 0) {
+            silence(std::min(wanted, -within));
+        } else if (within >= 0 && within < blockFrames_) {
+            const int64_t count = std::min(wanted, blockFrames_ - within);
+            std::copy_n(block_.data() + 2 * within, 2 * count, stereo + 2 * done);
+            done += static_cast<size_t>(count);
+            position_ += count;
+        } else if (!decodeNext()) {
+            brokeOff_ = brokeOff_ || lastDecodedEnd_ < track_->packets.back().start;
+            silence(wanted);
+        }
+    }
+    return done;
+}
+
+bool SongDecoder::decodeNext() {
+    blockFrames_ = 0;
+    while (nextPacket_ < track_->packets.size() && decoder_.isOpen()) {
+        const size_t packet = nextPacket_++;
+        const AVFrame* frame = decoder_.decode(*track_, packet);
+        if (!frame) continue;
+        append(*frame);
+        if (blockFrames_ == 0) continue;
+        blockStart_ = track_->packets[packet].start;
+        lastDecodedEnd_ = blockStart_ + blockFrames_;
+        return true;
+    }
+    return false;
+}
+
+bool SongDecoder::prepareConverter(const SampleFormat& format, const AVFrame& frame) {
+    if (converter_ && converted_.format == format.format && converted_.rate == format.rate &&
+        converted_.channels == format.channels)
+        return true;
+    converter_.reset();
+    AVChannelLayout in = {};
+    if (frame.ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
+        av_channel_layout_default(&in, format.channels);
+    else
+        av_channel_layout_copy(&in, &frame.ch_layout);
+    AVChannelLayout out = {};
+    convertedChannels_ = format.channels == 1 ? 1 : 2;
+    av_channel_layout_default(&out, convertedChannels_);
+    SwrContext* context = nullptr;
+    swr_alloc_set_opts2(&context, &out, AV_SAMPLE_FMT_FLT, track_->rate, &in, format.format,
+                        format.rate, 0, nullptr);
+    av_channel_layout_uninit(&in);
+    converter_.reset(context);
+    // Channels that are mixed together are scaled so that the sum stays within full scale.
+    av_opt_set_double(context, "rematrix_maxval", 1.0, 0);
+    if (!context || swr_init(context) < 0) converter_.reset();
+    converted_ = format;
+    return converter_ != nullptr;
+}
+
+void SongDecoder::append(const AVFrame& frame) {
+    const SampleFormat format = formatOf(frame);
+    if (!prepareConverter(format, frame)) return;
+    const int capacity = swr_get_out_samples(converter_.get(), format.samples);
+    if (capacity <= 0) return;
+    block_.resize(2 * static_cast<size_t>(capacity));
+    auto* out = reinterpret_cast<uint8_t*>(block_.data());
+    auto** in = const_cast<const uint8_t**>(frame.extended_data);
+    blockFrames_ = std::max(0, swr_convert(converter_.get(), &out, capacity, in, format.samples));
+    const auto frames = static_cast<size_t>(blockFrames_);
+    if (convertedChannels_ == 1) {
+        for (size_t i = frames; i-- > 0;)
+            block_[2 * i] = block_[2 * i + 1] = block_[i];
+    }
+    for (size_t i = 0; i < 2 * frames; ++i)
+        block_[i] = tamed(block_[i]);
+}
+
+}  // namespace platform::audio

@@ -1,0 +1,218 @@
+#include "platform/audio/Track.h"
+
+#include "platform/audio/GaplessComment.h"
+#include "platform/audio/MemoryReader.h"
+#include "platform/audio/Mp4Edits.h"
+#include "platform/audio/MpegFrames.h"
+#include "platform/audio/PacketDecoder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace platform::audio {
+
+namespace {
+
+enum class Container { mpegAudio, mp4, other };
+
+// By the bytes alone: a file's name says little about what it holds.
+Container containerOf(QByteArrayView bytes) {
+    if (bytes.size() >= 8 && bytes.sliced(4).startsWith("ftyp")) return Container::mp4;
+    for (const char* magic : {"fLaC", "OggS", "RIFF", "FORM", "caff"}) {
+        if (bytes.startsWith(magic)) return Container::other;
+    }
+    return Container::mpegAudio;
+}
+
+/// Bounds what a stranger's container may be taken for.
+constexpr const char* probedFormats = "aac,aiff,caf,flac,mov,mp3,ogg,wav";
+constexpr int64_t probeSize = 256 * 1024;
+
+FormatContextPointer openContainer(MemoryReader& reader, const char* format) {
+    AVFormatContext* context = avformat_alloc_context();
+    if (!context || !reader.context()) {
+        avformat_free_context(context);
+        return {};
+    }
+    context->pb = reader.context();
+    context->probesize = probeSize;
+    context->format_probesize = probeSize;
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "format_whitelist", probedFormats, 0);
+    // The packets are wanted as they lie in the file; the edits are applied to the samples.
+    av_dict_set(&options, "ignore_editlist", "1", 0);
+    const AVInputFormat* forced = format ? av_find_input_format(format) : nullptr;
+    const int result = avformat_open_input(&context, nullptr, forced, &options);
+    av_dict_free(&options);
+    return FormatContextPointer(result == 0 ? context : nullptr);
+}
+
+AVStream* audioStream(AVFormatContext& container) {
+    const int index = av_find_best_stream(&container, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    return index < 0 ? nullptr : container.streams[index];
+}
+
+CodecParametersPointer copyOf(const AVCodecParameters& parameters) {
+    CodecParametersPointer copy(avcodec_parameters_alloc());
+    if (!copy || avcodec_parameters_copy(copy.get(), &parameters) < 0) return {};
+    return copy;
+}
+
+/// Times in units of `timescale` become samples of the rate that the decoder really gives (which a
+/// stream with spectral band replication announces at half).
+int64_t samplesOf(int64_t time, int rate, int64_t timescale) {
+    return av_rescale(time, rate, timescale);
+}
+
+/// What the first packets that decode at all sound like.
+std::optional<SampleFormat> probeDecoder(const Track& track) {
+    // A broken start is tolerated; a file of noise with a valid header is not searched for long.
+    constexpr size_t attempts = 16;
+    PacketDecoder decoder(*track.codec);
+    if (!decoder.isOpen()) return {};
+    for (size_t i = 0; i < std::min(attempts, track.packets.size()); ++i) {
+        if (const AVFrame* frame = decoder.decode(track, i)) return formatOf(*frame);
+    }
+    return {};
+}
+
+std::shared_ptr<const Track> openMpegAudio(const QByteArray& bytes) {
+    auto frames = readMpegFrames(bytes);
+    if (!frames) return {};
+    auto track = std::make_shared<Track>();
+    track->bytes = bytes;
+    track->codec.reset(avcodec_parameters_alloc());
+    if (!track->codec) return {};
+    constexpr AVCodecID codecs[] = {AV_CODEC_ID_MP1, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3};
+    track->codec->codec_type = AVMEDIA_TYPE_AUDIO;
+    track->codec->codec_id = codecs[frames->layer - 1];
+    track->codec->sample_rate = frames->rate;
+    av_channel_layout_default(&track->codec->ch_layout, frames->channels);
+    track->packets = std::move(frames->packets);
+    track->rate = frames->rate;
+    track->decodedLength = static_cast<int64_t>(track->packets.size()) * frames->samplesPerFrame;
+    track->skip = frames->skip;
+    track->length = frames->length;
+    if (!probeDecoder(*track)) return {};
+    return track;
+}
+
+/// The packets of a container whose table lists them all.
+std::vector<Packet> listedPackets(AVStream& stream, qsizetype fileSize) {
+    std::vector<Packet> packets;
+    const int count = avformat_index_get_entries_count(&stream);
+    packets.reserve(static_cast<size_t>(std::max(count, 0)));
+    for (int i = 0; i < count; ++i) {
+        const AVIndexEntry& entry = *avformat_index_get_entry(&stream, i);
+        // A truncated file has lost the packets past its end.
+        if (entry.pos < 0 || entry.size <= 0 || entry.pos > fileSize - entry.size) continue;
+        packets.push_back({entry.pos, entry.timestamp, entry.size});
+    }
+    return packets;
+}
+
+/// The packets of any other container, read through once and laid end to end in `bytes`.
+std::vector<Packet> collectedPackets(AVFormatContext& container, const AVStream& stream,
+                                     qsizetype fileSize, QByteArray& bytes) {
+    std::vector<Packet> packets;
+    const PacketPointer packet(av_packet_alloc());
+    int64_t next = 0;
+    while (packet && av_read_frame(&container, packet.get()) >= 0) {
+        const bool ours = packet->stream_index == stream.index && packet->size > 0;
+        if (ours && bytes.size() + packet->size <= fileSize) {
+            const int64_t start = packet->pts == AV_NOPTS_VALUE ? next : packet->pts;
+            packets.push_back({bytes.size(), start, packet->size});
+            bytes.append(reinterpret_cast<const char*>(packet->data), packet->size);
+            next = start + packet->duration;
+        }
+        av_packet_unref(packet.get());
+    }
+    return packets;
+}
+
+/// Puts the packets' times on the scale of decoded samples, counted from 0 and rising.
+void rescaleTimes(Track& track, int64_t timescale) {
+    const int64_t origin = track.packets.front().start;
+    int64_t previous = -1;
+    for (Packet& packet : track.packets) {
+        packet.start = samplesOf(packet.start - origin, track.rate, timescale);
+        packet.start = std::max(packet.start, previous + 1);
+        previous = packet.start;
+    }
+}
+
+/// The song is what the comment says or, without one, what the edit list says. The edit list counts
+/// in the movie's coarse units; where the packets' own times agree with it as far as those reach,
+/// they tell the length to the sample.
+void trimMp4(Track& track, const Mp4Edits& edits, QByteArrayView movie, int samplesPerPacket) {
+    std::optional<int64_t> length;
+    if (const auto comment = readGaplessComment(movie)) {
+        const int64_t all = comment->delay + comment->length + comment->padding;
+        const auto packets = static_cast<int64_t>(track.packets.size());
+        // Some encoders count the samples before spectral band replication doubles them.
+        const int64_t scale = all > 0 && 2 * all <= (packets + 1) * samplesPerPacket ? 2 : 1;
+        track.skip = comment->delay * scale;
+        length = comment->length * scale;
+    } else if (edits.timescale > 0) {
+        track.skip = samplesOf(edits.mediaTime, track.rate, edits.timescale);
+        const double seconds = edits.editSeconds;
+        const int64_t rest = track.decodedLength - track.skip;
+        const double differs = std::abs(seconds - static_cast<double>(rest) / track.rate);
+        if (seconds > 0 && differs > edits.editPrecision)
+            length = std::llround(std::min(seconds * track.rate, 1e15));
+    }
+    if (track.skip < 0 || track.skip >= track.decodedLength) track.skip = 0;
+    const int64_t available = track.decodedLength - track.skip;
+    track.length = length && *length > 0 ? std::min(*length, available) : available;
+}
+
+std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char* format) {
+    MemoryReader reader(bytes);
+    const FormatContextPointer container = openContainer(reader, format);
+    if (!container) return {};
+    AVStream* stream = audioStream(*container);
+    if (!stream) return {};
+    const bool isMp4 = std::strstr(container->iformat->name, "mp4") != nullptr;
+    const Mp4Edits edits =
+        isMp4 ? readMp4Edits(bytes, static_cast<uint32_t>(stream->id)) : Mp4Edits();
+    auto track = std::make_shared<Track>();
+    if (isMp4 && !edits.fragmented) {
+        track->packets = listedPackets(*stream, bytes.size());
+        track->bytes = bytes;
+    } else {
+        track->packets = collectedPackets(*container, *stream, bytes.size(), track->bytes);
+    }
+    track->codec = copyOf(*stream->codecpar);
+    if (track->packets.empty() || !track->codec) return {};
+    const auto sound = probeDecoder(*track);
+    if (!sound) return {};
+    track->rate = sound->rate;
+    const AVRational unit = stream->time_base;
+    const int64_t timescale = std::max<int64_t>(1, unit.den / std::max(1, unit.num));
+    rescaleTimes(*track, timescale);
+    const int64_t lastEnd = track->packets.back().start + sound->samples;
+    const int64_t told =
+        stream->duration > 0 ? samplesOf(stream->duration, sound->rate, timescale) : lastEnd;
+    track->decodedLength = std::min(lastEnd, std::max(told, track->packets.back().start + 1));
+    trimMp4(*track, edits, isMp4 ? mp4MovieBox(bytes) : QByteArrayView(), sound->samples);
+    return track;
+}
+
+}  // namespace
+
+std::shared_ptr<const Track> openTrack(const QByteArray& bytes) {
+    switch (containerOf(bytes)) {
+        case Container::mp4:
+            if (!readMp4Edits(bytes, 0).plausible) return {};
+            return openWithLibrary(bytes, "mov");
+        case Container::mpegAudio:
+            if (auto track = openMpegAudio(bytes)) return track;
+            break;
+        case Container::other:
+            break;
+    }
+    return openWithLibrary(bytes, nullptr);
+}
+
+}  // namespace platform::audio

@@ -1,0 +1,127 @@
+#include "platform/audio/Voice.h"
+
+#include <algorithm>
+
+namespace platform::audio {
+
+namespace {
+
+// Long enough that no step is heard, short enough to feel immediate.
+constexpr double rampSeconds = 0.006;
+
+size_t rampFrames(int rate) {
+    return static_cast<size_t>(rampSeconds * rate);
+}
+
+}  // namespace
+
+void Voice::setEndNotice(std::function<void(uint64_t, bool)> notice) {
+    const std::lock_guard lock(noticeMutex_);
+    notice_ = std::move(notice);
+}
+
+void Voice::noticeEnd(uint64_t request, bool decoded) {
+    const std::lock_guard lock(noticeMutex_);
+    if (notice_) notice_(request, decoded);
+}
+
+void Voice::offer(Lane* lane) {
+    ++offers_;
+    offered_.store(lane, std::memory_order_release);
+}
+
+Lane* Voice::takeBack() {
+    Lane* lane = offered_.exchange(nullptr, std::memory_order_acq_rel);
+    if (lane) --offers_;
+    return lane;
+}
+
+void Voice::takeOffer(int rate) {
+    // While one lane still fades out, the next has to wait: there are only two.
+    if (old_) return;
+    Lane* lane = offered_.exchange(nullptr, std::memory_order_acq_rel);
+    if (!lane) return;
+    const bool audible = active_ && active_->rate == rate && !gains_.isSilent();
+    if (audible) {
+        old_ = active_;
+        fadeLength_ = fadeLeft_ = rampFrames(rate);
+    }
+    active_ = lane;
+    delivered_ = 0;
+    ++takes_;
+}
+
+void Voice::fadeOutOld(size_t frames) {
+    const auto total = static_cast<float>(fadeLength_);
+    size_t left = fadeLeft_;
+    old_->ring.read(std::min(frames, fadeLeft_), [&](const float* span, size_t done, size_t count) {
+        for (size_t i = 0; i < count; ++i) {
+            const float gain = static_cast<float>(--left) / total;
+            chunk_[2 * (done + i)] += gain * span[2 * i];
+            chunk_[2 * (done + i) + 1] += gain * span[2 * i + 1];
+        }
+    });
+}
+
+void Voice::fillChunk(size_t frames) {
+    chunk_.fill(0);
+    const size_t fading = fadeLeft_;
+    const auto total = static_cast<float>(std::max<size_t>(fadeLength_, 1));
+    // Asked before reading: whoever sees it set sees all frames.
+    const bool complete = active_->complete.load(std::memory_order_acquire);
+    const size_t got =
+        active_->ring.read(frames, [&](const float* span, size_t done, size_t count) {
+            for (size_t i = 0; i < count; ++i) {
+                const size_t faded = done + i + 1;
+                const float gain =
+                    faded < fading ? 1 - static_cast<float>(fading - faded) / total : 1;
+                chunk_[2 * (done + i)] = gain * span[2 * i];
+                chunk_[2 * (done + i) + 1] = gain * span[2 * i + 1];
+            }
+        });
+    delivered_ += got;
+    if (got < frames) {
+        if (complete)
+            finished_.store(active_->request, std::memory_order_release);
+        else
+            missing_.fetch_add(frames - got, std::memory_order_relaxed);
+    }
+    if (!old_) return;
+    fadeOutOld(frames);
+    fadeLeft_ -= std::min(frames, fadeLeft_);
+    if (fadeLeft_ == 0) old_ = nullptr;
+}
+
+void Voice::publish(int64_t now) {
+    progress_.publish(
+        {active_->request, active_->start + static_cast<double>(delivered_) / active_->rate, now});
+}
+
+void Voice::mix(float* out, size_t frames, int rate, int64_t now) {
+    const uint64_t takesBefore = takes_;
+    takeOffer(rate);
+    const uint64_t deliveredBefore = delivered_;
+    const bool playing = isPlaying() && !isReleased();
+    const float volume = volume_.load(std::memory_order_relaxed);
+    const float pan = pan_.load(std::memory_order_relaxed);
+    gains_.setTarget(playing ? panLaw(volume, pan) : GainMatrix(), rampFrames(rate));
+    const bool ready = active_ && active_->rate == rate;
+    size_t done = 0;
+    while (ready && done < frames && (playing || !gains_.isSilent())) {
+        size_t count = std::min(chunkFrames, frames - done);
+        // A pause stops where its fade has ended, not at the end of the block.
+        if (!playing) count = std::min(count, gains_.framesLeft());
+        fillChunk(count);
+        gains_.mix(chunk_.data(), out + 2 * done, count);
+        done += count;
+    }
+    if (gains_.isSilent() || !ready) {
+        old_ = nullptr;
+        fadeLeft_ = 0;
+    }
+    if (active_ && (delivered_ != deliveredBefore || takes_ != takesBefore)) publish(now);
+    if (!old_) taken_.store(takes_, std::memory_order_release);
+    silent_.store(!playing && (gains_.isSilent() || !ready), std::memory_order_release);
+}
+
+}  // namespace platform::audio

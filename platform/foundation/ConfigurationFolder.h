@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace platform {
+
+/// The user's home folder, as a path.
+QString homeFolder();
+
+/// The folder of the user's configuration files (XDG Base Directory Specification 0.8:
+/// $XDG_CONFIG_HOME, or ~/.config where it is unset or not absolute).
+QString configurationFolder();
+
+/// configurationFolder() followed by the machine's configuration folders ($XDG_CONFIG_DIRS, or
+/// /etc/xdg), the more important first.
+QStringList configurationFolders();
+
+}  // namespace platform

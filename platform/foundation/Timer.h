@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+namespace platform {
+
+/// A timer on the main thread's event loop. It runs while its owner holds it; destroying it, also
+/// from within its own block, stops it.
+class Timer {
+  public:
+    /// A started timer that calls `block` every `seconds` (to the millisecond, at least one), or
+    /// once where `repeats` is false. A repeating timer keeps to its schedule: what one call comes
+    /// late is not added to the next.
+    [[nodiscard]] static std::unique_ptr<Timer> scheduledTimerWithTimeInterval(
+        double seconds, std::function<void()> block, bool repeats);
+
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+  private:
+    Timer() = default;
+    QTimer timer_;
+};
+
+}  // namespace platform

@@ -1,0 +1,74 @@
+#include "platform/foundation/Workspace.h"
+
+#include "platform/foundation/DesktopPicture.h"
+#include "platform/foundation/Path.h"
+
+#include <QByteArrayList>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <sys/stat.h>
+
+namespace platform {
+
+namespace {
+
+using DesktopPicture = std::optional<QString> (*)(const DesktopScreen&);
+
+struct Desktop {
+    const char* name;  // as in XDG_CURRENT_DESKTOP
+    DesktopPicture picture;
+};
+
+constexpr Desktop kDesktops[] = {
+    {"GNOME", gnomeDesktopPicture},
+    {"GNOME-Classic", gnomeDesktopPicture},
+    {"GNOME-Flashback", gnomeDesktopPicture},
+    {"Unity", gnomeDesktopPicture},
+    {"Budgie", gnomeDesktopPicture},
+    {"Pantheon", gnomeDesktopPicture},
+    {"X-Cinnamon", cinnamonDesktopPicture},
+    {"Cinnamon", cinnamonDesktopPicture},
+    {"MATE", mateDesktopPicture},
+    {"KDE", plasmaDesktopPicture},
+    {"XFCE", xfceDesktopPicture},
+};
+
+// XDG_CURRENT_DESKTOP names the desktop and those it descends from, the closest first.
+DesktopPicture runningDesktop() {
+    for (const QByteArray& name : qgetenv("XDG_CURRENT_DESKTOP").split(':')) {
+        for (const Desktop& desktop : kDesktops) {
+            if (name.compare(desktop.name, Qt::CaseInsensitive) == 0) return desktop.picture;
+        }
+    }
+    return windowManagerDesktopPicture;
+}
+
+DesktopScreen screenWithNumber(int number) {
+    DesktopScreen screen{.number = number, .name = {}, .size = {}};
+    if (const QScreen* shown = QGuiApplication::screens().value(number)) {
+        screen.name = shown->name();
+        screen.size = (QSizeF(shown->size()) * shown->devicePixelRatio()).toSize();
+    }
+    return screen;
+}
+
+bool isFile(const QString& path) {
+    struct stat status = {};
+    return ::stat(fileSystemRepresentation(path).constData(), &status) == 0 &&
+           S_ISREG(status.st_mode);
+}
+
+}  // namespace
+
+Workspace& Workspace::sharedWorkspace() {
+    static Workspace workspace;
+    return workspace;
+}
+
+std::optional<QString> Workspace::desktopImageURLForScreen(int screen) const {
+    const std::optional<QString> picture = runningDesktop()(screenWithNumber(screen));
+    return picture && isFile(*picture) ? picture : std::nullopt;
+}
+
+}  // namespace platform

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+namespace platform {
+
+/// The desktop session that the program runs in.
+class Workspace {
+  public:
+    /// The number of the main screen.
+    static constexpr int kMainScreen = 0;
+
+    static Workspace& sharedWorkspace();
+
+    /// The path of the picture that the running desktop shows on `screen` (0 is the main screen,
+    /// further ones where the desktop keeps a picture for each), as its settings say now. Absent
+    /// when the desktop shows none, is unknown, or names a file that is not there.
+    std::optional<QString> desktopImageURLForScreen(int screen = kMainScreen) const;
+
+  private:
+    Workspace() = default;
+};
+
+}  // namespace platform

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/ui/InterfaceLoader.h"
+#include "platform/ui/Target.h"
+
+namespace platform {
+
+/// The running application, last in the chain that an action without a target travels.
+class Application final : public Target {
+  public:
+    static Application& sharedApplication();
+
+    /// Ends the event loop in an orderly way: everything unsaved is saved on the way out.
+    void terminate();
+
+    /// Knows "terminate".
+    bool performAction(const QString& action, Control* sender) override;
+
+  private:
+    Application() = default;
+};
+
+/// The application main: takes the toolkit's own options out of the arguments, loads the bundle's
+/// style and the interface file that its information value "NSMainNibFile" names (with `classes`
+/// for what the file creates), shows the main window and runs the event loop. Returns the exit code
+/// of the event loop.
+int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes);
+
+}  // namespace platform

@@ -1,0 +1,28 @@
+#include "platform/ui/Box.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QWindow>
+
+namespace platform {
+
+void Box::mousePressEvent(QMouseEvent* event) {
+    pressedAt_ = event->pos();
+    // Accepted, so that the drag that may follow is the box's.
+    event->setAccepted(mouseDownCanMoveWindow() && event->button() == Qt::LeftButton);
+}
+
+void Box::mouseMoveEvent(QMouseEvent* event) {
+    const bool isDrag = (event->buttons() & Qt::LeftButton) &&
+                        (event->pos() - pressedAt_).manhattanLength() >=
+                            QApplication::startDragDistance();
+    if (!mouseDownCanMoveWindow() || !isDrag) {
+        View::mouseMoveEvent(event);
+        return;
+    }
+    // The window system moves the window: it alone knows where windows may go, and on Wayland
+    // nobody else can.
+    if (QWindow* handle = window()->windowHandle()) handle->startSystemMove();
+}
+
+}  // namespace platform

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/ui/View.h"
+
+namespace platform {
+
+/// A view that groups others on a background of its own.
+class Box : public View {
+    Q_OBJECT
+
+  public:
+    using View::View;
+
+    /// Whether a press on the box itself, followed by a drag, moves the window.
+    virtual bool mouseDownCanMoveWindow() const { return false; }
+
+  protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+
+  private:
+    QPoint pressedAt_;
+};
+
+}  // namespace platform

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/ui/Control.h"
+#include "platform/ui/Target.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <QWidget>
+
+#include <functional>
+
+namespace platform {
+
+/// An object that the interface file creates, connects to its widgets and wires to its controls. A
+/// subclass declares its outlets and actions by name in its constructor.
+class Controller : public Target {
+  public:
+    virtual ~Controller() = default;
+    Controller(const Controller&) = delete;
+    Controller& operator=(const Controller&) = delete;
+
+    /// Called once, after every outlet of every controller is connected.
+    virtual void awakeFromNib() {}
+
+    /// Connects the outlet of that name to `widget`; false when there is none of that name and type
+    /// or it is connected already.
+    bool connectOutlet(const QString& name, QWidget* widget);
+    /// The names of the outlets that are still unconnected.
+    QStringList unconnectedOutlets() const;
+
+    bool hasAction(const QString& action) const { return actions_.contains(action); }
+    QStringList actionNames() const { return actions_.keys(); }
+    bool performAction(const QString& action, Control* sender) override;
+
+  protected:
+    Controller() = default;
+
+    /// Declares the outlet `name`, held in `slot` (not owned; null until connected).
+    template <typename Type>
+    void outlet(const QString& name, Type*& slot) {
+        outlets_.insert(name, [&slot](QWidget* widget) {
+            auto* typed = dynamic_cast<Type*>(widget);
+            if (!typed || slot) return false;
+            slot = typed;
+            return true;
+        });
+        unconnected_.append(name);
+    }
+    void action(const QString& name, std::function<void(Control*)> perform) {
+        actions_.insert(name, std::move(perform));
+    }
+
+  private:
+    QHash<QString, std::function<bool(QWidget*)>> outlets_;
+    QStringList unconnected_;
+    QHash<QString, std::function<void(Control*)>> actions_;
+};
+
+}  // namespace platform

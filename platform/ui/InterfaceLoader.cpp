@@ -1,0 +1,245 @@
+#include "platform/ui/InterfaceLoader.h"
+
+#include "platform/ui/Application.h"
+#include "platform/ui/Box.h"
+#include "platform/ui/Button.h"
+#include "platform/ui/ImageView.h"
+#include "platform/ui/MenuItem.h"
+#include "platform/ui/ProgressIndicator.h"
+#include "platform/ui/SearchField.h"
+#include "platform/ui/Slider.h"
+#include "platform/ui/TableView.h"
+#include "platform/ui/TextField.h"
+#include "platform/ui/Window.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QLayout>
+#include <QMenu>
+#include <QUiLoader>
+
+namespace platform {
+
+namespace {
+
+using WidgetFactory = std::function<QWidget*(QWidget*)>;
+
+template <typename Type>
+WidgetFactory factory() {
+    return [](QWidget* parent) { return new Type(parent); };
+}
+
+const QHash<QString, WidgetFactory>& platformClasses() {
+    static const QHash<QString, WidgetFactory> classes = {
+        {QStringLiteral("Box"), factory<Box>()},
+        {QStringLiteral("Button"), factory<Button>()},
+        {QStringLiteral("ImageView"), factory<ImageView>()},
+        {QStringLiteral("ProgressIndicator"), factory<ProgressIndicator>()},
+        {QStringLiteral("SearchField"), factory<SearchField>()},
+        {QStringLiteral("Slider"), factory<Slider>()},
+        {QStringLiteral("TableView"), factory<TableView>()},
+        {QStringLiteral("TextField"), factory<TextField>()},
+        {QStringLiteral("View"), factory<View>()},
+        {QStringLiteral("Window"), factory<Window>()},
+    };
+    return classes;
+}
+
+// "Owner.name" split at its last dot; no owner without one.
+std::pair<QString, QString> splitName(const QString& qualified) {
+    const qsizetype dot = qualified.lastIndexOf(QLatin1Char('.'));
+    return {qualified.left(qMax<qsizetype>(dot, 0)), qualified.mid(dot + 1)};
+}
+
+// Every object of a tree in the order of the interface files, depth first.
+void forEachObject(QObject* object, const std::function<void(QObject*)>& visit) {
+    visit(object);
+    for (QObject* child : object->children())
+        forEachObject(child, visit);
+}
+
+}  // namespace
+
+// Makes the widgets of the files, by the names of the platform's and the program's own classes.
+class Interface::Loader : public QUiLoader {
+  public:
+    Loader(const InterfaceClasses& classes, QStringList& problems)
+        : classes_(classes), problems_(problems) {}
+
+    QWidget* load(const QString& name, const QStringList& substitutions, QWidget* parent) {
+        QFile file(QStringLiteral(":/interface/%1.ui").arg(name));
+        if (!file.open(QIODevice::ReadOnly)) {
+            problems_ << QStringLiteral("no interface file %1").arg(name);
+            return nullptr;
+        }
+        QByteArray text = file.readAll();
+        for (const QString& substitution : substitutions) {
+            const qsizetype equals = substitution.indexOf(QLatin1Char('='));
+            const QString key = QLatin1Char('{') + substitution.left(equals) + QLatin1Char('}');
+            text.replace(key.toUtf8(), substitution.mid(equals + 1).toUtf8());
+        }
+        QBuffer buffer(&text);
+        QWidget* loaded = QUiLoader::load(&buffer, parent);
+        if (!loaded) {
+            problems_ << QStringLiteral("%1: %2").arg(name, errorString());
+            return nullptr;
+        }
+        include(loaded);
+        return loaded;
+    }
+
+    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
+        auto make = platformClasses().value(className);
+        if (!make) make = classes_.widgets.value(className);
+        QWidget* widget = make ? make(parent) : nullptr;
+        if (widget) {
+            widget->setObjectName(name);
+        } else if (QUiLoader::availableWidgets().contains(className)) {
+            widget = QUiLoader::createWidget(className, parent, name);
+        } else {
+            problems_ << QStringLiteral("%1: unknown class %2").arg(name, className);
+        }
+        return widget;
+    }
+
+    QAction* createAction(QObject* parent, const QString& name) override {
+        auto* item = new MenuItem(parent);
+        item->setObjectName(name);
+        return item;
+    }
+
+  private:
+    void include(QWidget* root) {
+        QList<QWidget*> places;
+        forEachObject(root, [&](QObject* object) {
+            auto* widget = qobject_cast<QWidget*>(object);
+            if (widget && widget->property("include").isValid()) places << widget;
+        });
+        for (QWidget* place : places) {
+            const QString name = place->property("include").toString();
+            place->setProperty("include", QVariant());
+            QWidget* included = load(name, place->property("with").toStringList(), place);
+            if (included && place->layout()) place->layout()->addWidget(included);
+        }
+    }
+
+    const InterfaceClasses& classes_;
+    QStringList& problems_;
+};
+
+Interface::Interface(const QString& name, const InterfaceClasses& classes) {
+    Loader loader(classes, problems_);
+    std::unique_ptr<QWidget> main(loader.load(name, {}, nullptr));
+    if (!main) return;
+    const QStringList controllers = main->property("controllers").toStringList();
+    const QStringList windows = main->property("windows").toStringList();
+    windows_.push_back(std::move(main));
+    for (const QString& window : windows) {
+        if (QWidget* loaded = loader.load(window, {}, nullptr)) windows_.emplace_back(loaded);
+    }
+    for (const QString& controller : controllers) {
+        const auto make = classes.controllers.value(controller);
+        if (make) {
+            controllers_[controller] = make();
+        } else {
+            problems_ << QStringLiteral("unknown controller %1").arg(controller);
+        }
+    }
+    for (const auto& window : windows_) {
+        forEachObject(window.get(), [this](QObject* object) { connectObject(object); });
+    }
+    for (const auto& window : windows_) {
+        forEachObject(window.get(), [this](QObject* object) { wireControl(object); });
+    }
+    for (const auto& [controllerName, controller] : controllers_) {
+        for (const QString& outlet : controller->unconnectedOutlets()) {
+            problems_ << QStringLiteral("%1.%2: unconnected").arg(controllerName, outlet);
+        }
+    }
+    // A controller whose outlets the files leave open can't be woken: it relies on them.
+    if (!problems_.isEmpty()) return;
+    for (const QString& controller : controllers)
+        controllers_[controller]->awakeFromNib();
+    for (const auto& window : windows_) {
+        QWidget* previous = nullptr;
+        // The loader loses the files' order of focus where one file is included twice.
+        forEachObject(window.get(), [&previous](QObject* object) {
+            auto* widget = qobject_cast<QWidget*>(object);
+            if (!widget || !(widget->focusPolicy() & Qt::TabFocus)) return;
+            if (previous) QWidget::setTabOrder(previous, widget);
+            previous = widget;
+        });
+    }
+}
+
+Interface::~Interface() {
+    // Widgets first: what they still send on their way out finds its controllers alive.
+    windows_.clear();
+}
+
+void Interface::connectObject(QObject* object) {
+    for (const QString& outlet : object->property("outlets").toStringList()) {
+        const auto [owner, name] = splitName(outlet);
+        Controller* owning = controller(owner);
+        auto* widget = qobject_cast<QWidget*>(object);
+        if (!owning || !widget || !owning->connectOutlet(name, widget)) {
+            problems_ << QStringLiteral("%1: no outlet %2 of this class")
+                             .arg(object->objectName(), outlet);
+        }
+    }
+}
+
+void Interface::wireControl(QObject* object) {
+    auto* control = dynamic_cast<Control*>(object);
+    if (!control) return;
+    const QString action = object->property("action").toString();
+    const QString target = object->property("target").toString();
+    const auto [owner, name] = splitName(action);
+    control->setAction(name);
+    control->setTarget(targetNamed(action.isEmpty() ? target : owner));
+    if (auto* button = qobject_cast<Button*>(object)) {
+        // A menu's entries are the window's too, so that their shortcuts work while it is closed.
+        const QString menu = object->property("menu").toString();
+        auto* opened = menu.isEmpty() ? nullptr : button->window()->findChild<QMenu*>(menu);
+        button->setMenu(opened);
+        if (opened) button->window()->addActions(opened->actions());
+    }
+    const bool needsTarget = !(action.isEmpty() ? target : owner).isEmpty();
+    if (needsTarget && !control->target()) {
+        problems_
+            << QStringLiteral("%1: no target for %2%3").arg(object->objectName(), target, action);
+    }
+    const Controller* owning = controller(owner);
+    if (owning && !owning->hasAction(name)) {
+        problems_ << QStringLiteral("%1: no action %2").arg(object->objectName(), action);
+    }
+    auto* table = qobject_cast<TableView*>(object);
+    if (!table) return;
+    auto* source =
+        dynamic_cast<TableViewDataSource*>(controller(object->property("dataSource").toString()));
+    if (!source) problems_ << QStringLiteral("%1: no data source").arg(object->objectName());
+    table->setDataSource(source);
+}
+
+Target* Interface::targetNamed(const QString& name) const {
+    if (Controller* named = controller(name)) return named;
+    return window(name);
+}
+
+Window* Interface::mainWindow() const {
+    return windows_.empty() ? nullptr : qobject_cast<Window*>(windows_.front().get());
+}
+
+Window* Interface::window(const QString& name) const {
+    for (const auto& window : windows_) {
+        if (window->objectName() == name) return qobject_cast<Window*>(window.get());
+    }
+    return nullptr;
+}
+
+Controller* Interface::controller(const QString& name) const {
+    const auto found = controllers_.find(name);
+    return found == controllers_.end() ? nullptr : found->second.get();
+}
+
+}  // namespace platform

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "platform/ui/Controller.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+class QWidget;
+
+namespace platform {
+
+class Window;
+
+/// The classes, beyond the platform's own, that interface files may name.
+struct InterfaceClasses {
+    QHash<QString, std::function<QWidget*(QWidget* parent)>> widgets;
+    QHash<QString, std::function<std::unique_ptr<Controller>()>> controllers;
+};
+
+/// A loaded interface: its windows, its controllers, and what is wrong with its files.
+///
+/// Interface files are Qt Designer files (":/interface/<name>.ui") with dynamic properties:
+///   `controllers`  on the main window: the controllers to create;
+///   `windows`      on the main window: further files, each holding a window;
+///   `outlets`      on a widget: the `Controller.outlet`s it is connected to;
+///   `action`       on a control or menu item: `Target.action`, a controller's or a window's by its
+///                  object name; without "Target." it travels to the application;
+///   `target`       on a control whose action is set later: the target alone;
+///   `menu`         on a button: the object name of the menu that it opens;
+///   `include`      on a widget: a file to load into it, with every {key} of the file replaced by
+///                  the value that the string list `with` gives as "key=value".
+class Interface {
+  public:
+    /// Loads the file called `name` and all that it names, creates its controllers, connects every
+    /// outlet and wires every action, then calls each controller's awakeFromNib.
+    Interface(const QString& name, const InterfaceClasses& classes);
+    ~Interface();
+    Interface(const Interface&) = delete;
+    Interface& operator=(const Interface&) = delete;
+
+    /// Programming errors found in the files, a line each: an unknown class, outlet, action or
+    /// target, an outlet left unconnected, a control without an action. Empty for good files.
+    const QStringList& problems() const { return problems_; }
+
+    /// Null when the file could not be loaded.
+    Window* mainWindow() const;
+    /// The window of that object name; null when there is none.
+    Window* window(const QString& name) const;
+    /// The controller of that class name; null when there is none.
+    Controller* controller(const QString& name) const;
+
+  private:
+    class Loader;
+
+    void connectObject(QObject* object);
+    void wireControl(QObject* object);
+    Target* targetNamed(const QString& name) const;
+
+    std::map<QString, std::unique_ptr<Controller>> controllers_;
+    std::vector<std::unique_ptr<QWidget>> windows_;
+    QStringList problems_;
+};
+
+}  // namespace platform

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QWidget>
+
+namespace platform {
+
+/// A determinate progress bar.
+class ProgressIndicator : public QWidget {
+    Q_OBJECT
+
+  public:
+    explicit ProgressIndicator(QWidget* parent = nullptr);
+
+    void setMinValue(double value) { minValue_ = value; }
+    double minValue() const { return minValue_; }
+    void setMaxValue(double value) { maxValue_ = value; }
+    double maxValue() const { return maxValue_; }
+    void setDoubleValue(double value) { value_ = value; }
+    double doubleValue() const { return value_; }
+
+    /// Redraws at once, without the event loop, if what shows has changed since the last drawing.
+    void displayIfNeeded();
+
+    QSize sizeHint() const override { return {120, 4}; }
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    int filledPixels() const;
+
+    double minValue_ = 0.0;
+    double maxValue_ = 1.0;
+    double value_ = 0.0;
+    int drawnPixels_ = -1;
+};
+
+}  // namespace platform

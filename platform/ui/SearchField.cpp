@@ -1,0 +1,28 @@
+#include "platform/ui/SearchField.h"
+
+#include "platform/ui/Font.h"
+
+namespace platform {
+
+SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
+    setFont(systemFontOfSize(13.0));
+    setClearButtonEnabled(true);
+    delay_.setSingleShot(true);
+    delay_.setInterval(kDelay);
+    connect(&delay_, &QTimer::timeout, this, [this] { sendAction(); });
+    connect(this, &QLineEdit::textEdited, this, [this](const QString& edited) {
+        if (edited.isEmpty()) {
+            sendNow();
+        } else {
+            delay_.start();
+        }
+    });
+    connect(this, &QLineEdit::returnPressed, this, &SearchField::sendNow);
+}
+
+void SearchField::sendNow() {
+    delay_.stop();
+    sendAction();
+}
+
+}  // namespace platform

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/ui/Control.h"
+
+#include <QLineEdit>
+#include <QTimer>
+
+namespace platform {
+
+/// A field to search in. It sends its action shortly after the last key, and at once on Return and
+/// when it is cleared.
+class SearchField : public QLineEdit, public Control {
+    Q_OBJECT
+
+  public:
+    /// How long after the last key the action is sent, in milliseconds.
+    static constexpr int kDelay = 200;
+
+    explicit SearchField(QWidget* parent = nullptr);
+
+    QString stringValue() const { return text(); }
+    void setStringValue(const QString& text) { setText(text); }
+
+  private:
+    void sendNow();
+
+    QTimer delay_;
+};
+
+}  // namespace platform

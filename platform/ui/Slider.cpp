@@ -1,0 +1,164 @@
+#include "platform/ui/Slider.h"
+
+#include "platform/ui/Theme.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <cmath>
+
+namespace platform {
+
+namespace {
+
+constexpr double kKnobRadius = 6.0;
+constexpr double kTrackHeight = 3.0;
+// The base class counts in whole steps, which assistive technology reads and sets.
+constexpr double kStepsPerUnit = 100.0;
+
+}  // namespace
+
+Slider::Slider(QWidget* parent) : QAbstractSlider(parent) {
+    setOrientation(Qt::Horizontal);
+    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_Hover);
+    mirrorRange();
+    // Only assistive technology moves the base class's value by itself.
+    connect(this, &QAbstractSlider::valueChanged, this, [this](int steps) {
+        const double value = steps / kStepsPerUnit;
+        if (std::abs(value - value_) >= 1.0 / kStepsPerUnit) moveByUser(value);
+    });
+}
+
+void Slider::mirrorRange() {
+    const QSignalBlocker blocker(this);
+    const double limit = 2.0e9;
+    setRange(static_cast<int>(std::clamp(minValue_ * kStepsPerUnit, -limit, limit)),
+             static_cast<int>(std::clamp(maxValue_ * kStepsPerUnit, -limit, limit)));
+    setValue(static_cast<int>(std::clamp(std::round(value_ * kStepsPerUnit), -limit, limit)));
+}
+
+void Slider::setMinValue(double value) {
+    minValue_ = value;
+    moveTo(value_);
+}
+
+void Slider::setMaxValue(double value) {
+    maxValue_ = value;
+    moveTo(value_);
+}
+
+void Slider::setDoubleValue(double value) {
+    if (!isSliderDown()) moveTo(value);
+}
+
+void Slider::moveTo(double value) {
+    const double before = knobX();
+    value_ = std::clamp(value, minValue_, std::max(minValue_, maxValue_));
+    mirrorRange();
+    if (knobX() != before) update();
+}
+
+void Slider::moveByUser(double value) {
+    moveTo(value);
+    sendAction();
+}
+
+double Slider::knobX() const {
+    const double span = maxValue_ - minValue_;
+    const double fraction = span > 0.0 ? (value_ - minValue_) / span : 0.0;
+    return kKnobRadius + 2.0 + fraction * (width() - 2.0 * (kKnobRadius + 2.0));
+}
+
+double Slider::valueAt(double x) const {
+    const double travel = width() - 2.0 * (kKnobRadius + 2.0);
+    const double fraction = travel > 0.0 ? (x - kKnobRadius - 2.0) / travel : 0.0;
+    return minValue_ + std::clamp(fraction, 0.0, 1.0) * (maxValue_ - minValue_);
+}
+
+void Slider::mousePressEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton) {
+        event->ignore();
+        return;
+    }
+    setSliderDown(true);
+    moveTo(valueAt(event->position().x()));
+    if (continuous_) sendAction();
+}
+
+void Slider::mouseMoveEvent(QMouseEvent* event) {
+    if (!isSliderDown()) return;
+    moveTo(valueAt(event->position().x()));
+    if (continuous_) sendAction();
+}
+
+void Slider::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || !isSliderDown()) return;
+    moveTo(valueAt(event->position().x()));
+    // The knob is let go first, so that what the action sets shows at once.
+    setSliderDown(false);
+    sendAction();
+}
+
+void Slider::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+        case Qt::Key_Left:
+        case Qt::Key_Down:
+            return moveByUser(value_ - keyStep_);
+        case Qt::Key_Right:
+        case Qt::Key_Up:
+            return moveByUser(value_ + keyStep_);
+        case Qt::Key_PageDown:
+            return moveByUser(value_ - 4.0 * keyStep_);
+        case Qt::Key_PageUp:
+            return moveByUser(value_ + 4.0 * keyStep_);
+        case Qt::Key_Home:
+            return moveByUser(minValue_);
+        case Qt::Key_End:
+            return moveByUser(maxValue_);
+        default:
+            // Not the base class, which would take keys that it gives another meaning.
+            QWidget::keyPressEvent(event);
+    }
+}
+
+void Slider::wheelEvent(QWheelEvent* event) {
+    const double notches = event->angleDelta().y() / 120.0;
+    if (notches != 0.0) moveByUser(value_ + notches * keyStep_);
+    event->accept();
+}
+
+void Slider::hideEvent(QHideEvent* event) {
+    // A slider that disappears under the pointer never sees the release.
+    setSliderDown(false);
+    QAbstractSlider::hideEvent(event);
+}
+
+void Slider::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    const double middle = height() / 2.0;
+    const double knob = knobX();
+    const double inset = kKnobRadius + 2.0;
+    const QRectF track(inset, middle - kTrackHeight / 2.0, width() - 2.0 * inset, kTrackHeight);
+    QColor color = palette().color(QPalette::WindowText);
+    color.setAlphaF(0.28F);
+    painter.setBrush(color);
+    painter.drawRoundedRect(track, kTrackHeight / 2.0, kTrackHeight / 2.0);
+    painter.setBrush(theme::kAccent);
+    painter.drawRoundedRect(QRectF(track.topLeft(), QPointF(knob, track.bottom())),
+                            kTrackHeight / 2.0, kTrackHeight / 2.0);
+    const double radius = isSliderDown() || underMouse() ? kKnobRadius : kKnobRadius - 1.0;
+    painter.setBrush(Qt::white);
+    painter.drawEllipse(QPointF(knob, middle), radius, radius);
+    if (!theme::showsFocus(*this)) return;
+    painter.setPen(QPen(theme::kFocus, 2.0));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(QPointF(knob, middle), kKnobRadius + 1.0, kKnobRadius + 1.0);
+}
+
+}  // namespace platform

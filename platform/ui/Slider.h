@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/ui/Control.h"
+
+#include <QAbstractSlider>
+
+namespace platform {
+
+/// A horizontal slider over a range of doubles. A press moves the knob to the pointer and the drag
+/// goes on from there; while the knob is held, a value set from outside does not move it.
+class Slider : public QAbstractSlider, public Control {
+    Q_OBJECT
+    /// Whether the action is sent all along a drag, or once when the knob is let go.
+    Q_PROPERTY(bool continuous MEMBER continuous_)
+    Q_PROPERTY(double minValue READ minValue WRITE setMinValue)
+    Q_PROPERTY(double maxValue READ maxValue WRITE setMaxValue)
+    Q_PROPERTY(double doubleValue READ doubleValue WRITE setDoubleValue)
+    /// How far an arrow key moves the value.
+    Q_PROPERTY(double keyStep MEMBER keyStep_)
+
+  public:
+    explicit Slider(QWidget* parent = nullptr);
+
+    double minValue() const { return minValue_; }
+    void setMinValue(double value);
+    double maxValue() const { return maxValue_; }
+    void setMaxValue(double value);
+
+    /// Within [minValue, maxValue]; what lies outside is clamped.
+    double doubleValue() const { return value_; }
+    float floatValue() const { return static_cast<float>(value_); }
+    void setDoubleValue(double value);
+
+    QSize sizeHint() const override { return {120, 22}; }
+
+  protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+  private:
+    void moveTo(double value);
+    void moveByUser(double value);
+    double valueAt(double x) const;
+    double knobX() const;
+    void mirrorRange();
+
+    double minValue_ = 0.0;
+    double maxValue_ = 1.0;
+    double value_ = 0.0;
+    double keyStep_ = 0.05;
+    bool continuous_ = true;
+};
+
+}  // namespace platform

@@ -1,0 +1,149 @@
+#include "platform/ui/TableView.h"
+
+#include "platform/foundation/Path.h"
+#include "platform/ui/Font.h"
+
+#include <QAbstractTableModel>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QScrollBar>
+
+#include <limits>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+constexpr int kRowHeight = 30;
+
+}  // namespace
+
+class TableView::Model : public QAbstractTableModel {
+  public:
+    explicit Model(TableView* table) : QAbstractTableModel(table), table_(table) {}
+
+    void setSource(TableViewDataSource* source) { source_ = source; }
+    TableViewDataSource* source() const { return source_; }
+
+    void setTableColumns(std::vector<TableColumn> columns) {
+        beginResetModel();
+        columns_ = std::move(columns);
+        endResetModel();
+    }
+    const std::vector<TableColumn>& tableColumns() const { return columns_; }
+
+    void reload() {
+        beginResetModel();
+        const std::int64_t rows = source_ ? source_->numberOfRowsInTableView(table_) : 0;
+        rows_ = static_cast<int>(
+            std::clamp<std::int64_t>(rows, 0, std::numeric_limits<int>::max()));
+        endResetModel();
+    }
+
+    int rowCount(const QModelIndex& parent = {}) const override {
+        return parent.isValid() ? 0 : rows_;
+    }
+    int columnCount(const QModelIndex& parent = {}) const override {
+        return parent.isValid() ? 0 : static_cast<int>(columns_.size());
+    }
+    QVariant data(const QModelIndex& index, int role) const override {
+        if (role != Qt::DisplayRole || !source_ || index.row() >= rows_) return {};
+        const TableColumn& column = columns_[static_cast<size_t>(index.column())];
+        return displayString(
+            source_->tableViewObjectValueForTableColumnRow(table_, column, index.row()));
+    }
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
+        if (orientation == Qt::Vertical) return {};
+        if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);
+        if (role == Qt::DisplayRole) return columns_[static_cast<size_t>(section)].title();
+        return {};
+    }
+
+  private:
+    TableView* table_;
+    TableViewDataSource* source_ = nullptr;
+    std::vector<TableColumn> columns_;
+    int rows_ = 0;
+};
+
+TableView::TableView(QWidget* parent) : QTableView(parent), model_(new Model(this)) {
+    setModel(model_);
+    setFont(systemFontOfSize(13.0));
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setShowGrid(false);
+    setWordWrap(false);
+    setTabKeyNavigation(false);
+    setFrameShape(QFrame::NoFrame);
+    setCornerButtonEnabled(false);
+    // Rows of one fixed height: no row needs to be built to know where another stands.
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultSectionSize(kRowHeight);
+    verticalHeader()->hide();
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setSectionsClickable(false);
+    horizontalHeader()->setStretchLastSection(true);
+}
+
+TableView::~TableView() = default;
+
+void TableView::setDataSource(TableViewDataSource* dataSource) {
+    model_->setSource(dataSource);
+    reloadData();
+}
+
+TableViewDataSource* TableView::dataSource() const { return model_->source(); }
+
+void TableView::setColumns(const QStringList& columns) {
+    columns_ = columns;
+    std::vector<TableColumn> parsed;
+    for (const QString& column : columns) {
+        const QStringList parts = column.split(QLatin1Char(':'));
+        parsed.emplace_back(parts.value(0), parts.value(1), parts.value(2).toInt());
+    }
+    model_->setTableColumns(std::move(parsed));
+    for (int i = 0; i < model_->columnCount(); ++i) {
+        const int width = model_->tableColumns()[static_cast<size_t>(i)].width();
+        if (width > 0) setColumnWidth(i, width);
+    }
+}
+
+void TableView::reloadData() {
+    const std::int64_t selected = selectedRow();
+    const int scrolledTo = verticalScrollBar()->value();
+    model_->reload();
+    if (selected >= 0 && selected < model_->rowCount()) {
+        // Not selectRow, which would scroll to the row.
+        const QModelIndex index = model_->index(static_cast<int>(selected), 0);
+        selectionModel()->setCurrentIndex(
+            index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    }
+    verticalScrollBar()->setValue(scrolledTo);
+}
+
+std::int64_t TableView::selectedRow() const {
+    const QModelIndexList rows = selectionModel()->selectedRows();
+    return rows.isEmpty() ? -1 : rows.first().row();
+}
+
+void TableView::keyPressEvent(QKeyEvent* event) {
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (isReturn && selectedRow() >= 0) {
+        sendActionTo(doubleAction_, target());
+        return;
+    }
+    QTableView::keyPressEvent(event);
+}
+
+void TableView::mouseDoubleClickEvent(QMouseEvent* event) {
+    QTableView::mouseDoubleClickEvent(event);
+    if (event->button() != Qt::LeftButton || !indexAt(event->pos()).isValid()) return;
+    sendActionTo(doubleAction_, target());
+}
+
+}  // namespace platform

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "platform/ui/Control.h"
+
+#include <QString>
+#include <QStringList>
+#include <QTableView>
+
+#include <cstdint>
+
+namespace platform {
+
+class TableView;
+
+/// One column of a table. Its identifier tells the data source what the column shows.
+class TableColumn {
+  public:
+    explicit TableColumn(const QString& identifier, const QString& title = {}, int width = 0)
+        : identifier_(identifier), title_(title), width_(width) {}
+    const QString& identifier() const { return identifier_; }
+    const QString& title() const { return title_; }
+    /// In points; 0 for the rest of the table's width.
+    int width() const { return width_; }
+
+  private:
+    QString identifier_;
+    QString title_;
+    int width_;
+};
+
+/// Where a table pulls its rows from, as it draws them.
+class TableViewDataSource {
+  public:
+    virtual std::int64_t numberOfRowsInTableView(TableView* tableView) = 0;
+    /// The text of a cell; `row` is below the number of rows last told.
+    virtual QString tableViewObjectValueForTableColumnRow(TableView* tableView,
+                                                          const TableColumn& column,
+                                                          std::int64_t row) = 0;
+
+  protected:
+    ~TableViewDataSource() = default;
+};
+
+/// A table that holds no data: it asks its source for each cell that it shows, when it shows it.
+class TableView : public QTableView, public Control {
+    Q_OBJECT
+    /// The columns, each as "identifier:Title:width"; the last may leave the width out.
+    Q_PROPERTY(QStringList columns READ columns WRITE setColumns)
+
+  public:
+    explicit TableView(QWidget* parent = nullptr);
+    ~TableView() override;
+
+    /// The source is not owned; null for an empty table.
+    void setDataSource(TableViewDataSource* dataSource);
+    TableViewDataSource* dataSource() const;
+    void setColumns(const QStringList& columns);
+    QStringList columns() const { return columns_; }
+
+    /// Asks for the number of rows again and redraws. The selected row stays selected while there
+    /// is a row of that number, and the scroll position stays.
+    void reloadData();
+
+    /// The number of the selected row; -1 when none is.
+    std::int64_t selectedRow() const;
+
+    /// The action of a double click on a row, or of Return; it goes to the table's target.
+    void setDoubleAction(const QString& action) { doubleAction_ = action; }
+    const QString& doubleAction() const { return doubleAction_; }
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+
+  private:
+    class Model;
+
+    Model* model_;
+    QStringList columns_;
+    QString doubleAction_;
+};
+
+}  // namespace platform

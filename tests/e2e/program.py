@@ -1,0 +1,60 @@
+"""The program as a person has it: its settings, its start and its end."""
+
+import json
+import os
+import pathlib
+import subprocess
+import time
+
+from screen import Screen
+
+SETTINGS = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "com.ovrelin.Pairdeck" / "defaults.json"
+
+
+def settings():
+    return json.loads(SETTINGS.read_text("utf-8")) if SETTINGS.exists() else {}
+
+
+def store(**values):
+    """Writes the settings, as an earlier run of the program would have left them."""
+    SETTINGS.parent.mkdir(parents=True, exist_ok=True)
+    SETTINGS.write_text(json.dumps(values), "utf-8")
+
+
+def folders(left, right):
+    """The settings that name both decks' default folders."""
+    return {
+        "PairdeckLeftDefaultDirectory": str(left),
+        "PairdeckRightDefaultDirectory": str(right),
+    }
+
+
+class Program:
+    """One run of the program; as a context it does not outlive its block."""
+
+    def __init__(self, executable):
+        self.process = subprocess.Popen([executable])
+        self.screen = Screen(self.process.pid)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+
+    def wait(self, seconds=10.0):
+        """The exit status, once the program has ended by itself."""
+        return self.process.wait(seconds)
+
+    def processor_seconds(self):
+        """The processor time that the program has taken so far."""
+        fields = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+    def processor_share(self, seconds):
+        """The share of one core that the program takes over the next seconds."""
+        before = self.processor_seconds()
+        time.sleep(seconds)
+        return (self.processor_seconds() - before) / seconds

@@ -1,0 +1,316 @@
+"""Scenes of the program's use, played by pointer and keyboard, judged by eye and ear.
+
+Usage: scenes.py PROGRAM FOLDER [unittest argument]..., in the session that scripts/session
+starts. FOLDER receives a screenshot of each scene that fails.
+"""
+
+import pathlib
+import shutil
+import sys
+import tempfile
+import time
+import unittest
+
+import music
+from deck import Deck, away, heard
+from program import Program, folders, settings, store
+from screen import hand, press, screenshot, wait_until
+
+EXECUTABLE, EVIDENCE = (pathlib.Path(argument) for argument in sys.argv[1:3])
+
+TONE = -9.5  # dBFS of every tone, on one channel or, mixed down from two, on the other
+SILENCE = float("-inf")
+
+
+class Scene(unittest.TestCase):
+    """A scene starts with a fresh program whose decks show their folders of tones."""
+
+    left, right = music.LEFT, music.RIGHT
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="music-"))
+        cls.addClassCleanup(shutil.rmtree, cls.folder)
+        music.make_all(cls.left, cls.folder / "Left")
+        music.make_all(cls.right, cls.folder / "Right")
+
+    def setUp(self):
+        store(**folders(self.folder / "Left", self.folder / "Right"))
+        self.start()
+
+    def start(self):
+        away()
+        self.program = self.enterContext(Program(EXECUTABLE))
+        self.screen = self.program.screen
+        self.decks = {side: Deck(self.screen, side) for side in ("Left", "Right")}
+        self.deck, self.other = self.decks.values()
+
+    def end(self):
+        self.screen.find("Close").click()
+        self.assertEqual(self.program.wait(), 0)
+
+    def hears(self, left=None, right=None):
+        """Waits until each deck sounds as its tone in hertz at full volume, or not at all."""
+
+        def as_expected():
+            sounds = heard()
+            for side, tone in (("Left", left), ("Right", right)):
+                loudness, frequency = sounds[side]
+                if tone is None and loudness != SILENCE:
+                    return False
+                if tone and (abs(frequency - tone) > 1 or abs(loudness - TONE) > 0.5):
+                    return False
+            return True
+
+        wait_until(as_expected, f"{left} Hz from the left deck, {right} Hz from the right")
+
+
+class Playing(Scene):
+    def test_idle_decks(self):
+        for deck, tones in ((self.deck, self.left), (self.other, self.right)):
+            deck.shows("title", "No Music Playing")
+            deck.shows("album and artist", "Import a folder, then play a song")
+            deck.shows("elapsed time", "00:00")
+            deck.shows("remaining time", "-00:00")
+            deck.show("library")
+            self.assertCountEqual(deck.titles(), [tone.title for tone in tones])
+        self.hears()
+
+    def test_one_song_in_each_ear(self):
+        self.deck.play("Amber")
+        self.deck.shows("album and artist", "Woods - Ann")
+        self.hears(left=400)
+        self.other.play("Fir")
+        self.hears(left=400, right=900)
+        self.assertAlmostEqual(self.deck.control("seek").maximum, 30.0, delta=0.1)
+        wait_until(lambda: self.deck.elapsed() >= 2, "the time going on")
+        self.assertTrue(self.deck.overlay().checked)
+        self.deck.press("play/pause")
+        self.hears(right=900)
+        stopped = self.deck.elapsed()
+        time.sleep(1.5)
+        self.assertEqual(self.deck.elapsed(), stopped)
+        self.assertFalse(self.deck.overlay().checked)
+        self.deck.press("play/pause")
+        self.hears(left=400, right=900)
+        wait_until(lambda: self.deck.elapsed() > stopped, "the time going on again")
+
+    def test_seek(self):
+        self.deck.play("Birch")
+        self.deck.press("play/pause")
+        self.deck.control("seek").drag(0.05, 0.5)
+        wait_until(lambda: 13 <= self.deck.elapsed() <= 17, "the middle of the song")
+        self.assertFalse(self.deck.overlay().checked)
+        self.hears()
+        self.deck.press("play/pause")
+        self.hears(left=500)
+
+    def test_volume(self):
+        self.deck.control("volume").drag(0.99, 0.5)
+        self.deck.play("Cedar")
+        wait_until(lambda: -18 < heard()["Left"][0] < -13, "half the amplitude")
+        self.deck.control("volume").drag(0.5, -0.1)
+        self.hears()
+        self.deck.control("volume").drag(0.01, 1.1)
+        self.hears(left=600)
+
+
+class Navigation(Scene):
+    def test_next_and_previous_wrap(self):
+        self.deck.show("library")
+        titles = self.deck.titles()
+        self.deck.play(titles[-1])
+        self.deck.press("next")
+        self.deck.shows("title", titles[0])
+        self.deck.press("previous")
+        self.deck.shows("title", titles[-1])
+        self.deck.press("previous")
+        self.deck.shows("title", titles[-2])
+
+    def test_previous_late_in_a_song_restarts_it(self):
+        self.deck.play("Birch")
+        self.deck.control("seek").drag(0.05, 0.6)
+        wait_until(lambda: self.deck.elapsed() > 10, "past ten seconds")
+        self.deck.press("previous")
+        wait_until(lambda: self.deck.elapsed() < 5, "the beginning")
+        self.deck.shows("title", "Birch")
+
+    def test_shuffle_is_remembered(self):
+        self.deck.control("shuffle").click()
+        wait_until(lambda: self.deck.control("shuffle").checked, "shuffle on")
+        self.assertFalse(self.other.control("shuffle").checked)
+        self.deck.play("Amber")
+        played = set()
+        for _ in range(40):
+            self.deck.press("next")
+            played.add(self.deck.text("title"))
+            if len(played) == len(self.left):
+                break
+        self.assertEqual(played, {tone.title for tone in self.left})
+        self.end()
+        self.start()
+        self.assertTrue(self.deck.control("shuffle").checked)
+        self.assertIs(settings()["PairdeckLeftShuffleState"], True)
+
+
+class EndOfTrack(Scene):
+    left, right = music.SHORT, music.RIGHT
+
+    def near_the_end(self, title):
+        self.deck.play(title)
+        self.deck.control("seek").drag(0.02, 0.7)
+
+    def test_repeat_cycles_and_is_remembered(self):
+        away()
+        pictures = []
+        for state in (1, 2, 0):
+            self.deck.control("repeat").click()
+            wait_until(lambda: settings().get("PairdeckLeftRepeatState") == state, f"{state} on disk")
+            away()
+            pictures.append(self.deck.control("repeat").picture())
+        self.assertEqual(len(set(pictures)), 3)
+        for _ in range(2):
+            self.deck.control("repeat").click()
+        self.end()
+        self.start()
+        wait_until(lambda: self.deck.control("repeat").picture() == pictures[1], "repeat one restored")
+        self.assertNotEqual(self.other.control("repeat").picture(), pictures[1])
+
+    def test_repeat_off_rests_at_the_end(self):
+        self.near_the_end("Gale")
+        self.deck.shows("remaining time", "-00:00")
+        wait_until(lambda: not self.deck.overlay().checked, "the deck at rest")
+        self.hears()
+        self.deck.shows("title", "Gale")
+
+    def test_repeat_all_goes_on_with_the_next(self):
+        self.deck.control("repeat").click()
+        self.near_the_end("Gale")
+        self.deck.shows("title", "Hail")
+        self.hears(left=450)
+
+    def test_repeat_one_starts_again(self):
+        self.deck.control("repeat").click()
+        self.deck.control("repeat").click()
+        self.near_the_end("Gale")
+        wait_until(lambda: self.deck.elapsed() < 2, "the beginning", 5)
+        self.deck.shows("title", "Gale")
+        self.hears(left=350)
+
+
+class Panels(Scene):
+    def test_search(self):
+        self.deck.show("library")
+        everything = self.deck.titles()
+        for text, found in (("eric", ["Birch"]), ("CEDAR", ["Cedar"]), ("cedar ", []), ("?", [])):
+            self.deck.search(text)
+            wait_until(lambda: self.deck.titles() == found, f"{found} for {text!r}")
+        self.deck.search("ann")
+        wait_until(lambda: set(self.deck.titles()) == {"Amber", "Cedar"}, "both songs of Ann")
+        self.deck.play(self.deck.titles()[1])
+        self.deck.show("library")
+        press("ctrl+a", "BackSpace")
+        self.deck.search("")
+        wait_until(lambda: self.deck.titles() == everything, "the whole folder")
+        self.other.show("library")
+        self.assertEqual(len(self.other.titles()), len(self.right))
+
+    def test_library_button_pressed_again_and_again(self):
+        button = self.deck.control("library")
+        for presses in (1, 2, 3, 5):
+            wanted = button.checked != bool(presses % 2)
+            for _ in range(presses):
+                button.click()
+            shown, hidden = ("tracks", "album art") if wanted else ("album art", "tracks")
+            self.deck.control(shown)
+            self.screen.gone(f"Left deck: {hidden}")
+            self.other.control("album art")
+
+    def test_overlay_follows_the_pointer(self):
+        name = "Left deck: play/pause"
+        self.screen.gone(name)
+        artwork = self.deck.control("album art")
+        for _ in range(2):
+            artwork.hover()
+            self.screen.find(name)
+            self.assertIsNone(self.screen.look_for("Right deck: play/pause"))
+            away()
+            self.screen.gone(name)
+        inside, outside = artwork.point(0.1, 0.1), (5, 5)
+        for _ in range(15):
+            hand("mousemove", *inside, "mousemove", *outside)
+        self.screen.gone(name)
+        for _ in range(15):
+            hand("mousemove", *outside, "mousemove", *inside)
+        self.screen.find(name)
+        self.deck.play("Amber")
+        self.deck.overlay()
+        hand("mousemove", *inside)
+        time.sleep(0.5)
+        self.screen.find(name)
+
+
+class Windows(Scene):
+    def test_preferences(self):
+        press("ctrl+comma")
+        for pane in ("Left deck", "Right deck", "Global"):
+            self.screen.find(f"Preferences: {pane}").click()
+
+    def test_about(self):
+        pass
+
+    def test_window_is_dragged_by_its_box(self):
+        pass
+
+
+class BadInput(Scene):
+    left = [*music.LEFT[:1], music.Tone("plain.mp3", None, "", 650, 4)]
+    right = [
+        music.Tone("30.mp3", "x" * 30, "Zoe", 700, 4),
+        music.Tone("31.mp3", "y" * 31, "Zoe", 700, 4),
+    ]
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        (cls.folder / "Left" / "broken.mp3").write_bytes(b"This is no music.\n" * 100)
+        (cls.folder / "Left" / "folder.mp3").mkdir()
+        (cls.folder / "Empty").mkdir()
+
+    def test_what_cannot_be_played(self):
+        self.deck.play("Amber")
+        for name in ("broken.mp3", "folder.mp3"):
+            self.deck.play(name)
+            self.deck.shows("album and artist", "(null) - (null)")
+            self.assertEqual(self.deck.control("seek").maximum, 0.0)
+            self.hears()
+        self.deck.play("plain.mp3")
+        self.hears(left=650)
+        (self.folder / "Left" / "amber.mp3").rename(self.folder / "amber.mp3")
+        self.addCleanup((self.folder / "amber.mp3").rename, self.folder / "Left" / "amber.mp3")
+        self.deck.double_click("Amber")
+        self.deck.show("player")
+        self.deck.shows("title", "amber.mp3")
+
+
+class Evidence(unittest.TextTestResult):
+    """Keeps a screenshot of every scene that fails, and says what was on the screen."""
+
+    def addError(self, test, err):
+        self.keep(test)
+        super().addError(test, err)
+
+    def addFailure(self, test, err):
+        self.keep(test)
+        super().addFailure(test, err)
+
+    def keep(self, test):
+        EVIDENCE.mkdir(parents=True, exist_ok=True)
+        screenshot(EVIDENCE / f"{test.id().partition('.')[2]}.png")
+        if screen := getattr(test, "screen", None):
+            self.stream.writeln(f"\n{screen.outline()}")
+
+
+if __name__ == "__main__":
+    runner = unittest.TextTestRunner(verbosity=2, resultclass=Evidence)
+    unittest.main(argv=[sys.argv[0], *sys.argv[3:]], testRunner=runner)

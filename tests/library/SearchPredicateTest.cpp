@@ -1,0 +1,71 @@
+#include "library/SearchPredicate.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+SearchPredicate searchFor(const QString& text) {
+    const SearchPredicate pattern(
+        QStringLiteral("(name contains[cd] $value)or (artist contains[cd] $value) "));
+    return pattern.predicateWithSubstitutionVariables([&](const QString& variable) {
+        return variable == QStringLiteral("value") ? text : QStringLiteral("?");
+    });
+}
+
+bool finds(const char16_t* needle, const char16_t* text) {
+    const SearchPredicate predicate = searchFor(QString::fromUtf16(needle));
+    const QString field = QString::fromUtf16(text);
+    const bool byName = predicate.evaluate(field, QString());
+    EXPECT_EQ(byName, predicate.evaluate(QString(), field));
+    return byName;
+}
+
+TEST(SearchPredicate, IgnoresCaseAndMarksInBothDirections) {
+    for (const char16_t* needle : {u"eric", u"\u00E9ric", u"E\u0301RIC", u"\u00C8ri"}) {
+        EXPECT_TRUE(finds(needle, u"\u00C9ric"));
+        EXPECT_TRUE(finds(needle, u"ERIC"));
+        EXPECT_TRUE(finds(needle, u"Jean-E\u0301ric"));
+        EXPECT_FALSE(finds(needle, u"Er"));
+    }
+}
+
+TEST(SearchPredicate, FoldsInFull) {
+    EXPECT_TRUE(finds(u"\u00DF", u"MASSE"));
+    EXPECT_TRUE(finds(u"STRASSE", u"Stra\u00DFe"));
+    EXPECT_TRUE(finds(u"\u1E9E", u"\u00DF"));
+    EXPECT_TRUE(finds(u"office", u"O\uFB03ce"));
+    EXPECT_TRUE(finds(u"\u0535\u0552", u"\u0587"));
+    EXPECT_TRUE(finds(u"\u0574\u056D", u"\uFB17"));
+    EXPECT_TRUE(finds(u"\u03BF\u03B4\u03BF\u03C2", u"\u039F\u0394\u039F\u03A3"));  // final sigma
+    EXPECT_TRUE(finds(u"i", u"\u0130"));                                           // I with dot
+    EXPECT_FALSE(finds(u"i", u"\u0131"));                                          // dotless i
+    EXPECT_TRUE(finds(u"\U00010428", u"\U00010400"));  // a case pair beyond the first plane
+    EXPECT_TRUE(finds(u"\u304B", u"\u304C"));          // voiced kana
+    EXPECT_TRUE(finds(u"\u1100\u1161\u11A8", u"\uAC01"));
+    EXPECT_FALSE(finds(u"\uAC00", u"\uAC01"));              // a syllable is not part of another
+    EXPECT_FALSE(finds(u"\u0915\u093F", u"\u0915\u0940"));  // vowel signs differ
+}
+
+TEST(SearchPredicate, TakesTheTextLiterally) {
+    EXPECT_TRUE(finds(u"*?\"$\\value (", u"a*?\"$\\value ()"));
+    EXPECT_FALSE(finds(u"*", u"anything"));
+    EXPECT_FALSE(finds(u"blue ", u"Blue"));
+    EXPECT_TRUE(finds(u"e s", u"Blue Song"));
+    EXPECT_FALSE(finds(u"\u4E2D", u"plain"));
+}
+
+TEST(SearchPredicate, EachTermLooksAtItsOwnField) {
+    const auto value = [](const QString& name) { return name; };
+    const SearchPredicate pattern(
+        QStringLiteral("(name contains[cd] $first)or (artist contains[cd] $second) "));
+    const SearchPredicate predicate = pattern.predicateWithSubstitutionVariables(value);
+    EXPECT_TRUE(predicate.evaluate(QStringLiteral("The First"), QString()));
+    EXPECT_TRUE(predicate.evaluate(QString(), QStringLiteral("Second")));
+    EXPECT_FALSE(predicate.evaluate(QStringLiteral("second"), QStringLiteral("first")));
+    EXPECT_FALSE(pattern.evaluate(QStringLiteral("first"), QStringLiteral("second")));
+    EXPECT_FALSE(SearchPredicate(QStringLiteral("(name contains[cd] $a) and (artist x)"))
+                     .predicateWithSubstitutionVariables(value)
+                     .evaluate(QStringLiteral("a"), QStringLiteral("a")));
+}
+
+}  // namespace

@@ -1,0 +1,115 @@
+#include "platform/foundation/FileManager.h"
+#include "platform/foundation/Path.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+class FileManagerListing : public ::testing::Test {
+  protected:
+    QString path(const QString& name) const { return root_.filePath(name); }
+
+    void touch(const QByteArray& name) const {
+        const QByteArray full = fileSystemRepresentation(root_.path()) + '/' + name;
+        const int file = ::open(full.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
+        ASSERT_GE(file, 0);
+        ::close(file);
+    }
+
+    // QTemporaryDir does not remove names that are not UTF-8.
+    void TearDown() override {
+        QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), root_.path()});
+    }
+
+    QTemporaryDir root_;
+};
+
+TEST_F(FileManagerListing, ListsEveryKindAtEveryDepthWithoutFollowingLinks) {
+    ASSERT_TRUE(QDir(root_.path()).mkpath(QStringLiteral("sub/.deep")));
+    touch("sub/.deep/song.m4a");
+    touch(".hidden");
+    touch("caf\xE9\n.mp3");
+    touch(QByteArray(255, 'n'));
+    ASSERT_EQ(
+        ::mkfifo(fileSystemRepresentation(path(QStringLiteral("pipe.mp3"))).constData(), 0600), 0);
+    ASSERT_TRUE(QFile::link(root_.path(), path(QStringLiteral("sub/loop"))));
+    ASSERT_TRUE(QFile::link(QStringLiteral("nowhere"), path(QStringLiteral("dangling"))));
+    EXPECT_THAT(
+        FileManager::subpathsOfDirectoryAtPath(root_.path()),
+        UnorderedElementsAre(QStringLiteral("sub"), QStringLiteral("sub/.deep"),
+                             QStringLiteral("sub/.deep/song.m4a"), QStringLiteral("sub/loop"),
+                             QStringLiteral(".hidden"), QStringLiteral("pipe.mp3"),
+                             QStringLiteral("dangling"), QString(255, QLatin1Char('n')),
+                             stringWithFileSystemRepresentation("caf\xE9\n.mp3")));
+}
+
+TEST_F(FileManagerListing, KeepsTheFileSystemsOrderAndPutsAFolderBeforeItsContent) {
+    QStringList expected;
+    for (const char letter : {'q', 'a', 'z', 'm', 'b', 'y', 'c'})
+        ASSERT_TRUE(QDir(root_.path()).mkpath(QLatin1Char(letter) + QStringLiteral("/inner")));
+    DIR* const folder = ::opendir(fileSystemRepresentation(root_.path()).constData());
+    ASSERT_NE(folder, nullptr);
+    while (const dirent* const entry = ::readdir(folder)) {
+        const QString name = QString::fromLatin1(entry->d_name);
+        if (name.startsWith(QLatin1Char('.'))) continue;
+        expected << name << name + QStringLiteral("/inner");
+    }
+    ::closedir(folder);
+    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(root_.path()), ElementsAreArray(expected));
+}
+
+TEST_F(FileManagerListing, AFolderThatIsNoneOrCannotBeReadHasNoEntries) {
+    touch("file");
+    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(path(QStringLiteral("file"))), IsEmpty());
+    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(path(QStringLiteral("gone"))), IsEmpty());
+    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(QString()), IsEmpty());
+    if (::geteuid() == 0) GTEST_SKIP() << "the superuser may read every folder";
+    ASSERT_TRUE(QDir(root_.path()).mkdir(QStringLiteral("locked")));
+    ASSERT_EQ(::chmod(fileSystemRepresentation(path(QStringLiteral("locked"))).constData(), 0), 0);
+    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(root_.path()),
+                UnorderedElementsAre(QStringLiteral("file"), QStringLiteral("locked")));
+}
+
+TEST_F(FileManagerListing, DepthExhaustsNeitherPathsNorDescriptors) {
+    constexpr int kDepth = 2000;
+    int folder = ::open(fileSystemRepresentation(root_.path()).constData(), O_PATH | O_CLOEXEC);
+    for (int i = 0; i < kDepth; ++i) {
+        ASSERT_EQ(::mkdirat(folder, "down", 0700), 0);
+        // Levels that are returned to and entered again elsewhere.
+        if (i % 100 == 0) {
+            ASSERT_EQ(::mkdirat(folder, "side", 0700), 0);
+            ASSERT_EQ(::mkdirat(folder, "side/leaf", 0700), 0);
+        }
+        const int next = ::openat(folder, "down", O_PATH | O_CLOEXEC);
+        ::close(folder);
+        folder = next;
+        ASSERT_GE(folder, 0);
+    }
+    ::close(folder);
+    rlimit before = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few = {200, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    const QStringList entries = FileManager::subpathsOfDirectoryAtPath(root_.path());
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(entries.size(), kDepth + 2 * kDepth / 100);
+}
+
+}  // namespace
+}  // namespace platform
