@@ -54,10 +54,25 @@ void SongDecoder::seek(int64_t sample) {
                          [](int64_t value, const Packet& packet) { return value < packet.start; });
     const auto at = static_cast<size_t>(after - track_->packets.begin());
     nextPacket_ = prerollStart(at > 0 ? at - 1 : 0);
-    if (decoder_.isOpen()) decoder_.flush();
+    restart();
     blockFrames_ = 0;
     lastDecodedEnd_ = target;
     brokeOff_ = false;
+}
+
+void SongDecoder::restart() {
+    if (!decoder_.isOpen()) return;
+    if (track_->codec->codec_id != AV_CODEC_ID_AAC) {
+        decoder_.flush();
+        return;
+    }
+    // A flush leaves the band replication's filters and the noise generator as they are; a new
+    // decoder makes a place sound the same whatever was played before. It learns the replication's
+    // settings from the first packet, as later ones need not repeat them.
+    decoder_ = PacketDecoder(*track_->codec);
+    if (!decoder_.isOpen() || nextPacket_ == 0) return;
+    decoder_.decode(*track_, 0);
+    decoder_.flush();
 }
 
 size_t SongDecoder::read(float* stereo, size_t frames) {
@@ -77,7 +92,7 @@ size_t SongDecoder::read(float* stereo, size_t frames) {
         const int64_t within = position_ + track_->skip - blockStart_;
         if (blockFrames_ > 0 && within < 0) {
             silence(std::min(wanted, -within));
-        } else if (within < blockFrames_) {
+        } else if (within >= 0 && within < blockFrames_) {
             const int64_t count = std::min(wanted, blockFrames_ - within);
             std::copy_n(block_.data() + 2 * within, 2 * count, stereo + 2 * done);
             done += static_cast<size_t>(count);

@@ -30,6 +30,7 @@ class SongDecoder {
     bool brokeOff() const { return brokeOff_; }
 
   private:
+    void restart();
     bool decodeNext();
     void append(const AVFrame& frame);
     bool prepareConverter(const SampleFormat& format, const AVFrame& frame);

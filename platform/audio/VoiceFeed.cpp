@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 namespace platform::audio {
 
@@ -24,17 +23,11 @@ constexpr milliseconds settlingPeriod(2);
 constexpr milliseconds fadeOutPatience(200);
 // Decoded at once.
 constexpr size_t stepFrames = 1152;
-// Sound before the start that a resampler is given, so that its filter is in full swing there.
-constexpr int historyFrames = 1024;
 
 }  // namespace
 
 VoiceFeed::VoiceFeed(std::shared_ptr<Voice> voice, std::shared_ptr<const Track> track, Mixer& mixer)
-    : voice_(std::move(voice)),
-      decoder_(std::move(track)),
-      mixer_(mixer),
-      decoded_(2 * stepFrames),
-      produced_(2 * stepFrames) {}
+    : voice_(std::move(voice)), song_(std::move(track)), mixer_(mixer), frames_(2 * stepFrames) {}
 
 VoiceFeed::~VoiceFeed() {
     if (isMixed_) mixer_.remove(*voice_);
@@ -80,7 +73,7 @@ std::optional<milliseconds> VoiceFeed::serve() {
 }
 
 void VoiceFeed::prime(Lane& lane) {
-    const int songRate = decoder_.track().rate;
+    const int songRate = song_.track().rate;
     const int rate = mixer_.rate();
     int64_t sample = wanted_.sample;
     // Asked for anew because the output's rate changed: go on from where the song is.
@@ -93,49 +86,21 @@ void VoiceFeed::prime(Lane& lane) {
     lane.start = static_cast<double>(sample) / songRate;
     lane.request = wanted_.number;
     newest_ = &lane;
-    resampler_.reset();
-    if (rate == songRate) {
-        decoder_.seek(sample);
-    } else {
-        // A whole number of periods of both rates, so that frames stay where they would be.
-        const int common = std::gcd(rate, songRate);
-        const int periods = (historyFrames * common + songRate - 1) / songRate;
-        resampler_.emplace(songRate, rate);
-        decoder_.seek(sample - static_cast<int64_t>(periods) * (songRate / common));
-        skipHistory(static_cast<size_t>(periods) * static_cast<size_t>(rate / common));
-    }
+    song_.seek(sample, rate);
     fill(lane, static_cast<size_t>(primedSeconds * rate));
     voice_->offer(&lane);
 }
 
-void VoiceFeed::skipHistory(size_t frames) {
-    while (frames > 0) {
-        const size_t got = produce(produced_.data(), std::min(frames, stepFrames));
-        if (got == 0) return;
-        frames -= got;
-    }
-}
-
 void VoiceFeed::fill(Lane& lane, size_t frames) {
     while (frames > 0) {
-        const size_t got = produce(produced_.data(), std::min(frames, stepFrames));
-        if (got == 0) {
+        const size_t wanted = std::min(frames, stepFrames);
+        const size_t got = song_.read(frames_.data(), wanted);
+        lane.ring.write(frames_.data(), got);
+        if (got < wanted) {
             lane.complete.store(true, std::memory_order_release);
             return;
         }
-        lane.ring.write(produced_.data(), got);
         frames -= got;
-    }
-}
-
-size_t VoiceFeed::produce(float* out, size_t frames) {
-    if (!resampler_) return decoder_.read(out, frames);
-    // The filter takes in more than it gives at first.
-    for (;;) {
-        const size_t taken = decoder_.read(decoded_.data(), stepFrames);
-        if (taken == 0) return resampler_->drain(out, frames);
-        const size_t got = resampler_->process(decoded_.data(), taken, out, frames);
-        if (got > 0) return got;
     }
 }
 
@@ -145,7 +110,7 @@ bool VoiceFeed::noticeEndWhenHeard() {
     const double since = static_cast<double>(nowNanoseconds() - progress.at) * 1e-9;
     if (since < mixer_.latency()) return false;
     noticed_ = wanted_.number;
-    voice_->noticeEnd(wanted_.number, !decoder_.brokeOff());
+    voice_->noticeEnd(wanted_.number, !song_.brokeOff());
     return true;
 }
 

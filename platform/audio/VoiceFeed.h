@@ -2,8 +2,7 @@
 
 #include "platform/audio/Lane.h"
 #include "platform/audio/Mixer.h"
-#include "platform/audio/Resampler.h"
-#include "platform/audio/SongDecoder.h"
+#include "platform/audio/SongStream.h"
 #include "platform/audio/Voice.h"
 
 #include <chrono>
@@ -43,21 +42,17 @@ class VoiceFeed {
     Lane* freeLane();
     void prime(Lane& lane);
     void fill(Lane& lane, size_t frames);
-    size_t produce(float* out, size_t frames);
-    void skipHistory(size_t frames);
     bool noticeEndWhenHeard();
 
     std::shared_ptr<Voice> voice_;
-    SongDecoder decoder_;
+    SongStream song_;
     Mixer& mixer_;
     bool isMixed_ = false;
     FeedRequest wanted_;
     uint64_t noticed_ = 0;  // request whose end was told
     std::unique_ptr<Lane> lanes_[2];
-    Lane* newest_ = nullptr;              // offered last
-    std::optional<Resampler> resampler_;  // absent where the rates are the same
-    std::vector<float> decoded_;
-    std::vector<float> produced_;
+    Lane* newest_ = nullptr;     // offered last
+    std::vector<float> frames_;  // on their way into a lane
     mutable std::optional<std::chrono::steady_clock::time_point> releasedAt_;
 };
 

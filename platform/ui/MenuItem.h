@@ -6,12 +6,13 @@
 
 namespace platform {
 
-/// An entry of a menu with its shortcut, which works in every window of the program.
+/// An entry of a menu with its shortcut.
 class MenuItem : public QAction, public Control {
     Q_OBJECT
 
   public:
     explicit MenuItem(QObject* parent) : QAction(parent) {
+        // A menu serves the whole program, whichever of its windows is in front.
         setShortcutContext(Qt::ApplicationShortcut);
         connect(this, &QAction::triggered, this, [this] { sendAction(); });
     }

@@ -1,11 +1,10 @@
 #include "platform/audio/SongDecoder.h"
+#include "tests/platform/audio/Songs.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
-
-#include "tests/platform/audio/Songs.h"
 
 namespace platform::audio {
 namespace {

@@ -1,13 +1,13 @@
 #include "tests/platform/audio/Songs.h"
 
+#include "platform/audio/FfmpegPointers.h"
+#include "platform/audio/MemoryReader.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
 #include <cstdlib>
-
-#include "platform/audio/FfmpegPointers.h"
-#include "platform/audio/MemoryReader.h"
 
 namespace platform::audio {
 
@@ -37,9 +37,13 @@ QString songSource(double seconds, int rate, int channels) {
 
 QByteArray encodedSong(double seconds, const QString& options, const QString& suffix, int rate,
                        int channels) {
-    QStringList command = {QStringLiteral("ffmpeg"), QStringLiteral("-v"), QStringLiteral("error"),
-                           QStringLiteral("-f"),     QStringLiteral("lavfi"),
-                           QStringLiteral("-i"),     songSource(seconds, rate, channels)};
+    QStringList command = {QStringLiteral("ffmpeg"),
+                           QStringLiteral("-v"),
+                           QStringLiteral("error"),
+                           QStringLiteral("-f"),
+                           QStringLiteral("lavfi"),
+                           QStringLiteral("-i"),
+                           songSource(seconds, rate, channels)};
     command += options.split(u' ', Qt::SkipEmptyParts);
     command += QStringLiteral("OUT");
     return encodedBy(command, suffix);

@@ -1,0 +1,100 @@
+#include "tests/platform/audio/SoundServer.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QThread>
+#include <QTimer>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace platform::audio {
+
+SoundServer::SoundServer() {
+    if (!folder_.isValid()) std::abort();
+    qputenv("XDG_RUNTIME_DIR", folder_.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", folder_.path().toUtf8());
+    qputenv("HOME", folder_.path().toUtf8());
+    qputenv("PULSE_SERVER", "unix:" + folder_.filePath(QStringLiteral("socket")).toUtf8());
+    // Without the server there shall be no device at all.
+    qputenv("ALSA_CONFIG_PATH", "/dev/null");
+}
+
+SoundServer::~SoundServer() {
+    recorder_.reset();
+    kill();
+}
+
+void SoundServer::start(int rate, int channels) {
+    server_ = std::make_unique<QProcess>();
+    server_->setProcessChannelMode(QProcess::MergedChannels);
+    server_->setStandardOutputFile(QProcess::nullDevice());
+    const QString protocol =
+        QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=%1")
+            .arg(folder_.filePath(QStringLiteral("socket")));
+    const QString sink = QStringLiteral("module-null-sink sink_name=null rate=%1 channels=%2")
+                             .arg(rate)
+                             .arg(channels);
+    server_->start(QStringLiteral("pulseaudio"),
+                   {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
+                    QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--use-pid-file=no"),
+                    QStringLiteral("--disable-shm=no"), QStringLiteral("-L"), protocol,
+                    QStringLiteral("-L"), sink});
+    const QDeadlineTimer patience(10000);
+    while (!control({QStringLiteral("info")}).contains("Default Sink: null")) {
+        if (patience.hasExpired()) std::abort();
+        QThread::msleep(20);
+    }
+}
+
+void SoundServer::kill() {
+    if (!server_) return;
+    server_->kill();
+    server_->waitForFinished();
+    server_.reset();
+}
+
+QByteArray SoundServer::control(const QStringList& arguments) const {
+    QProcess pactl;
+    pactl.start(QStringLiteral("pactl"), arguments);
+    pactl.waitForFinished(5000);
+    return pactl.readAllStandardOutput();
+}
+
+void SoundServer::startRecording(const QString& sink, int rate, int channels) {
+    recorder_ = std::make_unique<QProcess>();
+    recorder_->setStandardOutputFile(folder_.filePath(QStringLiteral("recording")));
+    recorder_->start(
+        QStringLiteral("parec"),
+        {QStringLiteral("--device=%1.monitor").arg(sink), QStringLiteral("--raw"),
+         QStringLiteral("--format=float32le"), QStringLiteral("--latency-msec=50"),
+         QStringLiteral("--rate=%1").arg(rate), QStringLiteral("--channels=%1").arg(channels)});
+    const QString file = folder_.filePath(QStringLiteral("recording"));
+    const QDeadlineTimer patience(5000);
+    while (QFile(file).size() == 0) {
+        if (patience.hasExpired()) std::abort();
+        QThread::msleep(10);
+    }
+}
+
+std::vector<float> SoundServer::stopRecording() {
+    recorder_->terminate();
+    recorder_->waitForFinished();
+    recorder_.reset();
+    QFile file(folder_.filePath(QStringLiteral("recording")));
+    if (!file.open(QIODevice::ReadOnly)) std::abort();
+    const QByteArray raw = file.readAll();
+    std::vector<float> samples(static_cast<size_t>(raw.size()) / sizeof(float));
+    std::memcpy(samples.data(), raw.constData(), samples.size() * sizeof(float));
+    return samples;
+}
+
+void runEvents(double seconds) {
+    QEventLoop loop;
+    QTimer::singleShot(static_cast<int>(seconds * 1000), Qt::PreciseTimer, &loop,
+                       &QEventLoop::quit);
+    loop.exec();
+}
+
+}  // namespace platform::audio
