@@ -37,8 +37,8 @@ class TableView::Model : public QAbstractTableModel {
     void reload() {
         beginResetModel();
         const std::int64_t rows = source_ ? source_->numberOfRowsInTableView(table_) : 0;
-        rows_ = static_cast<int>(
-            std::clamp<std::int64_t>(rows, 0, std::numeric_limits<int>::max()));
+        rows_ =
+            static_cast<int>(std::clamp<std::int64_t>(rows, 0, std::numeric_limits<int>::max()));
         endResetModel();
     }
 
@@ -97,7 +97,9 @@ void TableView::setDataSource(TableViewDataSource* dataSource) {
     reloadData();
 }
 
-TableViewDataSource* TableView::dataSource() const { return model_->source(); }
+TableViewDataSource* TableView::dataSource() const {
+    return model_->source();
+}
 
 void TableView::setColumns(const QStringList& columns) {
     columns_ = columns;
