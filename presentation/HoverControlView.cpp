@@ -2,6 +2,16 @@
 
 #include "platform/ui/Transition.h"
 
+#include <QApplication>
+#include <QFocusEvent>
+
+#include <utility>
+
+HoverControlView::HoverControlView(QWidget* parent) : ImageView(parent) {
+    setFocusPolicy(Qt::TabFocus);
+    connect(qApp, &QApplication::focusChanged, this, &HoverControlView::focusMoved);
+}
+
 std::unique_ptr<platform::View> HoverControlView::view() const {
     auto empty = std::make_unique<platform::View>();
     empty->setGeometry(0, 0, 0, 0);
@@ -34,4 +44,27 @@ void HoverControlView::mouseEntered() {
 
 void HoverControlView::mouseExited() {
     animator().replaceSubviewWith(firstSubview(), view());
+}
+
+void HoverControlView::focusInEvent(QFocusEvent* event) {
+    ImageView::focusInEvent(event);
+    const bool isBackwards = event->reason() == Qt::BacktabFocusReason;
+    const bool comesFromWithin = std::exchange(isRevealedByFocus_, true);
+    if (isBackwards && comesFromWithin) {
+        focusPreviousChild();
+        return;
+    }
+    mouseEntered();
+    if (isBackwards) {
+        const auto controls = controlView_->findChildren<QWidget*>();
+        if (!controls.isEmpty()) controls.last()->setFocus(event->reason());
+    } else {
+        focusNextChild();
+    }
+}
+
+void HoverControlView::focusMoved(QWidget*, QWidget* now) {
+    const bool isWithin = now && (now == this || isAncestorOf(now));
+    if (isWithin || !std::exchange(isRevealedByFocus_, false)) return;
+    if (!underMouse()) mouseExited();
 }

@@ -5,12 +5,13 @@
 #include <memory>
 
 /// Album art that reveals a view of controls while the pointer is inside it. Its first subview is
-/// the slot: empty at rest, the control view while the pointer is there, with a cross-fade between.
+/// the slot: empty at rest, the control view while the pointer or the keyboard focus is there, with
+/// a cross-fade between.
 class HoverControlView final : public platform::ImageView {
     Q_OBJECT
 
   public:
-    using platform::ImageView::ImageView;
+    explicit HoverControlView(QWidget* parent = nullptr);
 
     /// The view to reveal, not owned; to be set before the pointer first enters.
     void setControlView(platform::View* controlView) { controlView_ = controlView; }
@@ -29,11 +30,15 @@ class HoverControlView final : public platform::ImageView {
     void drawRect(const QRectF& rect) override;
     void mouseEntered() override;
     void mouseExited() override;
+    /// Keyboard focus reveals the controls as the pointer does, and goes on to one of them.
+    void focusInEvent(QFocusEvent* event) override;
 
   private:
     void setUpHover();
+    void focusMoved(QWidget* old, QWidget* now);
 
     platform::View* controlView_ = nullptr;
     bool entered_ = false;
     bool isSetUp_ = false;
+    bool isRevealedByFocus_ = false;
 };

@@ -74,6 +74,15 @@ bool exists(const QString& path) {
     return ::lstat(fileSystemRepresentation(path).constData(), &status) == 0;
 }
 
+// Whether there is something at `path` that the program can never read. What it can't read just now
+// (for want of memory, or by a disk's fault) may be whole.
+bool isForbidden(const QString& path) {
+    const QByteArray name = fileSystemRepresentation(path);
+    struct stat status = {};
+    return ::lstat(name.constData(), &status) == 0 &&
+           (!S_ISREG(status.st_mode) || ::access(name.constData(), R_OK) != 0);
+}
+
 // Gives `from` the name `to` if that is free; false otherwise, errno then EEXIST.
 bool renameWithoutReplacing(const QByteArray& from, const QByteArray& to) {
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0) {
@@ -137,11 +146,12 @@ QString resolvedPath(const QString& path) {
 }
 
 std::optional<QJsonObject> readDefaultsFile(const QString& path) {
-    if (const std::optional<QByteArray> content = dataWithContentsOfFile(path)) {
+    const std::optional<QByteArray> content = dataWithContentsOfFile(path);
+    if (content) {
         const QJsonDocument document = QJsonDocument::fromJson(*content);
         if (document.isObject()) return document.object();
     }
-    if (exists(path)) keepAside(path);
+    if (content || isForbidden(path)) keepAside(path);
     return std::nullopt;
 }
 

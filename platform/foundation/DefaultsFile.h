@@ -11,14 +11,15 @@ namespace platform {
 /// yet; `path` itself when it is no link.
 QString resolvedPath(const QString& path);
 
-/// The object in the JSON file at `path`; absent when there is no such file, or it is damaged:
-/// then it has been moved aside to the first free of `path`.damaged, `path`.damaged.2 ...
+/// The object in the JSON file at `path`; absent when there is none or it can't be read now. What
+/// is no such object, or may not be read, is moved aside to the first free of `path`.damaged,
+/// `path`.damaged.2 ...
 std::optional<QJsonObject> readDefaultsFile(const QString& path);
 
 /// Replaces the file at `path` by one that holds `changes` over its present values, or over
 /// `known` where it is gone or damaged, and returns these values. On return they are on disk.
-/// Absent on failure, the file being as it was; also while another process is writing it, or
-/// while a damaged file can't be moved aside.
+/// Absent on failure, the file being as it was; also while another process is writing it, and
+/// while a file that can't be read stands in its place.
 std::optional<QJsonObject> updateDefaultsFile(const QString& path, const QJsonObject& known,
                                               const QJsonObject& changes);
 

@@ -24,7 +24,7 @@ using DefaultsValue = std::variant<bool, std::int32_t, QString, QJsonValue>;
 /// values from before or after. A save that fails is tried again, and what it held is not lost
 /// while the program runs.
 ///
-/// A file that is no JSON object, or can't be read, counts as empty and is kept beside under its
+/// A file that is no JSON object, or may not be read, counts as empty and is kept beside under its
 /// name and ".damaged" (or ".damaged.2" and so on). What others wrote to the file in the meantime
 /// stays, except under the keys set here.
 class UserDefaults {

@@ -1,13 +1,9 @@
 #include "platform/media/MediaAsset.h"
 
-#include "platform/foundation/Path.h"
+#include "platform/media/ReadAheadQueue.h"
+#include "platform/media/TagReader.h"
 
-#include <attachedpictureframe.h>
-#include <fileref.h>
-#include <id3v2tag.h>
-#include <mp4file.h>
-#include <mpegfile.h>
-#include <tag.h>
+#include <utility>
 
 namespace platform {
 
@@ -26,39 +22,25 @@ MetadataItem MetadataItem::artwork(const QString& path) {
 }
 
 std::optional<QByteArray> MetadataItem::dataValue() const {
-    if (picturePath_.isEmpty()) return std::nullopt;
-    const QByteArray name = fileSystemRepresentation(picturePath_);
-    const TagLib::FileRef file(name.constData(), false);
-    TagLib::ByteVector picture;
-    if (auto* const mpeg = dynamic_cast<TagLib::MPEG::File*>(file.file());
-        mpeg && mpeg->ID3v2Tag()) {
-        const TagLib::ID3v2::FrameList frames = mpeg->ID3v2Tag()->frameList("APIC");
-        if (frames.isEmpty()) return std::nullopt;
-        if (auto* const frame = dynamic_cast<TagLib::ID3v2::AttachedPictureFrame*>(frames.front()))
-            picture = frame->picture();
-    } else if (auto* const mp4 = dynamic_cast<TagLib::MP4::File*>(file.file()); mp4 && mp4->tag()) {
-        const TagLib::MP4::CoverArtList covers = mp4->tag()->item("covr").toCoverArtList();
-        if (!covers.isEmpty()) picture = covers.front().data();
-    }
-    if (picture.isEmpty()) return std::nullopt;
-    return QByteArray(picture.data(), static_cast<qsizetype>(picture.size()));
+    return picturePath_.isEmpty() ? std::nullopt : pictureOfFile(picturePath_);
 }
 
 MediaAsset MediaAsset::URLAssetWithURL(const QString& path) {
     MediaAsset asset;
-    const QByteArray name = fileSystemRepresentation(path);
-    const TagLib::FileRef file(name.constData(), false);
-    const TagLib::Tag* const tag = file.isNull() ? nullptr : file.tag();
-    if (!tag || tag->isEmpty()) return asset;
-    const auto add = [&](const QString& key, const TagLib::String& value) {
-        if (!value.isEmpty())
-            asset.items_ += MetadataItem::text(key, QString::fromStdWString(value.toWString()));
-    };
-    add(QStringLiteral("title"), tag->title());
-    add(QStringLiteral("artist"), tag->artist());
-    add(QStringLiteral("albumName"), tag->album());
-    asset.items_ += MetadataItem::artwork(path);
+    MediaReadAhead::Queue* const queue = MediaReadAhead::current();
+    std::optional<QList<MetadataItem>> ready = queue ? queue->take(path) : std::nullopt;
+    asset.items_ = ready ? std::move(*ready) : itemsOfFile(path);
     return asset;
+}
+
+QList<MetadataItem> MediaAsset::itemsOfFile(const QString& path) {
+    const Tags tags = tagsOfFile(path);
+    QList<MetadataItem> items;
+    if (tags.title) items += MetadataItem::text(QStringLiteral("title"), *tags.title);
+    if (tags.artist) items += MetadataItem::text(QStringLiteral("artist"), *tags.artist);
+    if (tags.album) items += MetadataItem::text(QStringLiteral("albumName"), *tags.album);
+    if (tags.picture) items += MetadataItem::artwork(path);
+    return items;
 }
 
 }  // namespace platform

@@ -38,10 +38,14 @@ class MediaAsset {
     /// without items, a damaged file has the items that could be read.
     static MediaAsset URLAssetWithURL(const QString& path);
 
-    /// The items in their order; where several have one key, the one that counts stands last.
-    const QList<MetadataItem>& metadata() const { return items_; }
+    /// The items in their order; where several have one key, the one that counts stands last. An
+    /// "artwork" item says that a picture may be there: whether it is shows when it is asked for.
+    QList<MetadataItem> metadata() const { return items_; }
 
   private:
+    friend class MediaReadAhead;
+    static QList<MetadataItem> itemsOfFile(const QString& path);
+
     QList<MetadataItem> items_;
 };
 

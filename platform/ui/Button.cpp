@@ -66,6 +66,7 @@ QSize Button::sizeHint() const {
 void Button::drawPlate(QPainter& painter) const {
     const QRectF plate = QRectF(rect()).adjusted(1, 1, -1, -1);
     double opacity = plated_ ? 0.14 : 0.0;
+    if (plated_ && !text().isEmpty() && state() == OnState) opacity += 0.16;
     if (underMouse() && isEnabled()) opacity += 0.12;
     if (isDown()) opacity += 0.12;
     if (opacity <= 0.0) return;
@@ -78,7 +79,7 @@ void Button::drawPlate(QPainter& painter) const {
 }
 
 void Button::drawFocusMark(QPainter& painter) const {
-    if (!hasFocus()) return;
+    if (!theme::showsFocus(*this)) return;
     const QRectF mark = QRectF(rect()).adjusted(1.5, 1.5, -1.5, -1.5);
     painter.setPen(QPen(theme::kFocus, 2.0));
     painter.setBrush(Qt::NoBrush);
@@ -104,7 +105,8 @@ void Button::paintEvent(QPaintEvent*) {
                          cell_->attributedTitle.string);
     } else {
         drawPlate(painter);
-        const Image& shown = state() == OnState && !alternateImage_.isNull() ? alternateImage_ : image_;
+        const Image& shown =
+            state() == OnState && !alternateImage_.isNull() ? alternateImage_ : image_;
         if (!shown.isNull()) {
             QRectF place(0, 0, imageSize_, imageSize_);
             place.moveCenter(QRectF(rect()).center());

@@ -12,6 +12,8 @@ class MenuItem : public QAction, public Control {
 
   public:
     explicit MenuItem(QObject* parent) : QAction(parent) {
+        // A menu serves the whole program, whichever of its windows is in front.
+        setShortcutContext(Qt::ApplicationShortcut);
         connect(this, &QAction::triggered, this, [this] { sendAction(); });
     }
 };

@@ -155,7 +155,7 @@ void Slider::paintEvent(QPaintEvent*) {
     const double radius = isSliderDown() || underMouse() ? kKnobRadius : kKnobRadius - 1.0;
     painter.setBrush(Qt::white);
     painter.drawEllipse(QPointF(knob, middle), radius, radius);
-    if (!hasFocus()) return;
+    if (!theme::showsFocus(*this)) return;
     painter.setPen(QPen(theme::kFocus, 2.0));
     painter.setBrush(Qt::NoBrush);
     painter.drawEllipse(QPointF(knob, middle), kKnobRadius + 1.0, kKnobRadius + 1.0);

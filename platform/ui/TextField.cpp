@@ -6,10 +6,15 @@
 
 namespace platform {
 
-TextField::TextField(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
+TextField::TextField(QWidget* parent) : QLabel(parent) {
+    setTextFormat(Qt::PlainText);
+}
 
 void TextField::setStringValue(const QString& text) {
-    setText(displayString(text));
+    const QString shown = displayString(text);
+    setText(shown);
+    // A name that says what the field is hides what it reads from a screen reader.
+    if (!accessibleName().isEmpty()) setAccessibleDescription(shown);
     if (cell_) cell_->setStringValue(text);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QWidget>
 
 namespace platform::theme {
 
@@ -8,5 +9,10 @@ namespace platform::theme {
 inline const QColor kAccent(0x8F, 0xD3, 0xFF);
 /// The ring around the control that has keyboard focus.
 inline const QColor kFocus(0x8F, 0xD3, 0xFF, 0xE6);
+
+/// Whether `widget` has keyboard focus and the keyboard is what moves it: a click leaves no mark.
+inline bool showsFocus(const QWidget& widget) {
+    return widget.hasFocus() && widget.window()->testAttribute(Qt::WA_KeyboardFocusChange);
+}
 
 }  // namespace platform::theme

@@ -10,20 +10,63 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace platform {
 namespace {
 
+using testing::ElementsAre;
 using testing::Optional;
+using testing::SizeIs;
+
+// What reaches the disk, in order, and the call that fails as a broken disk would.
+std::vector<std::string> diskCalls;
+std::string failingCall;
+
+// Runs between the opening of a file and its locking, when another process may step in.
+std::function<void()> beforeLock;
+
+bool succeeds(const char* call) {
+    diskCalls.emplace_back(call);
+    errno = EIO;
+    return failingCall != call;
+}
+
+}  // namespace
+
+extern "C" int fsync(int descriptor) {
+    struct stat status = {};
+    ::fstat(descriptor, &status);
+    return succeeds(S_ISDIR(status.st_mode) ? "flush folder" : "flush file")
+               ? static_cast<int>(::syscall(SYS_fsync, descriptor))
+               : -1;
+}
+
+extern "C" int flock(int descriptor, int operation) noexcept {
+    if (const auto stepIn = std::exchange(beforeLock, nullptr)) stepIn();
+    return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
+}
+
+extern "C" int rename(const char* from, const char* to) noexcept {
+    return succeeds("rename") ? static_cast<int>(::syscall(SYS_rename, from, to)) : -1;
+}
+
+namespace {
 
 class UserDefaultsTest : public testing::Test {
   protected:
@@ -139,6 +182,13 @@ TEST_F(UserDefaultsTest, DamagedFilesCountAsEmptyAndAreAllKept) {
     }
     EXPECT_EQ(dataWithContentsOfFile(kept[1]), QByteArray("{\"key\": 1"));
 
+    // A folder in its place is no file of settings, and kept too.
+    QFile::remove(file);
+    QDir().mkpath(file + QStringLiteral("/inside"));
+    EXPECT_EQ(UserDefaults(file).valueForKey(kKey), std::nullopt);
+    EXPECT_TRUE(QFile::exists(file + QStringLiteral(".damaged.6/inside")));
+    writeFile(file, R"({"key": 1})");
+
     // Damage that comes while the program runs costs no value either.
     UserDefaults defaults(file);
     writeFile(file, "{");
@@ -210,6 +260,45 @@ TEST_F(UserDefaultsTest, AFullDiskLeavesTheOldFileAndTheChangeWaits) {
                 Optional(DefaultsValue(QString(10'000, u'n'))));
 }
 
+TEST_F(UserDefaultsTest, AChangeIsOnDiskBeforeSynchronizeReturns) {
+    UserDefaults defaults(file);
+    const auto changed = [&](std::int32_t value, const char* failing) {
+        defaults.setValueForKey(value, kKey);
+        diskCalls = {};
+        failingCall = failing;
+        const bool saved = defaults.synchronize();
+        failingCall = {};
+        return saved;
+    };
+    EXPECT_TRUE(changed(1, ""));
+    EXPECT_THAT(diskCalls, ElementsAre("flush file", "rename", "flush folder"));
+    for (const char* failing : {"flush file", "rename"}) {
+        EXPECT_FALSE(changed(2, failing)) << failing;
+        EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(1))) << failing;
+    }
+    EXPECT_FALSE(changed(3, "flush folder")) << "it may not be there after a power cut";
+    diskCalls = {};
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_THAT(diskCalls, ElementsAre("flush file", "rename", "flush folder"));
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_THAT(diskCalls, SizeIs(3)) << "written without a change";
+}
+
+TEST_F(UserDefaultsTest, WhatCannotBeReadJustNowIsNotTakenForDamaged) {
+    writeFile(file, R"({"key": 1})");
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none = {.rlim_cur = 0, .rlim_max = limit.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    UserDefaults defaults(file);
+    defaults.setValueForKey(2, kOther);
+    EXPECT_FALSE(defaults.synchronize());
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_THAT(defaults.valueForKey(kKey), Optional(DefaultsValue(1)));
+    EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json")));
+}
+
 TEST_F(UserDefaultsTest, SymbolicLinksAndModesStayAsTheyAre) {
     const QByteArray target = QFile::encodeName(folder.filePath(QStringLiteral("kept/real.json")));
     ASSERT_EQ(::symlink("link.json", qPrintable(file)), 0);
@@ -247,6 +336,44 @@ TEST_F(UserDefaultsTest, TwoProcessesKeepEachOthersValues) {
     ::close(writer);
     EXPECT_TRUE(ours.synchronize());
     EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(3)));
+
+    // The new file that ours has just opened becomes the other one's settings, and a next one
+    // takes its name.
+    const QByteArray others = R"({"other": 4})";
+    beforeLock = [&] {
+        writeFile(file + QStringLiteral(".new"), others);
+        QFile::remove(file);
+        QFile::rename(file + QStringLiteral(".new"), file);
+        writeFile(file + QStringLiteral(".new"), "");
+    };
+    ours.setValueForKey(5, kKey);
+    EXPECT_FALSE(ours.synchronize());
+    EXPECT_EQ(content(), others);
+    EXPECT_TRUE(ours.synchronize());
+    EXPECT_THAT(UserDefaults(file).valueForKey(kOther), Optional(DefaultsValue(4)));
+}
+
+TEST_F(UserDefaultsTest, ProcessesSavingAtOnceLoseNothingAndNeverShowHalfAFile) {
+    constexpr std::int32_t kLast = 100;
+    const QString keys[] = {kKey, kOther};
+    for (const QString& key : keys) {
+        if (::fork() != 0) continue;
+        UserDefaults defaults(file);
+        for (std::int32_t count = 1; count <= kLast; ++count) {
+            defaults.setValueForKey(count, key);
+            while (!defaults.synchronize())
+                ::sched_yield();
+        }
+        ::_exit(0);
+    }
+    for (int running = 2; running > 0;) {
+        const std::optional<QByteArray> seen = dataWithContentsOfFile(file);
+        EXPECT_TRUE(!seen || QJsonDocument::fromJson(*seen).isObject()) << seen->constData();
+        if (::waitpid(-1, nullptr, WNOHANG) > 0) --running;
+    }
+    for (const QString& key : keys)
+        EXPECT_THAT(UserDefaults(file).valueForKey(key), Optional(DefaultsValue(kLast)));
+    EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json")));
 }
 
 TEST_F(UserDefaultsTest, TheStandardFileStandsInTheFolderOfTheBundle) {

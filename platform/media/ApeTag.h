@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/media/ByteReader.h"
+#include "platform/media/Tags.h"
+
+namespace platform {
+
+/// Adds to `tags` what the APE tag that ends in the 32-byte footer at `footer` has and they lack.
+void readApe(ByteReader& file, qint64 footer, Tags& tags);
+
+/// The front cover in the APE tag that ends in the 32-byte footer at `footer`.
+std::optional<QByteArray> apePicture(ByteReader& file, qint64 footer);
+
+}  // namespace platform

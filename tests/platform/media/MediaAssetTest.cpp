@@ -1,0 +1,103 @@
+#include "platform/foundation/Path.h"
+#include "platform/media/MediaAsset.h"
+#include "platform/media/MediaReadAhead.h"
+#include "tests/platform/media/TagBytes.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+class MediaAssetFile : public ::testing::Test {
+  protected:
+    QString write(const QByteArray& name, const QByteArray& content) const {
+        const QByteArray path = fileSystemRepresentation(folder_.path()) + '/' + name;
+        const int file = ::open(path.constData(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644);
+        EXPECT_EQ(::write(file, content.constData(), static_cast<size_t>(content.size())),
+                  content.size());
+        ::close(file);
+        return stringWithFileSystemRepresentation(path);
+    }
+
+    QTemporaryDir folder_;
+};
+
+TEST_F(MediaAssetFile, ListsItemsUnderTheirCommonKeys) {
+    const QByteArray jpeg = QByteArrayLiteral("\xFF\xD8\xFF\xE0") + QByteArray(300'000, 'j');
+    const QByteArray tag = id3Tag(
+        4, id3Frame(4, "APIC", apic(jpeg)) + id3Frame(4, "TALB", encoded(3, "Album")) +
+               id3Frame(4, "TPE1", encoded(3, "Artist")) + id3Frame(4, "TIT2", encoded(3, "")));
+    const QString path = write("caf\xE9.mp3", tag);
+    QMap<QString, MetadataItem> items;
+    for (const MetadataItem& item : MediaAsset::URLAssetWithURL(path).metadata())
+        items.insert(item.commonKey().value_or(QString()), item);
+    ASSERT_THAT(items.keys(),
+                ::testing::ElementsAre(QStringLiteral("albumName"), QStringLiteral("artist"),
+                                       QStringLiteral("artwork"), QStringLiteral("title")));
+    EXPECT_EQ(items[QStringLiteral("title")].stringValue(), QString());
+    EXPECT_EQ(items[QStringLiteral("artist")].stringValue(), QStringLiteral("Artist"));
+    EXPECT_EQ(items[QStringLiteral("albumName")].stringValue(), QStringLiteral("Album"));
+    EXPECT_EQ(items[QStringLiteral("artist")].dataValue(), std::nullopt);
+    const MetadataItem artwork = items[QStringLiteral("artwork")];
+    EXPECT_EQ(artwork.stringValue(), std::nullopt);
+    EXPECT_EQ(artwork.dataValue(), jpeg);
+    // Nothing was kept: the next answer is that of the file as it is then.
+    write("caf\xE9.mp3", id3Tag(4, id3Frame(4, "APIC", apic("other"))));
+    EXPECT_EQ(artwork.dataValue(), QByteArray("other"));
+    ASSERT_EQ(::unlink(fileSystemRepresentation(path).constData()), 0);
+    EXPECT_EQ(artwork.dataValue(), std::nullopt);
+}
+
+TEST_F(MediaAssetFile, WhatIsNoAudioFileHasNoItems) {
+    const QString fifo = folder_.filePath(QStringLiteral("pipe.mp3"));
+    ASSERT_EQ(::mkfifo(fileSystemRepresentation(fifo).constData(), 0600), 0);
+    const QString endless = folder_.filePath(QStringLiteral("zero.mp3"));
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/zero"), endless));
+    for (const QString& path :
+         {fifo, endless, folder_.path(), folder_.filePath(QStringLiteral("gone.mp3")), QString(),
+          write("empty.mp3", ""), write("text.mp3", "just some words"),
+          write("zeros.m4a", nul(10'000)), write("bare.mp3", "\xFF\xFB\x90" + nul(1000))}) {
+        SCOPED_TRACE(path.toStdString());
+        EXPECT_THAT(MediaAsset::URLAssetWithURL(path).metadata(), ::testing::IsEmpty());
+    }
+}
+
+QString titleOf(const QString& path) {
+    const QList<MetadataItem> items = MediaAsset::URLAssetWithURL(path).metadata();
+    return items.isEmpty() ? QString() : items.first().stringValue().value_or(QString());
+}
+
+TEST_F(MediaAssetFile, ReadingAheadShowsInNothingButTime) {
+    QStringList paths;
+    for (int i = 0; i < 1500; ++i) {
+        const QByteArray title = "Title " + QByteArray::number(i);
+        const QByteArray name = QByteArray::number(i) + ".mp3";
+        paths += write(name, id3Tag(3, id3Frame(3, "TIT2", encoded(0, title))));
+    }
+    for (const qsizetype count : {qsizetype{0}, qsizetype{1}, qsizetype{700}, paths.size()}) {
+        const MediaReadAhead ahead(paths);
+        for (qsizetype i = 0; i < count; ++i) {
+            ASSERT_EQ(titleOf(paths[i]), QStringLiteral("Title %1").arg(i));
+            // Files out of turn are read as always and hold up nothing.
+            if (i % 100 == 0) {
+                EXPECT_EQ(titleOf(paths[7]), QStringLiteral("Title 7"));
+            }
+        }
+        // A list within the list, as long as it lives.
+        const MediaReadAhead inner(paths.mid(1000, 100));
+        ASSERT_EQ(titleOf(paths[1000]), QStringLiteral("Title 1000"));
+    }
+    // Nothing outlives it.
+    write("0.mp3", id3Tag(3, id3Frame(3, "TIT2", encoded(0, "Changed"))));
+    EXPECT_EQ(titleOf(paths[0]), QStringLiteral("Changed"));
+}
+
+}  // namespace
+}  // namespace platform
