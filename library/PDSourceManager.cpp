@@ -117,7 +117,10 @@ std::int64_t PDSourceManager::numberOfRowsInTableView(platform::TableView*) {
 QString PDSourceManager::tableViewObjectValueForTableColumnRow(platform::TableView*,
                                                                const platform::TableColumn& column,
                                                                std::int64_t row) {
-    return side_.trackArray[static_cast<size_t>(row)]->valueForKey(column.identifier());
+    // While a scan refills the list, the table still goes by the rows of before.
+    const auto index = static_cast<size_t>(row);
+    if (index >= side_.trackArray.size()) return {};
+    return side_.trackArray[index]->valueForKey(column.identifier());
 }
 
 PDLeftSourceManager::PDLeftSourceManager()

@@ -174,21 +174,6 @@ HWY_INLINE void interleaveTile(const uint8_t* const* rows, int64_t offset, uint8
 #endif
 }
 
-// Rounding may lift a colour above its alpha, which compositing takes for a bright speck.
-HWY_INLINE void clampToAlpha(uint8_t* levels) {
-#if HWY_TARGET == HWY_SCALAR
-    for (int i = 0; i < kBundleLanes; ++i)
-        levels[i] = std::min(levels[i], levels[i | 3]);
-#else
-    alignas(16) static constexpr uint8_t kAlphas[] = {3,  3,  3,  3,  7,  7,  7,  7,
-                                                      11, 11, 11, 11, 15, 15, 15, 15};
-    const hn::FixedTag<uint8_t, 16> bytes;
-    const auto rounded = hn::Load(bytes, levels);
-    const auto alphas = hn::TableLookupBytes(rounded, hn::Load(bytes, kAlphas));
-    hn::Store(hn::Min(rounded, alphas), bytes, levels);
-#endif
-}
-
 void interleaveRows(const RowPass& pass, int y, int rows, uint8_t* bytes) {
     const uint8_t* row[kBundlePixels];
     for (int r = 0; r < kBundlePixels; ++r)
@@ -202,47 +187,114 @@ void interleaveRows(const RowPass& pass, int y, int rows, uint8_t* bytes) {
     }
 }
 
-void blurRowsOnTarget(const RowPass& pass, int y, int rows, const BlurScratch& scratch) {
-    interleaveRows(pass, y, rows, scratch.bytes);
-    const float* const pixels =
-        blurredPixels(pass.filter, pass.resampling, scratch.bytes, pass.width, scratch);
+// Stores a tile of columns, each with the pixels of kBundlePixels rows, row by row.
+template <bool kStreams>
+HWY_INLINE void storeTile(const uint16_t (*columns)[kBundleLanes], uint16_t* out) {
+#if HWY_TARGET == HWY_SCALAR
+    for (int i = 0; i < kBundlePixels * kBundlePixels; ++i)
+        std::memcpy(out + i * 4, columns[i % kBundlePixels] + i / kBundlePixels * 4,
+                    4 * sizeof(uint16_t));
+#else
+    const hn::FixedTag<uint16_t, 8> levels;
+    const hn::FixedTag<uint64_t, 2> pixels;
+    const auto load = [&](int c, int r) {
+        return hn::BitCast(pixels, hn::Load(levels, columns[c] + r * 4));
+    };
+    const auto store = [&](auto pair, int r, int c) {
+        uint16_t* const to = out + r * kBundleLanes + c * 4;
+        if constexpr (kStreams)
+            hn::Stream(hn::BitCast(levels, pair), levels, to);
+        else
+            hn::Store(hn::BitCast(levels, pair), levels, to);
+    };
+#pragma GCC unroll 2
+    for (int r = 0; r < kBundlePixels; r += 2) {
+        const auto column0 = load(0, r);
+        const auto column1 = load(1, r);
+        const auto column2 = load(2, r);
+        const auto column3 = load(3, r);
+        store(hn::InterleaveLower(pixels, column0, column1), r, 0);
+        store(hn::InterleaveLower(pixels, column2, column3), r, 2);
+        store(hn::InterleaveUpper(pixels, column0, column1), r + 1, 0);
+        store(hn::InterleaveUpper(pixels, column2, column3), r + 1, 2);
+    }
+#endif
+}
+
+template <bool kStreams>
+void storeStrips(const RowPass& pass, const float* pixels, int y) {
     alignas(64) float gains[kBundleLanes];
     std::fill(std::begin(gains), std::end(gains), Strips::kLevelScale);
     const int width = pass.resampling.pixels(pass.width);
     for (int x = 0; x < width; x += kBundlePixels) {
+        alignas(64) uint16_t tile[kBundlePixels][kBundleLanes];
         const int columns = std::min(kBundlePixels, width - x);
-        // One column after the other, to be stored one row after the other.
-        alignas(64) uint16_t tile[kBundlePixels][kBundleLanes] = {};
-        for (int c = 0; c < columns; ++c)
-            storeLevels(pixels + static_cast<int64_t>(x + c) * kBundleLanes, gains, tile[c]);
-        for (int r = 0; r < rows; ++r) {
-            uint16_t* const out = pass.strips.at(x / kBundlePixels, y + r);
-#pragma GCC unroll 4
-            for (int c = 0; c < kBundlePixels; ++c)
-                std::memcpy(out + c * 4, tile[c] + r * 4, 4 * sizeof(uint16_t));
-        }
+        for (int c = 0; c < columns; ++c, pixels += kBundleLanes)
+            storeLevels(pixels, gains, tile[c]);
+        for (int c = columns; c < kBundlePixels; ++c)
+            std::memset(tile[c], 0, sizeof tile[c]);
+        storeTile<kStreams>(tile, pass.strips.at(x / kBundlePixels, y));
     }
 }
 
-void blurColumnsOnTarget(const ColumnPass& pass, int strip, int columns,
-                         const BlurScratch& scratch) {
-    const float* pixels = blurredPixels(pass.filter, pass.resampling, pass.strips.at(strip, 0),
-                                        pass.strips.height, scratch);
+void blurRowsOnTarget(const RowPass& pass, int y, int rows, const BlurScratch& scratch) {
+    interleaveRows(pass, y, rows, scratch.bytes);
+    const float* const pixels =
+        blurredPixels(pass.filter, pass.resampling, scratch.bytes, pass.width, scratch);
+    if (pass.strips.streams)
+        storeStrips<true>(pass, pixels, y);
+    else
+        storeStrips<false>(pass, pixels, y);
+}
+
+// Sixteen levels with no colour above its alpha, to which rounding may have lifted it and which
+// compositing would take for a bright speck.
+HWY_INLINE void storeValidLevels(const uint8_t* levels, bool streams, uint8_t* out) {
+#if HWY_TARGET == HWY_SCALAR
+    static_cast<void>(streams);
+    for (int i = 0; i < kBundleLanes; ++i)
+        out[i] = std::min(levels[i], levels[i | 3]);
+#else
+    alignas(16) static constexpr uint8_t kAlphas[] = {3,  3,  3,  3,  7,  7,  7,  7,
+                                                      11, 11, 11, 11, 15, 15, 15, 15};
+    const hn::FixedTag<uint8_t, 16> bytes;
+    const auto rounded = hn::Load(bytes, levels);
+    const auto alphas = hn::TableLookupBytes(rounded, hn::Load(bytes, kAlphas));
+    const auto valid = hn::Min(rounded, alphas);
+    if (streams)
+        hn::Stream(valid, bytes, out);
+    else
+        hn::StoreU(valid, bytes, out);
+#endif
+}
+
+void storeRows(const uint8_t* levels, int rows, int columns, const ColumnPass& pass, int x) {
+    uint8_t* out = pass.result + int64_t{4} * x;
+    const bool whole = columns == kColumnsAtOnce;
+    alignas(16) uint8_t part[kColumnsAtOnce * 4];
+    for (int y = 0; y < rows; ++y, levels += kColumnsAtOnce * 4, out += pass.stride) {
+        uint8_t* const row = whole ? out : part;
+#pragma GCC unroll 4
+        for (int i = 0; i < kColumnsAtOnce * 4; i += kBundleLanes)
+            storeValidLevels(levels + i, pass.streams && whole, row + i);
+        if (!whole) std::memcpy(out, part, static_cast<size_t>(columns) * 4);
+    }
+}
+
+void blurColumnsOnTarget(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch) {
     alignas(64) float gains[kBundleLanes];
     for (int lane = 0; lane < kBundleLanes; ++lane)
         gains[lane] = (lane % 4 == 3 ? 1.0f : pass.colourGain) / Strips::kLevelScale;
-    const int height = pass.resampling.pixels(pass.strips.height);
-    uint8_t* out = pass.result + static_cast<int64_t>(strip) * kBundlePixels * 4;
-    for (int y = 0; y < height; ++y, out += pass.stride, pixels += kBundleLanes) {
-        alignas(64) uint8_t levels[kBundleLanes];
-        storeLevels(pixels, gains, levels);
-        clampToAlpha(levels);
-        // A constant size for all strips but the last makes the copy a single store.
-        if (columns == kBundlePixels)
-            std::memcpy(out, levels, sizeof levels);
-        else
-            std::memcpy(out, levels, static_cast<size_t>(columns) * 4);
+    const int height = pass.resampling.pixels(pass.height);
+    for (int column = 0; column < columns; column += kBundlePixels) {
+        const float* pixels =
+            blurredPixels(pass.filter, pass.resampling,
+                          pass.strips.at((x + column) / kBundlePixels, 0), pass.height, scratch);
+        uint8_t* levels = scratch.bytes + int64_t{4} * column;
+        for (int y = 0; y < height; ++y, pixels += kBundleLanes, levels += kColumnsAtOnce * 4)
+            storeLevels(pixels, gains, levels);
     }
+    storeRows(scratch.bytes, height, columns, pass, x);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -259,8 +311,8 @@ void blurRows(const RowPass& pass, int y, int rows, const BlurScratch& scratch) 
     HWY_DYNAMIC_DISPATCH(blurRowsOnTarget)(pass, y, rows, scratch);
 }
 
-void blurColumns(const ColumnPass& pass, int strip, int columns, const BlurScratch& scratch) {
-    HWY_DYNAMIC_DISPATCH(blurColumnsOnTarget)(pass, strip, columns, scratch);
+void blurColumns(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch) {
+    HWY_DYNAMIC_DISPATCH(blurColumnsOnTarget)(pass, x, columns, scratch);
 }
 
 }  // namespace platform

@@ -11,6 +11,8 @@ namespace platform {
 // and store is contiguous.
 constexpr int kBundlePixels = 4;
 constexpr int kBundleLanes = 4 * kBundlePixels;
+// The second pass takes as many columns at once as fill a cache line of the result.
+constexpr int kColumnsAtOnce = 16;
 
 /// A Gaussian as the sum of a causal and an anticausal recursive filter, each of two second-order
 /// sections over one pair of states: w[n] = x[n] + feedback1 w[n-1] + feedback2 w[n-2].
@@ -43,7 +45,7 @@ struct AxisResampling {
 
 /// Working memory of one worker: room for a bundle as long as the longest line.
 struct BlurScratch {
-    uint8_t* bytes;  ///< kBundleLanes per position
+    uint8_t* bytes;  ///< 4 * kColumnsAtOnce per position
     float* line;     ///< kBundleLanes per position
     float* pixels;   ///< kBundleLanes per resampled position
 };
@@ -52,11 +54,12 @@ struct BlurScratch {
 /// that a strip is a bundle. Levels times kLevelScale, saturated.
 struct Strips {
     static constexpr float kLevelScale = 256.0f;
-    uint16_t* levels;
-    int height;
+    uint16_t* levels;  ///< aligned to 64 bytes
+    int stripRows;     ///< the picture's height rounded up to whole bundles
+    bool streams;      ///< whether to store past the caches, which the picture would overflow
 
     uint16_t* at(int strip, int y) const {
-        return levels + (static_cast<int64_t>(strip) * height + y) * kBundleLanes;
+        return levels + (static_cast<int64_t>(strip) * stripRows + y) * kBundleLanes;
     }
 };
 
@@ -72,16 +75,19 @@ struct RowPass {
 };
 void blurRows(const RowPass& pass, int y, int rows, const BlurScratch& scratch);
 
-/// The second pass for one strip, of which the left `columns` belong to the picture: blurred,
-/// resampled, colours multiplied by `colourGain`, stored as RGBA bytes with no colour above alpha.
+/// The second pass for the columns [x, x + columns), columns <= kColumnsAtOnce, x a multiple of it:
+/// blurred, resampled, colours multiplied by `colourGain`, stored as RGBA bytes with no colour
+/// above alpha.
 struct ColumnPass {
     Strips strips;
+    int height;  ///< in samples
     const RecursiveGaussian& filter;
     const AxisResampling& resampling;
     float colourGain;
     uint8_t* result;  ///< of the whole picture
     int64_t stride;   ///< bytes from row to row
+    bool streams;     ///< as above; only for a result and stride aligned to 64 bytes
 };
-void blurColumns(const ColumnPass& pass, int strip, int columns, const BlurScratch& scratch);
+void blurColumns(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch);
 
 }  // namespace platform

@@ -79,6 +79,41 @@ AxisResampling AxisResampling::ofPart(int samples, double origin, double extent,
     return axis;
 }
 
+namespace {
+
+// A picture of more is written to memory, not kept for the second pass, and would push out of the
+// caches what is worked on.
+constexpr size_t kCacheBytes = size_t{8} << 20;
+
+int parts(int length, int unit) {
+    return (length + unit - 1) / unit;
+}
+
+// How a worker's memory is divided; each part is a multiple of 64 bytes.
+struct ScratchLayout {
+    size_t line, pixels, bytes;
+
+    ScratchLayout(QSize source, QSize result, bool resampled)
+        : line(laneBytes(std::max(source.width(), source.height()))),
+          pixels(resampled ? laneBytes(std::max(result.width(), result.height())) : 0),
+          bytes(std::max(size_t{kBundleLanes} * static_cast<size_t>(parts(source.width(), 4) * 4),
+                         size_t{4} * kColumnsAtOnce * static_cast<size_t>(result.height()))) {}
+
+    size_t total() const { return line + pixels + bytes; }
+    BlurScratch in(const LargeBuffer& memory) const {
+        auto* const begin = static_cast<uint8_t*>(memory.data());
+        return {begin + line + pixels, reinterpret_cast<float*>(begin),
+                reinterpret_cast<float*>(begin + line)};
+    }
+
+  private:
+    static size_t laneBytes(int positions) {
+        return sizeof(float) * kBundleLanes * static_cast<size_t>(positions);
+    }
+};
+
+}  // namespace
+
 struct GaussianBlur::Work {
     const QImage& source;
     AxisResampling across;
@@ -114,42 +149,48 @@ bool GaussianBlur::run(const Work& work, QImage& result) {
     if (source.isNull()) return false;
     const QSize size = work.size();
     if (result.size() != size || result.format() != source.format() || !result.isDetached())
-        result = largeBitmap(size, source.format());
-    const auto bundles = [](int pixels) { return (pixels + kBundlePixels - 1) / kBundlePixels; };
-    const int rowBundles = bundles(source.height());
-    const int strips = bundles(size.width());
-    if (result.isNull() ||
-        !strips_.reserve(sizeof(uint16_t) * kBundleLanes * static_cast<size_t>(strips) *
-                         static_cast<size_t>(source.height())))
-        return false;
+        result = largeBitmap(size, source.format(), RowAlignment::CacheLine);
+    if (result.isNull()) return false;
 
-    const auto longest = static_cast<size_t>(std::max(source.width(), source.height()));
-    const auto longestResult = static_cast<size_t>(std::max(size.width(), size.height()));
-    for (LargeBuffer& scratch : scratch_) {
-        if (!scratch.reserve((longest * (sizeof(float) + 1) + longestResult * sizeof(float)) *
-                             kBundleLanes))
-            return false;
-    }
-    const auto scratchOf = [&](int worker) {
-        auto* const line = static_cast<float*>(scratch_[static_cast<size_t>(worker)].data());
-        float* const pixels = line + longest * kBundleLanes;
-        return BlurScratch{reinterpret_cast<uint8_t*>(pixels + longestResult * kBundleLanes), line,
-                           pixels};
-    };
+    const int rowBundles = parts(source.height(), kBundlePixels);
+    const int stripRows = rowBundles * kBundlePixels;
+    const size_t stripBytes = sizeof(uint16_t) * kBundleLanes *
+                              static_cast<size_t>(parts(size.width(), kBundlePixels)) *
+                              static_cast<size_t>(stripRows);
+    const ScratchLayout layout(source.size(), size, work.across.taps > 0);
+    const bool reserved = strips_.reserve(stripBytes) &&
+                          std::all_of(scratch_.begin(), scratch_.end(), [&](LargeBuffer& scratch) {
+                              return scratch.reserve(layout.total());
+                          });
+    if (!reserved) return false;
+    const Strips between{static_cast<uint16_t*>(strips_.data()), stripRows,
+                         stripBytes > kCacheBytes};
 
     const RecursiveGaussian filter = RecursiveGaussian::withSigma(sigma_);
-    const Strips between{static_cast<uint16_t*>(strips_.data()), source.height()};
     const RowPass rows{
         source.constBits(), source.bytesPerLine(), source.width(), filter, work.across, between};
     parallelFor(rowBundles, threads_, [&](int bundle, int worker) {
         const int y = bundle * kBundlePixels;
-        blurRows(rows, y, std::min(kBundlePixels, source.height() - y), scratchOf(worker));
+        blurRows(rows, y, std::min(kBundlePixels, source.height() - y),
+                 layout.in(scratch_[static_cast<size_t>(worker)]));
     });
-    const ColumnPass columns{between,         filter,        work.down,
-                             work.colourGain, result.bits(), result.bytesPerLine()};
-    parallelFor(strips, threads_, [&](int strip, int worker) {
-        const int x = strip * kBundlePixels;
-        blurColumns(columns, strip, std::min(kBundlePixels, size.width() - x), scratchOf(worker));
+
+    uchar* const bits = result.bits();
+    const bool aligned =
+        (reinterpret_cast<uintptr_t>(bits) | static_cast<uintptr_t>(result.bytesPerLine())) % 64 ==
+        0;
+    const ColumnPass columns{between,
+                             source.height(),
+                             filter,
+                             work.down,
+                             work.colourGain,
+                             bits,
+                             result.bytesPerLine(),
+                             aligned && between.streams};
+    parallelFor(parts(size.width(), kColumnsAtOnce), threads_, [&](int part, int worker) {
+        const int x = part * kColumnsAtOnce;
+        blurColumns(columns, x, std::min(kColumnsAtOnce, size.width() - x),
+                    layout.in(scratch_[static_cast<size_t>(worker)]));
     });
     return true;
 }

@@ -8,7 +8,6 @@
 #include <QSvgRenderer>
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 namespace platform {
@@ -83,8 +82,9 @@ Image::Image(std::shared_ptr<Representation> representation)
     : representation_(std::move(representation)) {}
 
 Image Image::imageNamed(const QString& name) {
-    auto drawing =
-        std::make_shared<QSvgRenderer>(QStringLiteral(":/images/") + name + QStringLiteral(".svg"));
+    const QString path = QStringLiteral(":/images/") + name + QStringLiteral(".svg");
+    if (!QFile::exists(path)) return Image();
+    auto drawing = std::make_shared<QSvgRenderer>(path);
     if (!drawing->isValid()) return Image();
     return Image(std::make_shared<Representation>(std::move(drawing)));
 }

@@ -1,10 +1,18 @@
 #include "platform/image/Image.h"
+#include "platform/image/ImageDecoder.h"
 
 #include <QBuffer>
+#include <QColorSpace>
+#include <QFile>
 #include <QImageWriter>
 #include <QPainter>
+#include <QTemporaryDir>
+#include <QtEndian>
 
 #include <gtest/gtest.h>
+#include <turbojpeg.h>
+
+#include <array>
 
 namespace platform {
 namespace {
@@ -17,25 +25,210 @@ QByteArray encoded(const QImage& image, const char* format) {
     return buffer.data();
 }
 
+QImage flat(QSize size, const QColor& colour, QImage::Format format = QImage::Format_RGB32) {
+    QImage image(size, format);
+    image.fill(colour);
+    return image;
+}
+
+void expectNear(QRgb actual, QRgb expected, int tolerance) {
+    EXPECT_NEAR(qRed(actual), qRed(expected), tolerance);
+    EXPECT_NEAR(qGreen(actual), qGreen(expected), tolerance);
+    EXPECT_NEAR(qBlue(actual), qBlue(expected), tolerance);
+    EXPECT_NEAR(qAlpha(actual), qAlpha(expected), tolerance);
+}
+
+// A JPEG file of that picture with a segment put in after the start of the image.
+QByteArray jpegWithSegment(const QImage& image, uchar marker, const QByteArray& content) {
+    QByteArray segment("\xFF");
+    segment += static_cast<char>(marker);
+    segment.resize(4);
+    qToBigEndian(static_cast<quint16>(content.size() + 2), segment.data() + 2);
+    return encoded(image, "jpg").insert(2, segment + content);
+}
+
+QByteArray cmykJpeg(std::array<uchar, 4> inks) {
+    std::vector<uchar> pixels;
+    for (int i = 0; i < 16 * 16; ++i)
+        pixels.insert(pixels.end(), inks.begin(), inks.end());
+    tjhandle encoder = tjInitCompress();
+    uchar* bytes = nullptr;
+    unsigned long size = 0;
+    EXPECT_EQ(tjCompress2(encoder, pixels.data(), 16, 64, 16, TJPF_CMYK, &bytes, &size, TJSAMP_444,
+                          100, 0),
+              0);
+    const QByteArray data(reinterpret_cast<const char*>(bytes), static_cast<qsizetype>(size));
+    tjFree(bytes);
+    tjDestroy(encoder);
+    return data;
+}
+
 TEST(Image, WhatIsNoPictureIsNull) {
     EXPECT_TRUE(Image().isNull());
-    EXPECT_TRUE(Image::initWithData(QByteArray()).isNull());
+    EXPECT_EQ(Image().size(), QSizeF(0, 0));
     EXPECT_TRUE(Image::initWithData("not a picture").isNull());
     EXPECT_TRUE(Image::initWithContentsOfURL(QStringLiteral("/gone.png")).isNull());
     EXPECT_TRUE(Image::initByReferencingURL(QString()).isNull());
     EXPECT_TRUE(Image::imageNamed(QStringLiteral("gone")).isNull());
-    EXPECT_EQ(Image().size(), QSizeF(0, 0));
 }
 
-TEST(Image, EveryFormatIsDecoded) {
-    QImage image(48, 32, QImage::Format_RGB32);
-    image.fill(QColor(200, 40, 90));
+TEST(Image, DecodesEveryFormat) {
+    const QColor colour(200, 40, 90);
     for (const char* format : {"png", "jpg", "webp", "bmp", "tiff"}) {
-        const Image decoded = Image::initWithData(encoded(image, format));
-        EXPECT_EQ(decoded.size(), QSizeF(48, 32)) << format;
-        EXPECT_EQ(decoded.bitmap().format(), QImage::Format_RGBA8888_Premultiplied) << format;
-        EXPECT_NEAR(qRed(decoded.bitmap().pixel(20, 20)), 200, 3) << format;
+        SCOPED_TRACE(format);
+        const Image image = Image::initWithData(encoded(flat({45, 31}, colour), format));
+        EXPECT_EQ(image.size(), QSizeF(45, 31));
+        ASSERT_EQ(image.bitmap().format(), QImage::Format_RGBA8888_Premultiplied);
+        expectNear(image.bitmap().pixel(20, 20), colour.rgba(), 3);
     }
+    // One white pixel.
+    const Image gif = Image::initWithData(
+        QByteArray::fromBase64("R0lGODlhAQABAIAAAP///////ywAAAAAAQABAAACAkQBADs="));
+    EXPECT_EQ(gif.bitmap().pixel(0, 0), 0xFFFFFFFF);
+    const QImage deep = flat({9, 9}, QColor(10, 20, 200, 128), QImage::Format_RGBA64);
+    expectNear(Image::initWithData(encoded(deep, "png")).bitmap().pixel(4, 4),
+               qPremultiply(qRgba(10, 20, 200, 128)), 1);
+}
+
+TEST(Image, SurvivesDamage) {
+    QImage noise = flat({64, 64}, Qt::white);
+    for (int y = 0; y < 64; ++y) {
+        for (int x = 0; x < 64; ++x)
+            noise.setPixel(x, y, static_cast<uint>(x * 0x9E3779B1u ^ y * 0x85EBCA77u) | 0xFF000000);
+    }
+    for (const char* format : {"png", "jpg", "webp", "bmp", "tiff"}) {
+        const QByteArray data = encoded(noise, format);
+        for (qsizetype at = 0; at < data.size(); at += 1 + data.size() / 97) {
+            Image::initWithData(data.first(at)).bitmap();
+            QByteArray damaged = data;
+            damaged[at] = static_cast<char>(~damaged[at]);
+            Image::initWithData(damaged).bitmap();
+        }
+    }
+}
+
+TEST(Image, RefusesDeclaredSizesBeyondItsLimits) {
+    EXPECT_TRUE(isDecodableSize({16384, 16384}, 4));
+    EXPECT_FALSE(isDecodableSize({16384, 16385}, 4));
+    EXPECT_FALSE(isDecodableSize({16384, 16384}, 8));
+    EXPECT_FALSE(isDecodableSize({0, 5}, 4));
+
+    QByteArray jpeg = encoded(flat({16, 16}, Qt::red), "jpg");
+    const qsizetype frame = jpeg.indexOf("\xFF\xC0");
+    ASSERT_GT(frame, 0);
+    qToBigEndian<quint16>(0xFFFF, jpeg.data() + frame + 5);
+    qToBigEndian<quint16>(0xFFFF, jpeg.data() + frame + 7);
+    EXPECT_TRUE(Image::initWithData(jpeg).isNull());
+
+    QByteArray bmp = encoded(flat({16, 16}, Qt::red), "bmp");
+    qToLittleEndian<quint32>(1 << 15, bmp.data() + 18);
+    qToLittleEndian<quint32>(1 << 15, bmp.data() + 22);
+    EXPECT_TRUE(Image::initWithData(bmp).isNull());
+}
+
+TEST(Image, StandsUpright) {
+    // Red on the stored left, blue on the right; where the orientation puts the red.
+    QImage stored = flat({64, 32}, Qt::blue);
+    QPainter(&stored).fillRect(0, 0, 32, 16, Qt::red);
+    struct Case {
+        char orientation;
+        QSize size;
+        QPoint red;
+    };
+    const Case cases[] = {{1, {64, 32}, {8, 4}},   {2, {64, 32}, {56, 4}}, {3, {64, 32}, {56, 28}},
+                          {4, {64, 32}, {8, 28}},  {5, {32, 64}, {4, 8}},  {6, {32, 64}, {28, 8}},
+                          {7, {32, 64}, {28, 56}}, {8, {32, 64}, {4, 56}}};
+    for (const Case& expected : cases) {
+        SCOPED_TRACE(static_cast<int>(expected.orientation));
+        QByteArray little("Exif\0\0II*\0\x08\0\0\0\x01\0\x12\x01\x03\0\x01\0\0\0", 24);
+        little += expected.orientation;
+        little += QByteArray(7, '\0');
+        QByteArray big("Exif\0\0MM\0*\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0", 25);
+        big += expected.orientation;
+        big += QByteArray(6, '\0');
+        for (const QByteArray& exif : {little, big}) {
+            const QImage image = Image::initWithData(jpegWithSegment(stored, 0xE1, exif)).bitmap();
+            ASSERT_EQ(image.size(), expected.size);
+            const QPoint opposite(image.width() - 1 - expected.red.x(),
+                                  image.height() - 1 - expected.red.y());
+            expectNear(image.pixel(expected.red), qRgb(255, 0, 0), 12);
+            expectNear(image.pixel(opposite), qRgb(0, 0, 255), 12);
+            // Broken off anywhere, the block tells no orientation or the right one.
+            for (qsizetype length = 0; length < exif.size(); ++length)
+                EXPECT_FALSE(Image::initWithData(jpegWithSegment(stored, 0xE1, exif.first(length)))
+                                 .isNull());
+        }
+    }
+}
+
+TEST(Image, ColoursBecomeStandardOnes) {
+    const QColor colour(40, 180, 90);
+    const QColorSpace wide(QColorSpace::AdobeRgb);
+    for (const QImage::Format format : {QImage::Format_RGB32, QImage::Format_RGBA64}) {
+        for (const char* type : {"png", "jpg", "tiff", "webp"}) {
+            SCOPED_TRACE(type);
+            QImage image = flat({16, 16}, colour, format);
+            image.setColorSpace(wide);
+            const QRgb expected = image.convertedToColorSpace(QColorSpace::SRgb).pixel(8, 8);
+            ASSERT_GT(std::abs(qRed(expected) - colour.red()), 20);
+            expectNear(Image::initWithData(encoded(image, type)).bitmap().pixel(8, 8), expected, 3);
+        }
+    }
+    QImage gray(16, 16, QImage::Format_Grayscale8);
+    gray.fill(77);
+    expectNear(Image::initWithData(encoded(gray, "png")).bitmap().pixel(8, 8), qRgb(77, 77, 77), 0);
+    // A profile that is none leaves the colours alone.
+    const QByteArray damaged = jpegWithSegment(flat({16, 16}, colour), 0xE2,
+                                               QByteArray("ICC_PROFILE\0\x01\x01nonsense", 22));
+    expectNear(Image::initWithData(damaged).bitmap().pixel(8, 8), colour.rgba(), 3);
+}
+
+// The encoder marks the file as of the one writer that stores inks inverted, as all in use do.
+TEST(Image, InksBecomeColours) {
+    const QByteArray data = cmykJpeg({255, 0, 128, 51});
+    ASSERT_TRUE(data.contains("Adobe"));
+    expectNear(Image::initWithData(data).bitmap().pixel(8, 8), qRgb(51, 0, 26), 3);
+}
+
+TEST(Image, AReferencedFileIsReadWhenItIsAskedFor) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("late.png"));
+    const Image referenced = Image::initByReferencingURL(path);
+    EXPECT_TRUE(Image::initWithContentsOfURL(path).isNull());
+    ASSERT_TRUE(flat({30, 20}, Qt::green).save(path));
+    const Image copy = referenced;
+    EXPECT_EQ(copy.size(), QSizeF(30, 20));
+    QFile::remove(path);
+    EXPECT_EQ(referenced.bitmap().size(), QSize(30, 20));
+}
+
+TEST(Image, ACopysSizeIsItsOwn) {
+    const Image image(flat({30, 20}, Qt::green));
+    Image copy = image;
+    copy.setSize({575, 300});
+    EXPECT_EQ(copy.size(), QSizeF(575, 300));
+    EXPECT_EQ(copy.bitmap().size(), QSize(30, 20));
+    EXPECT_EQ(image.size(), QSizeF(30, 20));
+}
+
+TEST(Image, FillsTheRectangleOnDenseScreens) {
+    // Fine stripes become an even grey when shown small; sampling single pixels would keep some.
+    QImage stripes = flat({640, 640}, Qt::white);
+    for (int x = 0; x < 640; x += 2)
+        QPainter(&stripes).fillRect(x, 0, 1, 640, Qt::black);
+    QImage screen = flat({120, 120}, Qt::red);
+    screen.setDevicePixelRatio(2);
+    {
+        QPainter painter(&screen);
+        Image(stripes).drawInRect(painter, QRectF(10, 10, 40, 40));
+        Image().drawInRect(painter, QRectF(0, 0, 60, 60));
+    }
+    for (int i = 20; i < 100; ++i) {
+        expectNear(screen.pixel(i, 60), qRgb(128, 128, 128), 3);
+        expectNear(screen.pixel(60, i), qRgb(128, 128, 128), 3);
+    }
+    EXPECT_EQ(screen.pixel(19, 60), qRgb(255, 0, 0));
+    EXPECT_EQ(screen.pixel(100, 60), qRgb(255, 0, 0));
 }
 
 }  // namespace
