@@ -31,7 +31,7 @@ class LargeBuffer {
     size_t mappingSize_ = 0;
 };
 
-/// A zeroed bitmap of `size` whose pixels stand in a LargeBuffer, rows padded to 64 bytes; null
+/// A zeroed bitmap of `size` whose pixels stand in a LargeBuffer, rows padded to 4 bytes; null
 /// when the size is empty, the format has none or memory is short.
 QImage largeBitmap(QSize size, QImage::Format format);
 
