@@ -32,6 +32,7 @@ Pairdeck::Pairdeck()
     outlet(QStringLiteral("PDAboutWindowClose"), aboutWindowClose_);
     outlet(QStringLiteral("PDVersionBuildString"), versionBuildString_);
     action(QStringLiteral("quit"), [this](Control*) { quit(); });
+    action(QStringLiteral("perSecondInfoRefresh"), [this](Control*) { perSecondInfoRefresh(); });
     action(QStringLiteral("playTrackFromSelection"),
            [this](Control* sender) { playTrackFromSelection(sender); });
     action(QStringLiteral("playNextTrackAt"), [this](Control* sender) { playNextTrackAt(sender); });

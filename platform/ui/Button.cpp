@@ -3,6 +3,7 @@
 #include "platform/ui/Font.h"
 #include "platform/ui/Theme.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 
 namespace platform {
@@ -18,6 +19,19 @@ Button::Button(QWidget* parent) : QAbstractButton(parent) {
             sendAction();
         }
     });
+}
+
+bool Button::event(QEvent* event) {
+    // The focused button keeps the key that presses it, whatever that key does elsewhere.
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        event->accept();
+    }
+    return QAbstractButton::event(event);
+}
+
+void Button::turnOn() {
+    if (state() != OnState) click();
 }
 
 int Button::state() const {

@@ -31,6 +31,9 @@ class Button : public QAbstractButton, public Control {
 
     explicit Button(QWidget* parent = nullptr);
 
+    /// Clicks the button unless it is on already.
+    Q_INVOKABLE void turnOn();
+
     int state() const;
     /// 1 on, 0 off, -1 mixed; any other value counts as on.
     void setState(int state);
@@ -54,6 +57,7 @@ class Button : public QAbstractButton, public Control {
     QSize sizeHint() const override;
 
   protected:
+    bool event(QEvent* event) override;
     void nextCheckState() override;
     void paintEvent(QPaintEvent* event) override;
 

@@ -21,9 +21,10 @@ class SearchField : public QLineEdit, public Control {
     QString stringValue() const { return text(); }
     void setStringValue(const QString& text) { setText(text); }
 
-  private:
-    void sendNow();
+    /// Sends the action at once.
+    Q_INVOKABLE void sendNow();
 
+  private:
     QTimer delay_;
 };
 

@@ -107,10 +107,10 @@ void Slider::keyPressEvent(QKeyEvent* event) {
     switch (event->key()) {
         case Qt::Key_Left:
         case Qt::Key_Down:
-            return moveByUser(value_ - keyStep_);
+            return decrement();
         case Qt::Key_Right:
         case Qt::Key_Up:
-            return moveByUser(value_ + keyStep_);
+            return increment();
         case Qt::Key_PageDown:
             return moveByUser(value_ - 4.0 * keyStep_);
         case Qt::Key_PageUp:

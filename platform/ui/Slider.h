@@ -31,6 +31,10 @@ class Slider : public QAbstractSlider, public Control {
     float floatValue() const { return static_cast<float>(value_); }
     void setDoubleValue(double value);
 
+    /// Move the value by one key step, as the user would.
+    Q_INVOKABLE void increment() { moveByUser(value_ + keyStep_); }
+    Q_INVOKABLE void decrement() { moveByUser(value_ - keyStep_); }
+
     QSize sizeHint() const override { return {120, 22}; }
 
   protected:

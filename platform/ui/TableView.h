@@ -1,12 +1,14 @@
 #pragma once
 
 #include "platform/ui/Control.h"
+#include "platform/ui/FocusRing.h"
 
 #include <QString>
 #include <QStringList>
 #include <QTableView>
 
 #include <cstdint>
+#include <memory>
 
 namespace platform {
 
@@ -69,6 +71,8 @@ class TableView : public QTableView, public Control {
     const QString& doubleAction() const { return doubleAction_; }
 
   protected:
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
 
@@ -78,6 +82,7 @@ class TableView : public QTableView, public Control {
     Model* model_;
     QStringList columns_;
     QString doubleAction_;
+    std::unique_ptr<FocusRing> ring_;  // absent without keyboard focus
 };
 
 }  // namespace platform

@@ -108,7 +108,8 @@ TEST_F(Navigation, TheEndOfATrackFollowsTheRepeatState) {
     const Deck& left = deck(PDLeftPlayer);
     const auto playToEnd = [&] {
         decks().playTrackAtWithPlayer(songs_[2], PDLeftPlayer);
-        return waitUntil([&] { return !left.isPlaying() || loaded(PDLeftPlayer) != QStringLiteral("c.mp3"); });
+        return waitUntil(
+            [&] { return !left.isPlaying() || loaded(PDLeftPlayer) != QStringLiteral("c.mp3"); });
     };
     ASSERT_TRUE(playToEnd());
     EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("c.mp3"));
