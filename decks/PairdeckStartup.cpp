@@ -165,7 +165,7 @@ void Pairdeck::restoreSettings() {
         deck.shuffle = stored == DefaultsValue(true) || stored == DefaultsValue(std::int32_t{1});
     }
     for (Deck& deck : decks_)
-        deck.repeatButton->setImage(repeatImage(deck.repeat));
+        showRepeatState(deck, deck.repeat);
 }
 
 void Pairdeck::dressAboutPanel() {

@@ -51,6 +51,10 @@ void Button::nextCheckState() {
     if (isCheckable()) setChecked(turnsOn);
 }
 
+void Button::checkStateSet() {
+    if (!onText_.isEmpty()) setAccessibleDescription(state() == OnState ? onText_ : offText_);
+}
+
 void Button::setImage(const Image& image) {
     image_ = image;
     update();

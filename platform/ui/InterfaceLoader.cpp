@@ -256,7 +256,7 @@ std::function<void()> Interface::operation(const QWidget& scope, const QString& 
         return [widget] { widget->setFocus(Qt::ShortcutFocusReason); };
     }
     const QMetaObject* known = widget->metaObject();
-    const int index = known->indexOfMethod((name + QStringLiteral("()")).toLatin1());
+    const int index = known->indexOfMethod(qPrintable(name + QStringLiteral("()")));
     if (index < 0) return {};
     return [widget, method = known->method(index)] { method.invoke(widget); };
 }
