@@ -141,17 +141,20 @@ int readMinimal(const QStringList& paths) {
     return found;
 }
 
+Texts textsFromTagLib(const QString& path) {
+    const TagLib::FileRef file(platform::fileSystemRepresentation(path).constData(), false);
+    if (file.isNull() || !file.tag()) return {};
+    return {QString::fromStdWString(file.tag()->title().toWString()),
+            QString::fromStdWString(file.tag()->artist().toWString())};
+}
+
 int readWithTagLib(const QStringList& paths, int threads) {
     std::atomic<qsizetype> next = 0;
     std::atomic<int> found = 0;
     const auto work = [&] {
         for (qsizetype i = next++; i < paths.size(); i = next++) {
-            const TagLib::FileRef file(platform::fileSystemRepresentation(paths[i]).constData(),
-                                       false);
-            if (file.isNull() || !file.tag()) continue;
-            const QString title = QString::fromStdWString(file.tag()->title().toWString());
-            const QString artist = QString::fromStdWString(file.tag()->artist().toWString());
-            found += (title.isEmpty() ? 0 : 1) + (artist.isEmpty() ? 0 : 1);
+            const Texts texts = textsFromTagLib(paths[i]);
+            found += (texts.title.isEmpty() ? 0 : 1) + (texts.artist.isEmpty() ? 0 : 1);
         }
     };
     std::vector<std::thread> others;

@@ -12,6 +12,16 @@ void readStarts(const QStringList& paths);
 /// what no reader of tags can well do without. Gives the number of texts found.
 int readMinimal(const QStringList& paths);
 
+/// The texts that a track shows.
+struct Texts {
+    QString title;
+    QString artist;
+};
+
+/// Title and artist of the file at `path` through TagLib, without audio properties; empty where the
+/// file has none.
+Texts textsFromTagLib(const QString& path);
+
 /// Reads title and artist through TagLib, without audio properties, on `threads` threads. Gives the
 /// number of texts found.
 int readWithTagLib(const QStringList& paths, int threads);

@@ -14,7 +14,6 @@ namespace platform {
 namespace {
 
 constexpr size_t kHugePage = size_t{2} << 20;
-constexpr size_t kCacheLine = 64;
 
 size_t roundedUp(size_t value, size_t unit) {
     return (value + unit - 1) / unit * unit;
@@ -65,10 +64,11 @@ bool LargeBuffer::reserve(size_t bytes) {
     return size_ >= bytes;
 }
 
-QImage largeBitmap(QSize size, QImage::Format format) {
+QImage largeBitmap(QSize size, QImage::Format format, RowAlignment alignment) {
     if (size.isEmpty() || format == QImage::Format_Invalid) return {};
     const size_t bits = QImage::toPixelFormat(format).bitsPerPixel();
-    const size_t stride = roundedUp(static_cast<size_t>(size.width()) * bits, kCacheLine * 8) / 8;
+    const size_t alignedBits = static_cast<size_t>(alignment) * 8;
+    const size_t stride = roundedUp(static_cast<size_t>(size.width()) * bits, alignedBits) / 8;
     auto buffer = std::make_unique<LargeBuffer>(stride * static_cast<size_t>(size.height()));
     if (!buffer->data()) return {};
     const auto release = [](void* owned) { delete static_cast<LargeBuffer*>(owned); };

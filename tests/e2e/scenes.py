@@ -323,6 +323,41 @@ class Windows(Scene):
         self.assertEqual(window.rectangle, moved)
 
 
+    def test_keyboard_alone(self):
+        def focus():
+            return next((control.name for control in self.screen.controls() if control.focused), None)
+
+        def tab_to(name):
+            for _ in range(30):
+                if focus() == name:
+                    return
+                press("Tab")
+            self.fail(f"Tab does not reach {name!r}")
+
+        tab_to("Menu")
+        order = []
+        for _ in range(18):
+            order.append(wait_until(focus, "a control in focus"))
+            press("Tab")
+        transport = ["previous", "play/pause", "next", "seek", "shuffle", "repeat", "volume", "library"]
+        decks = [f"{side} deck: {role}" for side in ("Left", "Right") for role in transport]
+        self.assertEqual(order, ["Menu", "Close", *decks])
+        tab_to("Left deck: library")
+        press("space")
+        self.deck.control("tracks")
+        tab_to("Left deck: tracks")
+        press("Down", "Return")
+        tab_to("Left deck: library")
+        press("space")
+        wait_until(lambda: self.deck.elapsed() >= 1, "a song playing")
+        tab_to("Left deck: play/pause")
+        press("space")
+        self.hears()
+        tab_to("Left deck: seek")
+        press("Right", "Right")
+        wait_until(lambda: self.deck.elapsed() >= 10, "ten seconds further")
+
+
 class BadInput(Scene):
     left = [*music.LEFT[:1], music.Tone("plain.mp3", None, "", 650, 4)]
 
