@@ -224,13 +224,14 @@ void Interface::bindKeys(QObject* object) {
         const QKeySequence key(binding.section(QLatin1Char(':'), 0, 0));
         const QStringList names = binding.section(QLatin1Char(':'), 1).split(QLatin1Char(','));
         std::vector<std::function<void()>> operations;
+        bool isGood = !key.isEmpty() && key[0].key() != Qt::Key_unknown;
         for (const QString& name : names) {
             operations.push_back(operation(*scope, name.trimmed()));
-            if (key.isEmpty() || !operations.back()) {
-                problems_
-                    << QStringLiteral("%1: no such key: %2").arg(object->objectName(), binding);
-                return;
-            }
+            isGood = isGood && operations.back();
+        }
+        if (!isGood) {
+            problems_ << QStringLiteral("%1: no such key: %2").arg(object->objectName(), binding);
+            continue;
         }
         auto* shortcut = new QShortcut(key, scope);
         // Like keys of two decks would be ambiguous, and do nothing, if they were the window's.
