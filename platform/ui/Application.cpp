@@ -1,6 +1,7 @@
 #include "platform/ui/Application.h"
 
 #include "platform/foundation/Bundle.h"
+#include "platform/ui/Accessibility.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/Window.h"
 
@@ -38,6 +39,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes) {
     QGuiApplication::setDesktopFileName(bundle.bundleIdentifier());
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QApplication::setFont(systemFontOfSize(13.0));
+    installAccessibility();
     QFile style(QStringLiteral(":/style/style.qss"));
     if (style.open(QIODevice::ReadOnly)) {
         application.setStyleSheet(QString::fromUtf8(style.readAll()));
