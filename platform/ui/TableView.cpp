@@ -3,12 +3,14 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/image/Image.h"
+#include "platform/ui/FileDragging.h"
 #include "platform/ui/Font.h"
 
 #include <QAbstractTableModel>
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -72,6 +74,16 @@ class TableView::Model : public QAbstractTableModel {
         if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);
         if (role == Qt::DisplayRole) return columns_[static_cast<size_t>(section)].title();
         return {};
+    }
+    Qt::ItemFlags flags(const QModelIndex& index) const override {
+        return QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled;
+    }
+    QMimeData* mimeData(const QModelIndexList& indexes) const override {
+        if (!source_ || indexes.isEmpty()) return nullptr;
+        const TableColumn column(table_->fileColumn());
+        return mimeDataWithPath(source_->tableViewObjectValueForTableColumnRow(
+                                    table_, column, indexes.first().row()))
+            .release();
     }
 
   private:
@@ -141,6 +153,11 @@ void TableView::setColumns(const QStringList& columns) {
         const int width = model_->tableColumns()[static_cast<size_t>(i)].width();
         if (width > 0) setColumnWidth(i, width);
     }
+}
+
+void TableView::setFileColumn(const QString& identifier) {
+    fileColumn_ = identifier;
+    setDragEnabled(!identifier.isEmpty());
 }
 
 void TableView::setAutosaveName(const QString& name) {
