@@ -1,6 +1,8 @@
 #include "decks/InterfaceClasses.h"
+#include "desktop/DesktopSession.h"
 #include "platform/ui/Application.h"
 
 int main(int argc, char** argv) {
-    return platform::ApplicationMain(argc, argv, interfaceClasses());
+    DesktopSession session;
+    return platform::ApplicationMain(argc, argv, interfaceClasses(), &session);
 }

@@ -10,6 +10,7 @@
 #include "presentation/HoverControlView.h"
 #include "presentation/PDPlayerType.h"
 
+#include <QByteArray>
 #include <QString>
 
 #include <cstdint>
@@ -21,6 +22,14 @@ enum PDRepeatStateType : std::int64_t {
     PDRepeatOff = 0,  ///< pause
     PDRepeatAll = 1,  ///< play the next track
     PDRepeatOne = 2,  ///< play the same track again
+};
+
+/// What a loaded file's tags tell; absent what they don't.
+struct TrackTags {
+    std::optional<QString> title;
+    std::optional<QString> album;
+    std::optional<QString> artist;
+    std::optional<QByteArray> artwork;  ///< an encoded picture that decodes
 };
 
 /// One side's deck: what tells it from the other, its state and its controls.
@@ -35,6 +44,7 @@ struct Deck {
     std::unique_ptr<platform::AudioPlayer> player = nullptr;  ///< null before the first load and
                                                               ///< for a file that can't be played
     std::optional<QString> currentURL = std::nullopt;         ///< path of the last load
+    TrackTags tags = {};                                      ///< of the last load
     float volume = 1.0F;
     bool shuffle = false;
     std::int64_t repeat = PDRepeatOff;

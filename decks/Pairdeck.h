@@ -32,6 +32,9 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     /// The notification that a deck's player, play state, shuffle flag or repeat state may have
     /// changed; its object is the controller.
     static const QString& playerStatusDidChange();
+    /// The notification of what that one leaves out: a deck's position has jumped within its track,
+    /// its volume has changed or its track has ended; its object is the controller.
+    static const QString& playerDidMove();
 
     Pairdeck();
     ~Pairdeck() override;
@@ -98,6 +101,7 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     void playNeighbour(Deck& deck,
                        std::optional<size_t> (*neighbour)(std::optional<size_t>, size_t));
     void postStatus();
+    void postMove();
 
     std::array<Deck, 2> decks_;
     platform::Window* window_ = nullptr;

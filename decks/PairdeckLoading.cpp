@@ -15,27 +15,16 @@ namespace {
 // Longer texts are set smaller, to fit.
 constexpr qsizetype kLongText = 30;  // UTF-16 units
 
-/// The tags that a load shows.
-struct Tags {
-    std::optional<QString> title;
-    std::optional<QString> album;
-    std::optional<QString> artist;
-    Image artwork;
-};
-
-Tags readTags(const QString& path) {
-    Tags tags;
-    std::optional<QByteArray> artwork;
+TrackTags readTags(const QString& path) {
+    TrackTags tags;
     const auto asset = platform::MediaAsset::URLAssetWithURL(path);
     for (const platform::MetadataItem& item : asset.metadata()) {
         const auto key = item.commonKey();
         if (key == QLatin1String("title")) tags.title = item.stringValue();
         if (key == QLatin1String("albumName")) tags.album = item.stringValue();
         if (key == QLatin1String("artist")) tags.artist = item.stringValue();
-        if (key == QLatin1String("artwork")) artwork = item.dataValue();
+        if (key == QLatin1String("artwork")) tags.artwork = item.dataValue();
     }
-    // Only the picture that counts, the last one, is worth decoding.
-    if (artwork) tags.artwork = Image::initWithData(*artwork);
     return tags;
 }
 
@@ -51,7 +40,7 @@ void showTitle(Deck& deck, const QString& title) {
     deck.songTitle->setStringValue(title);
 }
 
-void showAlbumArtist(Deck& deck, const Tags& tags) {
+void showAlbumArtist(Deck& deck, const TrackTags& tags) {
     const QString absent = QStringLiteral("(null)");
     const QString text =
         tags.album.value_or(absent) + QStringLiteral(" - ") + tags.artist.value_or(absent);
@@ -88,13 +77,15 @@ void Pairdeck::load(Deck& deck, QString path) {
     deck.currentURL = path;
     if (deck.player) deck.player->setDelegate(this);
 
-    const Tags tags = readTags(path);
-    showTitle(deck, tags.title ? *tags.title : platform::lastPathComponent(path));
-    const bool hasArtwork = !tags.artwork.isNull();
-    deck.songAlbumArt->setImage(hasArtwork ? tags.artwork
-                                           : Image::imageNamed(deck.fallbackArtwork));
-    showAlbumArtist(deck, tags);
-    deck.background->setImage(hasArtwork ? backdropFromImage(tags.artwork, kArtworkBlurLevel)
+    deck.tags = readTags(path);
+    // Only the picture that counts, the last one, is decoded.
+    const Image artwork = deck.tags.artwork ? Image::initWithData(*deck.tags.artwork) : Image();
+    const bool hasArtwork = !artwork.isNull();
+    if (!hasArtwork) deck.tags.artwork.reset();
+    showTitle(deck, deck.tags.title ? *deck.tags.title : platform::lastPathComponent(path));
+    deck.songAlbumArt->setImage(hasArtwork ? artwork : Image::imageNamed(deck.fallbackArtwork));
+    showAlbumArtist(deck, deck.tags);
+    deck.background->setImage(hasArtwork ? backdropFromImage(artwork, kArtworkBlurLevel)
                                          : backdropFromImage(desktopPicture(), kDesktopBlurLevel));
 
     if (deck.player) {

@@ -32,6 +32,7 @@ void Pairdeck::playPrevTrackAt(Control* sender) {
         playNeighbour(*deck, navigation::previousIndex);
     } else {
         deck->player->setCurrentTime(0.0);
+        postMove();
     }
 }
 
@@ -51,6 +52,7 @@ void Pairdeck::audioPlayerDidFinishPlayingSuccessfully(AudioPlayer* player, bool
             case navigation::EndOfTrack::Nothing:
                 break;
         }
+        postMove();
         return;
     }
 }

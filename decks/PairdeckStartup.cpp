@@ -19,6 +19,11 @@ const QString& Pairdeck::playerStatusDidChange() {
     return name;
 }
 
+const QString& Pairdeck::playerDidMove() {
+    static const QString name = QStringLiteral("com.ovrelin.Pairdeck.playerDidMove");
+    return name;
+}
+
 Pairdeck::Pairdeck()
     : decks_{Deck{PDLeftPlayer, QStringLiteral("Left"), QStringLiteral("left"),
                   QStringLiteral("Default_Artwork"), +1.0F, PDLeftSourceManager::trackArray()},

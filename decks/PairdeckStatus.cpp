@@ -40,6 +40,10 @@ QString Pairdeck::secondToMinuteSecond(std::int32_t seconds) {
         .arg(seconds % 60, 2, 10, QLatin1Char('0'));
 }
 
+void Pairdeck::postMove() {
+    platform::NotificationCenter::defaultCenter().postNotification({playerDidMove(), this});
+}
+
 void Pairdeck::postStatus() {
     platform::NotificationCenter::defaultCenter().postNotification({playerStatusDidChange(), this});
 }

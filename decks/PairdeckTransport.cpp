@@ -19,7 +19,9 @@ void Pairdeck::playPauseTrackAt(Control* sender) {
 
 void Pairdeck::timeSliderDidChange(Deck& deck, Control* sender) {
     const auto* slider = dynamic_cast<Slider*>(sender);
-    if (slider && deck.player) deck.player->setCurrentTime(slider->doubleValue());
+    if (!slider || !deck.player) return;
+    deck.player->setCurrentTime(slider->doubleValue());
+    postMove();
 }
 
 void Pairdeck::volumeSliderDidChange(Deck& deck, Control* sender) {
@@ -27,6 +29,7 @@ void Pairdeck::volumeSliderDidChange(Deck& deck, Control* sender) {
     if (!slider) return;
     if (deck.player) deck.player->setVolume(slider->floatValue());
     deck.volume = slider->floatValue();
+    postMove();
 }
 
 void Pairdeck::shuffleStateDidChange(Deck& deck) {

@@ -14,10 +14,22 @@ QString homeFolder() {
     return home.startsWith('/') ? stringWithFileSystemRepresentation(home) : QDir::homePath();
 }
 
-QString configurationFolder() {
-    const QByteArray folder = qgetenv("XDG_CONFIG_HOME");
+namespace {
+
+QString userFolder(const char* variable, QLatin1String fallback) {
+    const QByteArray folder = qgetenv(variable);
     return folder.startsWith('/') ? stringWithFileSystemRepresentation(folder)
-                                  : homeFolder() + QStringLiteral("/.config");
+                                  : homeFolder() + fallback;
+}
+
+}  // namespace
+
+QString configurationFolder() {
+    return userFolder("XDG_CONFIG_HOME", QLatin1String("/.config"));
+}
+
+QString cacheFolder() {
+    return userFolder("XDG_CACHE_HOME", QLatin1String("/.cache"));
 }
 
 QStringList configurationFolders() {

@@ -16,4 +16,8 @@ QString configurationFolder();
 /// /etc/xdg), the more important first.
 QStringList configurationFolders();
 
+/// The folder of the user's files that can be made again ($XDG_CACHE_HOME, or ~/.cache where it is
+/// unset or not absolute).
+QString cacheFolder();
+
 }  // namespace platform

@@ -80,6 +80,29 @@ QString stringWithFileSystemRepresentation(QByteArrayView bytes) {
     return path;
 }
 
+QByteArray fileURLWithPath(const QString& path) {
+    return "file://" + fileSystemRepresentation(path).toPercentEncoding("/");
+}
+
+std::optional<QString> pathWithFileURL(QByteArrayView url) {
+    constexpr QByteArrayView kScheme = "file:";
+    const QByteArray text = url.toByteArray().trimmed();
+    if (qstrnicmp(text.constData(), kScheme.data(), size_t(kScheme.size())) != 0) {
+        return std::nullopt;
+    }
+    QByteArray rest = text.sliced(kScheme.size());
+    if (rest.startsWith("//")) {
+        const qsizetype slash = rest.indexOf('/', 2);
+        const QByteArray host = rest.mid(2, slash - 2).toLower();
+        if (slash < 0 || (!host.isEmpty() && host != "localhost")) return std::nullopt;
+        rest = rest.sliced(slash);
+    }
+    const QByteArray bytes = QByteArray::fromPercentEncoding(rest);
+    // No file's name holds a zero byte; a system call would stop reading the path there.
+    if (!bytes.startsWith('/') || bytes.contains('\0')) return std::nullopt;
+    return stringWithFileSystemRepresentation(bytes);
+}
+
 QString displayString(const QString& text) {
     QString shown = text;
     for (qsizetype i = 0; i < shown.size(); ++i) {

@@ -18,6 +18,12 @@ QByteArray fileSystemRepresentation(const QString& path);
 /// The path that stands for the file system's `bytes`; the inverse of fileSystemRepresentation.
 QString stringWithFileSystemRepresentation(QByteArrayView bytes);
 
+/// The "file:" URL of the absolute `path` (RFC 8089), byte for byte.
+QByteArray fileURLWithPath(const QString& path);
+
+/// The absolute path that a "file:" URL of this machine names; absent for any other text.
+std::optional<QString> pathWithFileURL(QByteArrayView url);
+
 /// `text` as it may be shown: every unpaired surrogate replaced by U+FFFD.
 QString displayString(const QString& text);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ui/ApplicationDelegate.h"
 #include "platform/ui/InterfaceLoader.h"
 #include "platform/ui/Target.h"
 
@@ -22,8 +23,11 @@ class Application final : public Target {
 
 /// The application main: takes the toolkit's own options out of the arguments, loads the bundle's
 /// style and the interface file that its information value "NSMainNibFile" names (with `classes`
-/// for what the file creates), shows the main window and runs the event loop. Returns the exit code
-/// of the event loop.
-int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes);
+/// for what the file creates), shows the main window and runs the event loop, which SIGTERM, SIGINT
+/// and SIGHUP end in an orderly way. The remaining arguments are files to open, as paths or "file:"
+/// URLs. `delegate` is told of it all; it is not owned and may be null. Returns the exit code of
+/// the event loop.
+int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
+                    ApplicationDelegate* delegate = nullptr);
 
 }  // namespace platform

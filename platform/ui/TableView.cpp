@@ -3,6 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/image/Image.h"
+#include "platform/ui/FileDragging.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/Theme.h"
 
@@ -10,6 +11,7 @@
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -74,6 +76,16 @@ class TableView::Model : public QAbstractTableModel {
         if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);
         if (role == Qt::DisplayRole) return columns_[static_cast<size_t>(section)].title();
         return {};
+    }
+    Qt::ItemFlags flags(const QModelIndex& index) const override {
+        return QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled;
+    }
+    QMimeData* mimeData(const QModelIndexList& indexes) const override {
+        if (!source_ || indexes.isEmpty()) return nullptr;
+        const TableColumn column(table_->fileColumn());
+        return mimeDataWithPath(source_->tableViewObjectValueForTableColumnRow(
+                                    table_, column, indexes.first().row()))
+            .release();
     }
 
   private:
@@ -143,6 +155,11 @@ void TableView::setColumns(const QStringList& columns) {
         const int width = model_->tableColumns()[static_cast<size_t>(i)].width();
         if (width > 0) setColumnWidth(i, width);
     }
+}
+
+void TableView::setFileColumn(const QString& identifier) {
+    fileColumn_ = identifier;
+    setDragEnabled(!identifier.isEmpty());
 }
 
 void TableView::setAutosaveName(const QString& name) {

@@ -49,6 +49,9 @@ class TableView : public QTableView, public Control {
     Q_OBJECT
     /// The columns, each as "identifier:Title:width"; the last may leave the width out.
     Q_PROPERTY(QStringList columns READ columns WRITE setColumns)
+    /// Identifier of what the data source tells as the path of the file that a row stands for. The
+    /// row can then be dragged to where files go; without it rows can't be dragged.
+    Q_PROPERTY(QString fileColumn READ fileColumn WRITE setFileColumn)
     /// Identifier of what a row tells when the pointer rests on it; empty for nothing.
     Q_PROPERTY(QString toolTipColumn MEMBER toolTipColumn_)
     /// The user default that keeps the widths the user gives the columns; to be set after them.
@@ -65,6 +68,8 @@ class TableView : public QTableView, public Control {
     TableViewDataSource* dataSource() const;
     void setColumns(const QStringList& columns);
     QStringList columns() const { return columns_; }
+    void setFileColumn(const QString& identifier);
+    QString fileColumn() const { return fileColumn_; }
 
     /// Asks for the number of rows again and redraws. The selected row stays selected while there
     /// is a row of that number, and the scroll position stays.
@@ -99,6 +104,7 @@ class TableView : public QTableView, public Control {
 
     Model* model_;
     QStringList columns_;
+    QString fileColumn_;
     QString doubleAction_;
     QString toolTipColumn_;
     QString autosaveName_;

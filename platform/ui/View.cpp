@@ -1,6 +1,9 @@
 #include "platform/ui/View.h"
 
+#include "platform/ui/FileDragging.h"
+
 #include <QApplication>
+#include <QDropEvent>
 #include <QHoverEvent>
 #include <QPaintEvent>
 #include <QStyleOption>
@@ -101,6 +104,28 @@ void View::trackPointer(const QPointF* position) {
             mouseExited();
         }
     }
+}
+
+void View::setFileDrop(FileDrop fileDrop) {
+    fileDrop_ = std::move(fileDrop);
+    setAcceptDrops(bool(fileDrop_.perform));
+}
+
+bool View::takesDrop(QDropEvent* event, const QStringList& paths) const {
+    if (paths.isEmpty() || !fileDrop_.accepts(paths)) return false;
+    // Never a move: where the files came from, they stay.
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    return true;
+}
+
+void View::dragEnterEvent(QDragEnterEvent* event) {
+    takesDrop(event, pathsOfMimeData(event->mimeData()));
+}
+
+void View::dropEvent(QDropEvent* event) {
+    const QStringList paths = pathsOfMimeData(event->mimeData());
+    if (takesDrop(event, paths)) fileDrop_.perform(paths);
 }
 
 bool View::event(QEvent* event) {

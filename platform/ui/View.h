@@ -6,8 +6,10 @@
 #include <QHash>
 #include <QList>
 #include <QPointer>
+#include <QStringList>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -66,6 +68,14 @@ class View : public QWidget {
     void setWantsLayer(bool wantsLayer) { wantsLayer_ = wantsLayer; }
     bool wantsLayer() const { return wantsLayer_; }
 
+    /// What the view does with files and folders that are dropped on it or on a subview that takes
+    /// no drops itself. The paths are absolute and never none.
+    struct FileDrop {
+        std::function<bool(const QStringList& paths)> accepts;  ///< asked when they are dragged in
+        std::function<void(const QStringList& paths)> perform;
+    };
+    void setFileDrop(FileDrop fileDrop);
+
     void addTrackingArea(const TrackingArea& area);
     const std::vector<TrackingArea>& trackingAreas() const { return trackingAreas_; }
 
@@ -78,8 +88,11 @@ class View : public QWidget {
 
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
   private:
+    bool takesDrop(QDropEvent* event, const QStringList& paths) const;
     void replace(QWidget* old, QWidget* replacement, bool animated);
     QWidget* adopt(std::unique_ptr<QWidget> view);
     void putOnShow(QWidget* view);
@@ -92,6 +105,7 @@ class View : public QWidget {
     bool wantsLayer_ = false;
     std::vector<TrackingArea> trackingAreas_;
     std::vector<bool> inside_;
+    FileDrop fileDrop_;
     std::unique_ptr<RunningTransition> transition_;
 };
 

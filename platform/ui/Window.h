@@ -18,6 +18,9 @@ class Window : public QWidget, public Target {
     Q_PROPERTY(bool secondary MEMBER secondary_)
     /// Radius in points of the corners of the painted background.
     Q_PROPERTY(double cornerRadius MEMBER cornerRadius_)
+    /// The user default that keeps the window's position from one run to the next, where the window
+    /// system lets windows choose their place; empty to forget it.
+    Q_PROPERTY(QString autosaveName MEMBER autosaveName_)
 
   public:
     explicit Window(QWidget* parent = nullptr);
@@ -51,8 +54,11 @@ class Window : public QWidget, public Target {
 
   private:
     void applyWindowAttributes();
+    void restorePosition();
+    void savePosition() const;
 
     QColor backgroundColor_;
+    QString autosaveName_;
     bool opaque_ = true;
     bool borderless_ = false;
     bool secondary_ = false;

@@ -1,0 +1,179 @@
+#include "desktop/MediaPlayerAdaptors.h"
+
+#include "desktop/DeckFiles.h"
+#include "platform/foundation/Bundle.h"
+#include "platform/foundation/Path.h"
+#include "platform/ui/Application.h"
+#include "platform/ui/Window.h"
+
+#include <QCryptographicHash>
+
+#include <cmath>
+
+namespace {
+
+constexpr double kMicroseconds = 1e6;  // in a second
+
+qlonglong microseconds(double seconds) {
+    return std::llround(seconds * kMicroseconds);
+}
+
+// In the order of the repeat states.
+const std::array<QString, 3>& loopStatuses() {
+    static const std::array names = {QStringLiteral("None"), QStringLiteral("Playlist"),
+                                     QStringLiteral("Track")};
+    return names;
+}
+
+}  // namespace
+
+MediaPlayerAdaptor::MediaPlayerAdaptor(QObject* parent, const Deck& deck, platform::Window& window)
+    : QDBusAbstractAdaptor(parent), deck_(deck), window_(window) {}
+
+QString MediaPlayerAdaptor::identity() const {
+    return QStringLiteral("Pairdeck – ") + deck_.name;
+}
+
+QString MediaPlayerAdaptor::desktopEntry() const {
+    return platform::Bundle::mainBundle().bundleIdentifier();
+}
+
+QStringList MediaPlayerAdaptor::supportedUriSchemes() const {
+    return {QStringLiteral("file")};
+}
+
+QStringList MediaPlayerAdaptor::supportedMimeTypes() const {
+    return {QStringLiteral("audio/mpeg"), QStringLiteral("audio/mp4")};
+}
+
+void MediaPlayerAdaptor::Raise() {
+    window_.makeKeyAndOrderFront();
+}
+
+void MediaPlayerAdaptor::Quit() {
+    platform::Application::sharedApplication().terminate();
+}
+
+PlayerAdaptor::PlayerAdaptor(QObject* parent, const Deck& deck, DeckFiles& files)
+    : QDBusAbstractAdaptor(parent), deck_(deck), files_(files), artwork_(deck.prefix) {}
+
+QString PlayerAdaptor::playbackStatus() const {
+    if (deck_.isPlaying()) return QStringLiteral("Playing");
+    const bool isUnderWay = deck_.currentTime() > 0.0;
+    return isUnderWay ? QStringLiteral("Paused") : QStringLiteral("Stopped");
+}
+
+QString PlayerAdaptor::loopStatus() const {
+    const bool isKnown = deck_.repeat == PDRepeatAll || deck_.repeat == PDRepeatOne;
+    return loopStatuses()[isKnown ? static_cast<size_t>(deck_.repeat) : 0];
+}
+
+void PlayerAdaptor::setLoopStatus(const QString& status) {
+    const auto& names = loopStatuses();
+    if (std::find(names.begin(), names.end(), status) == names.end()) return;
+    // The button knows one way round, and there is none to take for a state that it doesn't know.
+    for (size_t press = 1; press < names.size() && loopStatus() != status; ++press)
+        deck_.repeatButton->sendAction();
+}
+
+void PlayerAdaptor::setRate(double rate) {
+    if (rate == 0.0) Pause();
+}
+
+void PlayerAdaptor::setShuffle(bool shuffle) {
+    if (shuffle == deck_.shuffle) return;
+    deck_.shuffleButton->setState(shuffle ? platform::Button::OnState : platform::Button::OffState);
+    deck_.shuffleButton->sendAction();
+}
+
+void PlayerAdaptor::setVolume(double volume) {
+    if (std::isnan(volume)) return;
+    deck_.volumeSlider->setDoubleValue(volume);
+    deck_.volumeSlider->sendAction();
+}
+
+qlonglong PlayerAdaptor::position() const {
+    return microseconds(deck_.currentTime());
+}
+
+QDBusObjectPath PlayerAdaptor::trackId() const {
+    // Of the path's bytes: an object's path allows but few characters.
+    const QByteArray path =
+        platform::fileSystemRepresentation(deck_.currentURL.value_or(QString()));
+    const QByteArray hash = QCryptographicHash::hash(path, QCryptographicHash::Sha1).toHex();
+    return QDBusObjectPath(QStringLiteral("/com/ovrelin/Pairdeck/track/") +
+                           QString::fromLatin1(hash));
+}
+
+QVariantMap PlayerAdaptor::metadata() const {
+    QVariantMap metadata;
+    if (!deck_.currentURL) return metadata;
+    const TrackTags& tags = deck_.tags;
+    const QString title = tags.title.value_or(platform::lastPathComponent(*deck_.currentURL));
+    metadata.insert(QStringLiteral("mpris:trackid"), QVariant::fromValue(trackId()));
+    metadata.insert(QStringLiteral("mpris:length"), microseconds(deck_.duration()));
+    metadata.insert(QStringLiteral("xesam:url"),
+                    QString::fromLatin1(platform::fileURLWithPath(*deck_.currentURL)));
+    metadata.insert(QStringLiteral("xesam:title"), platform::displayString(title));
+    if (tags.album) {
+        metadata.insert(QStringLiteral("xesam:album"), platform::displayString(*tags.album));
+    }
+    if (tags.artist) {
+        metadata.insert(QStringLiteral("xesam:artist"),
+                        QStringList{platform::displayString(*tags.artist)});
+    }
+    const QString artwork = artwork_.urlOf(tags.artwork);
+    if (!artwork.isEmpty()) metadata.insert(QStringLiteral("mpris:artUrl"), artwork);
+    return metadata;
+}
+
+void PlayerAdaptor::Next() {
+    deck_.next->sendAction();
+}
+
+void PlayerAdaptor::Previous() {
+    deck_.prev->sendAction();
+}
+
+void PlayerAdaptor::Pause() {
+    if (deck_.isPlaying()) PlayPause();
+}
+
+void PlayerAdaptor::PlayPause() {
+    deck_.playPause->sendAction();
+}
+
+void PlayerAdaptor::Stop() {
+    Pause();
+    if (deck_.currentTime() > 0.0) moveTo(0.0);
+}
+
+void PlayerAdaptor::Play() {
+    if (!deck_.isPlaying()) PlayPause();
+}
+
+void PlayerAdaptor::Seek(qlonglong Offset) {
+    if (!deck_.player) return;
+    const double target = deck_.currentTime() + static_cast<double>(Offset) / kMicroseconds;
+    if (target > deck_.duration()) {
+        Next();
+    } else {
+        moveTo(target);
+    }
+}
+
+void PlayerAdaptor::SetPosition(const QDBusObjectPath& TrackId, qlonglong Position) {
+    const double target = static_cast<double>(Position) / kMicroseconds;
+    if (!deck_.player || TrackId != trackId()) return;
+    if (target >= 0.0 && target <= deck_.duration()) moveTo(target);
+}
+
+void PlayerAdaptor::OpenUri(const QString& Uri) {
+    const auto path = platform::pathWithFileURL(Uri.toUtf8());
+    if (path && DeckFiles::isMusicFile(*path)) files_.openOn(deck_.side, *path);
+}
+
+void PlayerAdaptor::moveTo(double seconds) {
+    deck_.timeSlider->setDoubleValue(seconds);
+    deck_.timeSlider->sendAction();
+}

@@ -1,0 +1,4 @@
+#pragma once
+
+/// Whether the session has a message bus. It is never started for the asking.
+bool hasSessionBus();

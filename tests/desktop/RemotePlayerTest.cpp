@@ -1,0 +1,194 @@
+#include "desktop/DeckFiles.h"
+#include "desktop/MediaPlayerAdaptors.h"
+#include "desktop/RemotePlayer.h"
+#include "library/PDSourceManager.h"
+#include "tests/decks/DeckFixture.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusPendingReply>
+#include <QXmlStreamReader>
+
+#include <limits>
+
+namespace {
+
+class Remote : public DeckFixture {
+  protected:
+    Remote() {
+        start();
+        const auto library = [this](const char* name) -> PDSourceManager& {
+            return dynamic_cast<PDSourceManager&>(*interface_->controller(QLatin1String(name)));
+        };
+        files_ = std::make_unique<DeckFiles>(decks(), library("PDLeftSourceManager"),
+                                             library("PDRightSourceManager"));
+        remote_ =
+            std::make_unique<RemotePlayer>(deck(PDLeftPlayer), *files_, *interface_->mainWindow());
+        player_ = remote_->findChild<PlayerAdaptor*>();
+        QObject::connect(player_, &PlayerAdaptor::Seeked, player_,
+                         [this](qlonglong position) { jumps_ << position; });
+    }
+
+    void play(double seconds) {
+        song_ = makeSong(QStringLiteral("a.mp3"), seconds);
+        fillList(PDLeftPlayer, {song_, makeSong(QStringLiteral("b.mp3"), seconds)});
+        decks().playTrackAtWithPlayer(song_, PDLeftPlayer);
+        remote_->publish();
+    }
+    QDBusObjectPath trackId() const {
+        return player_->metadata().value(QStringLiteral("mpris:trackid")).value<QDBusObjectPath>();
+    }
+    double currentTime() { return deck(PDLeftPlayer).currentTime(); }
+
+    std::unique_ptr<DeckFiles> files_;
+    std::unique_ptr<RemotePlayer> remote_;
+    PlayerAdaptor* player_ = nullptr;
+    QList<qlonglong> jumps_;
+    QString song_;
+};
+
+/// An interface's members, as "method Seek(x)", "signal Seeked(x)" or "property Volume d
+/// readwrite".
+QStringList membersOf(const QString& xml, const QString& interface) {
+    QStringList members;
+    QXmlStreamReader reader(xml);
+    QString name, current;
+    while (!reader.atEnd()) {
+        reader.readNext();
+        const auto attribute = [&reader](const char* key) {
+            return reader.attributes().value(QLatin1String(key)).toString();
+        };
+        const QString tag = reader.name().toString();
+        if (reader.isStartElement()) {
+            if (tag == QLatin1String("interface")) current = attribute("name");
+            if (current != interface) continue;
+            if (tag == QLatin1String("method") || tag == QLatin1String("signal")) {
+                name = tag + QLatin1Char(' ') + attribute("name") + QLatin1Char('(');
+            } else if (tag == QLatin1String("arg")) {
+                name += attribute("type");
+            } else if (tag == QLatin1String("property")) {
+                members << QStringList{tag, attribute("name"), attribute("type"),
+                                       attribute("access")}
+                               .join(QLatin1Char(' '));
+            }
+        } else if (reader.isEndElement() && current == interface && name.contains(tag)) {
+            members << name + QLatin1Char(')');
+            name.clear();
+        }
+    }
+    members.sort();
+    return members;
+}
+
+QStringList lines(const char* text) {
+    QStringList members = QString::fromLatin1(text).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    members.sort();
+    return members;
+}
+
+}  // namespace
+
+TEST_F(Remote, HasTheInterfacesMembersAndNoOthers) {
+    const QDBusPendingReply<QString> reply =
+        QDBusConnection::sessionBus().asyncCall(QDBusMessage::createMethodCall(
+            QStringLiteral("org.mpris.MediaPlayer2.pairdeck.left"),
+            QStringLiteral("/org/mpris/MediaPlayer2"),
+            QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect")));
+    ASSERT_TRUE(waitUntil([&] { return reply.isFinished(); }));
+    EXPECT_EQ(membersOf(reply.value(), QStringLiteral("org.mpris.MediaPlayer2")),
+              lines("method Raise()\nmethod Quit()\n"
+                    "property CanQuit b read\nproperty CanRaise b read\n"
+                    "property HasTrackList b read\nproperty Identity s read\n"
+                    "property DesktopEntry s read\nproperty SupportedUriSchemes as read\n"
+                    "property SupportedMimeTypes as read\n"));
+    EXPECT_EQ(membersOf(reply.value(), QStringLiteral("org.mpris.MediaPlayer2.Player")),
+              lines("method Next()\nmethod Previous()\nmethod Pause()\nmethod PlayPause()\n"
+                    "method Stop()\nmethod Play()\nmethod Seek(x)\nmethod SetPosition(ox)\n"
+                    "method OpenUri(s)\nsignal Seeked(x)\n"
+                    "property PlaybackStatus s read\nproperty LoopStatus s readwrite\n"
+                    "property Rate d readwrite\nproperty Shuffle b readwrite\n"
+                    "property Metadata a{sv} read\nproperty Volume d readwrite\n"
+                    "property Position x read\nproperty MinimumRate d read\n"
+                    "property MaximumRate d read\nproperty CanGoNext b read\n"
+                    "property CanGoPrevious b read\nproperty CanPlay b read\n"
+                    "property CanPause b read\nproperty CanSeek b read\n"
+                    "property CanControl b read\n"));
+}
+
+TEST_F(Remote, ANameThatIsTakenGetsASuffix) {
+    const RemotePlayer second(deck(PDRightPlayer), *files_, *interface_->mainWindow());
+    auto* bus = QDBusConnection::sessionBus().interface();
+    EXPECT_TRUE(bus->isServiceRegistered(QStringLiteral("org.mpris.MediaPlayer2.pairdeck.right")));
+    EXPECT_FALSE(bus->isServiceRegistered(QStringLiteral("org.mpris.MediaPlayer2.pairdeck")));
+    remote_.reset();
+    ASSERT_TRUE(QDBusConnection::sessionBus().registerService(
+        QStringLiteral("org.mpris.MediaPlayer2.pairdeck.left")));
+    const RemotePlayer again(deck(PDLeftPlayer), *files_, *interface_->mainWindow());
+    EXPECT_TRUE(bus->isServiceRegistered(
+        QStringLiteral("org.mpris.MediaPlayer2.pairdeck.left.instance%1").arg(getpid())));
+    QDBusConnection::sessionBus().unregisterService(
+        QStringLiteral("org.mpris.MediaPlayer2.pairdeck.left"));
+}
+
+TEST_F(Remote, WorksTheDecksOwnButtonsAndSettings) {
+    player_->Play();
+    player_->Seek(1'000'000);
+    player_->Next();
+    EXPECT_EQ(player_->playbackStatus(), QStringLiteral("Stopped"));
+    EXPECT_TRUE(player_->metadata().isEmpty());
+    EXPECT_FALSE(player_->hasTracks());
+    for (const char* status : {"Track", "None", "Playlist", "Sideways"})
+        player_->setLoopStatus(QLatin1String(status));
+    EXPECT_EQ(player_->loopStatus(), QStringLiteral("Playlist"));
+    EXPECT_EQ(stored(QStringLiteral("PairdeckLeftRepeatState")), platform::DefaultsValue(1));
+    player_->setShuffle(true);
+    EXPECT_EQ(stored(QStringLiteral("PairdeckLeftShuffleState")), platform::DefaultsValue(true));
+    EXPECT_EQ(deck(PDLeftPlayer).shuffleButton->state(), 1);
+    for (const double volume : {-3.0, std::numeric_limits<double>::quiet_NaN(), 7.0, 0.25})
+        player_->setVolume(volume);
+    EXPECT_EQ(deck(PDLeftPlayer).volume, 0.25F);
+    EXPECT_EQ(deck(PDLeftPlayer).volumeSlider->doubleValue(), 0.25);
+}
+
+TEST_F(Remote, MovesWithinTheTrack) {
+    play(20.0);
+    EXPECT_EQ(player_->playbackStatus(), QStringLiteral("Playing"));
+    player_->setRate(0.0);
+    EXPECT_FALSE(deck(PDLeftPlayer).isPlaying());
+    player_->SetPosition(trackId(), 12'000'000);
+    EXPECT_NEAR(currentTime(), 12.0, 0.01);
+    EXPECT_EQ(player_->playbackStatus(), QStringLiteral("Paused"));
+    player_->SetPosition(QDBusObjectPath(QStringLiteral("/other")), 1'000'000);
+    player_->SetPosition(trackId(), -1);
+    player_->SetPosition(trackId(), 21'000'000);
+    EXPECT_NEAR(currentTime(), 12.0, 0.01);
+    player_->Seek(-2'000'000);
+    EXPECT_NEAR(currentTime(), 10.0, 0.01);
+    player_->Stop();
+    EXPECT_EQ(player_->playbackStatus(), QStringLiteral("Stopped"));
+    player_->Seek(std::numeric_limits<qlonglong>::min());
+    EXPECT_EQ(currentTime(), 0.0);
+    player_->Seek(std::numeric_limits<qlonglong>::max());
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("b.mp3"));
+    player_->OpenUri(QStringLiteral("file:///nowhere/c.mp3"));
+    player_->OpenUri(QStringLiteral("https://example.org/a.mp3"));
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("b.mp3"));
+}
+
+TEST_F(Remote, TellsOfEveryJumpAndNothingElse) {
+    play(20.0);
+    ASSERT_TRUE(waitUntil([&] { return currentTime() > 0.3; }));
+    remote_->publish();
+    jumps_.clear();
+    ASSERT_TRUE(waitUntil([&] { return currentTime() > 0.8; }));
+    remote_->publish();
+    EXPECT_EQ(jumps_, QList<qlonglong>());
+    player_->Seek(5'000'000);
+    remote_->publish();
+    ASSERT_EQ(jumps_.size(), 1);
+    EXPECT_NEAR(static_cast<double>(jumps_[0]) / 1e6, 5.8, 0.3);
+    // The same track from its start, as repeat one does.
+    decks().playTrackAtWithPlayer(song_, PDLeftPlayer);
+    remote_->publish();
+    ASSERT_EQ(jumps_.size(), 2);
+    EXPECT_LT(jumps_[1], 300'000);
+}

@@ -1,0 +1,93 @@
+#include "desktop/SleepInhibitor.h"
+#include "tests/decks/DeckFixture.h"
+
+#include <QDBusObjectPath>
+#include <QDBusVirtualObject>
+#include <QDeadlineTimer>
+
+namespace {
+
+/// A service that grants every Inhibit and keeps what it was asked, as "member(first argument)".
+class Guardian : public QDBusVirtualObject {
+  public:
+    Guardian(const QString& name, const QVariant& grant)
+        : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)),
+          name_(name),
+          grant_(grant) {
+        bus_.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath);
+        bus_.registerService(name);
+    }
+    ~Guardian() override {
+        bus_.unregisterService(name_);
+        QDBusConnection::disconnectFromBus(name_);
+    }
+
+    QString introspect(const QString&) const override { return {}; }
+    bool handleMessage(const QDBusMessage& call, const QDBusConnection& bus) override {
+        const bool isInhibit = call.member() == QLatin1String("Inhibit");
+        const QString of = isInhibit                    ? QString()
+                           : call.arguments().isEmpty() ? call.path()
+                                                        : call.arguments().first().toString();
+        calls << call.member() + QLatin1Char('(') + of + QLatin1Char(')');
+        bus.send(isInhibit ? call.createReply(grant_) : call.createReply());
+        return true;
+    }
+
+    QStringList calls;
+
+  private:
+    QDBusConnection bus_;
+    QString name_;
+    QVariant grant_;
+};
+
+/// Lets every message that is under way arrive.
+void settle() {
+    QDeadlineTimer deadline(300);
+    waitUntil([&deadline] { return deadline.hasExpired(); });
+}
+
+const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString kHandle = QStringLiteral("/org/freedesktop/portal/desktop/request/1");
+const QString kScreenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
+
+}  // namespace
+
+TEST(SleepInhibitor, HoldsByThePortalAndLetsGoInPause) {
+    Guardian portal(kPortal, QVariant::fromValue(QDBusObjectPath(kHandle)));
+    Guardian other(kScreenSaver, 7U);
+    SleepInhibitor inhibitor(QDBusConnection::sessionBus());
+    const QStringList once = {QStringLiteral("Inhibit()"),
+                              QStringLiteral("Close(%1)").arg(kHandle)};
+    inhibitor.setActive(true);
+    inhibitor.setActive(true);
+    ASSERT_TRUE(waitUntil([&] { return portal.calls.size() == 1; }));
+    // The answer may still be on its way: what is let go by then is let go with the answer.
+    inhibitor.setActive(false);
+    ASSERT_TRUE(waitUntil([&] { return portal.calls == once; }));
+    // Paused and resumed while the answer is on its way: held, once.
+    inhibitor.setActive(true);
+    inhibitor.setActive(false);
+    inhibitor.setActive(true);
+    ASSERT_TRUE(waitUntil([&] { return portal.calls.size() == 3; }));
+    settle();
+    ASSERT_EQ(portal.calls.size(), 3);
+    inhibitor.setActive(false);
+    EXPECT_TRUE(waitUntil([&] { return portal.calls == once + once; }));
+    EXPECT_EQ(other.calls, QStringList());
+}
+
+TEST(SleepInhibitor, TakesTheNextServiceWhereOneIsMissing) {
+    Guardian screenSaver(kScreenSaver, 7U);
+    {
+        SleepInhibitor inhibitor(QDBusConnection::sessionBus());
+        inhibitor.setActive(true);
+        ASSERT_TRUE(waitUntil([&] { return screenSaver.calls.size() == 1; }));
+        settle();
+        ASSERT_EQ(screenSaver.calls.size(), 1);
+    }
+    EXPECT_TRUE(waitUntil([&] {
+        return screenSaver.calls ==
+               QStringList{QStringLiteral("Inhibit()"), QStringLiteral("UnInhibit(7)")};
+    }));
+}
