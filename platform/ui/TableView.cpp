@@ -72,7 +72,8 @@ class TableView::Model : public QAbstractTableModel {
         }
     }
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
-        if (orientation == Qt::Vertical) return {};
+        // Rows show no header, but a screen reader finds one and reads its number.
+        if (orientation == Qt::Vertical) return role == Qt::DisplayRole ? section + 1 : QVariant();
         if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);
         if (role == Qt::DisplayRole) return columns_[static_cast<size_t>(section)].title();
         return {};

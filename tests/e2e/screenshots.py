@@ -1,0 +1,58 @@
+"""The pictures of the documentation, taken from the running program.
+
+Usage: screenshots.py PROGRAM LIBRARY FOLDER, in the session that scripts/session starts. LIBRARY
+is the demo library.
+"""
+
+import pathlib
+import subprocess
+import sys
+import time
+
+from deck import Deck, away
+from program import Program, folders, store
+from screen import hand, press, screenshot
+
+EXECUTABLE, LIBRARY, FOLDER = sys.argv[1], *map(pathlib.Path, sys.argv[2:])
+MARGIN = 40
+
+
+def take(screen, name):
+    """A picture of the main window and a little of the desktop around it."""
+    time.sleep(0.6)
+    left, top, width, height = screen.find("Pairdeck").rectangle
+    path = FOLDER / f"{name}.png"
+    screenshot(path)
+    crop = f"{width + 2 * MARGIN}x{height + 2 * MARGIN}+{left - MARGIN}+{top - MARGIN}"
+    shrink = ["-strip", "-define", "png:compression-level=9"]
+    subprocess.run(["convert", path, "-crop", crop, "+repage", *shrink, path], check=True)
+
+
+def main():
+    store(**folders(LIBRARY / "Left deck", LIBRARY / "Right deck"))
+    with Program(EXECUTABLE) as program:
+        screen = program.screen
+        left, right = Deck(screen, "Left"), Deck(screen, "Right")
+        left.play("Harbour Lights")
+        right.play("Clairière")
+        left.overlay()
+        take(screen, "players")
+        away()
+        left.show("library")
+        right.show("library")
+        right.search("la")
+        take(screen, "libraries")
+        left.show("player")
+        right.show("player")
+        press("ctrl+comma")
+        screen.find("Left deck preferences").click()
+        take(screen, "preferences")
+        press("Escape")
+        press("F1")
+        screen.find("Keys")
+        hand("mousemove", 5, 5)
+        take(screen, "about")
+
+
+if __name__ == "__main__":
+    main()
