@@ -17,10 +17,10 @@ EXECUTABLE, LIBRARY, FOLDER = sys.argv[1], *map(pathlib.Path, sys.argv[2:])
 MARGIN = 40
 
 
-def take(screen, name):
-    """A picture of the main window and a little of the desktop around it."""
+def take(rectangle, name):
+    """A picture of that part of the screen and a little more around it."""
     time.sleep(0.6)
-    left, top, width, height = screen.find("Pairdeck").rectangle
+    left, top, width, height = rectangle
     path = FOLDER / f"{name}.png"
     screenshot(path)
     crop = f"{width + 2 * MARGIN}x{height + 2 * MARGIN}+{left - MARGIN}+{top - MARGIN}"
@@ -32,26 +32,27 @@ def main():
     store(**folders(LIBRARY / "Left deck", LIBRARY / "Right deck"))
     with Program(EXECUTABLE) as program:
         screen = program.screen
+        window = screen.find("Pairdeck").rectangle
         left, right = Deck(screen, "Left"), Deck(screen, "Right")
         left.play("Harbour Lights")
         right.play("Clairière")
         left.overlay()
-        take(screen, "players")
+        take(window, "players")
         away()
         left.show("library")
         right.show("library")
         right.search("la")
-        take(screen, "libraries")
+        take(window, "libraries")
         left.show("player")
         right.show("player")
         press("ctrl+comma")
         screen.find("Left deck preferences").click()
-        take(screen, "preferences")
+        take(window, "preferences")
         press("Escape")
         press("F1")
         screen.find("Keys")
         hand("mousemove", 5, 5)
-        take(screen, "about")
+        take(window, "about")
 
 
 if __name__ == "__main__":
