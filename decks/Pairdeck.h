@@ -24,9 +24,9 @@
 /// PD{Side}RepeatButton, PD{Side}ControlView, PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next,
 /// PD{Side}TableView.
 ///
-/// Actions: quit, playTrackFromSelection, playNextTrackAt, playPrevTrackAt, playPauseTrackAt;
-/// {side}TimeSliderDidChange, {side}VolumeSliderDidChange, {side}ShuffleStateDidChange,
-/// {side}RepeatStateDidChange.
+/// Actions: quit, perSecondInfoRefresh, playTrackFromSelection, playNextTrackAt, playPrevTrackAt,
+/// playPauseTrackAt; {side}TimeSliderDidChange, {side}VolumeSliderDidChange,
+/// {side}ShuffleStateDidChange, {side}RepeatStateDidChange.
 class Pairdeck final : public platform::Controller, public platform::AudioPlayerDelegate {
   public:
     /// The notification that a deck's player, play state, shuffle flag or repeat state may have

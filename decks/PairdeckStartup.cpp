@@ -37,6 +37,7 @@ Pairdeck::Pairdeck()
     outlet(QStringLiteral("PDAboutWindowClose"), aboutWindowClose_);
     outlet(QStringLiteral("PDVersionBuildString"), versionBuildString_);
     action(QStringLiteral("quit"), [this](Control*) { quit(); });
+    action(QStringLiteral("perSecondInfoRefresh"), [this](Control*) { perSecondInfoRefresh(); });
     action(QStringLiteral("playTrackFromSelection"),
            [this](Control* sender) { playTrackFromSelection(sender); });
     action(QStringLiteral("playNextTrackAt"), [this](Control* sender) { playNextTrackAt(sender); });
@@ -169,7 +170,7 @@ void Pairdeck::restoreSettings() {
         deck.shuffle = stored == DefaultsValue(true) || stored == DefaultsValue(std::int32_t{1});
     }
     for (Deck& deck : decks_)
-        deck.repeatButton->setImage(repeatImage(deck.repeat));
+        showRepeatState(deck, deck.repeat);
 }
 
 void Pairdeck::dressAboutPanel() {

@@ -14,7 +14,7 @@ void Pairdeck::refreshInfo() {
     for (Deck& deck : decks_) {
         // The image follows only where the store and the deck agree on the state.
         const std::int64_t stored = storedRepeatState(deck);
-        if (stored == deck.repeat) deck.repeatButton->setImage(repeatImage(stored));
+        if (stored == deck.repeat) showRepeatState(deck, stored);
     }
 }
 

@@ -43,7 +43,7 @@ void Pairdeck::repeatStateDidChange(Deck& deck) {
     if (deck.repeat >= PDRepeatOff && deck.repeat <= PDRepeatOne) {
         deck.repeat = (deck.repeat + 1) % 3;
         defaults.setValueForKey(static_cast<std::int32_t>(deck.repeat), deck.repeatKey());
-        deck.repeatButton->setImage(repeatImage(deck.repeat));
+        showRepeatState(deck, deck.repeat);
     }
     defaults.synchronize();
     postStatus();

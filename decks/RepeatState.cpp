@@ -13,6 +13,15 @@ platform::Image repeatImage(std::int64_t state) {
     }
 }
 
+void showRepeatState(const Deck& deck, std::int64_t state) {
+    const char* words = state == PDRepeatAll   ? "Repeat: all"
+                        : state == PDRepeatOne ? "Repeat: one"
+                                               : "Repeat: off";
+    deck.repeatButton->setImage(repeatImage(state));
+    deck.repeatButton->setToolTip(QLatin1String(words));
+    deck.repeatButton->setAccessibleDescription(QLatin1String(words));
+}
+
 std::int64_t storedRepeatState(const Deck& deck) {
     const auto stored =
         platform::UserDefaults::standardUserDefaults().valueForKey(deck.repeatKey());

@@ -52,15 +52,25 @@ bool isDecodableSize(QSize size, qint64 bytesPerPixel) {
     return pixels <= kMaxPixels && pixels * bytesPerPixel <= kMaxDecodedBytes;
 }
 
+QImage premultiplied(QImage image) {
+    // Opaque, the pixels are their premultiplied selves: most need no more than another name.
+    if (!image.hasAlphaChannel()) {
+        image.convertTo(QImage::Format_RGBX8888);
+        image.reinterpretAsFormat(QImage::Format_RGBA8888_Premultiplied);
+    } else {
+        image.convertTo(QImage::Format_RGBA8888_Premultiplied);
+    }
+    return image;
+}
+
 QImage decodedImage(const QByteArray& data) {
     if (isJpeg(data)) return decodedJpeg(data);
     QImage image = decodedByReader(data);
     if (image.isNull()) return image;
     image = inStandardColours(image, image.colorSpace().iccProfile());
     image.setColorSpace(QColorSpace());
-    image.convertTo(QImage::Format_RGBA8888_Premultiplied);
     image.setDevicePixelRatio(1);
-    return image;
+    return premultiplied(image);
 }
 
 }  // namespace platform

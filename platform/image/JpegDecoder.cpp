@@ -98,10 +98,7 @@ QImage decodedJpeg(const QByteArray& data) {
         convertCmykToRgba(image.bits(), width, height, metadata.adobe, metadata.profile);
     else
         image = inStandardColours(image, metadata.profile);
-    if (image.isNull()) return {};
-    image = uprightImage(image, metadata.orientation);
-    image.convertTo(QImage::Format_RGBA8888_Premultiplied);
-    return image;
+    return uprightImage(premultiplied(image), metadata.orientation);
 }
 
 }  // namespace platform

@@ -3,6 +3,7 @@
 #include "platform/media/ReadAheadQueue.h"
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 namespace platform {
@@ -27,53 +28,55 @@ MediaReadAhead::Queue::Queue(QStringList paths)
     // One even on a single processor: it reads while the other waits for the disk.
     const unsigned cores = std::thread::hardware_concurrency();
     const unsigned threads = std::clamp(cores, 2u, kMostThreads + 1) - 1;
-    for (unsigned i = 0; i < threads; ++i)
-        threads_.emplace_back([this] { work(); });
+    try {
+        for (unsigned i = 0; i < threads; ++i)
+            threads_.emplace_back([this] { work(); });
+    } catch (const std::system_error&) {
+        // No thread to be had: the taker reads what it takes.
+    }
 }
 
 MediaReadAhead::Queue::~Queue() {
-    stopped_ = true;
-    taken_ = size();
-    taken_.notify_all();
+    {
+        const std::lock_guard lock(mutex_);
+        stopped_ = true;
+    }
+    changed_.notify_all();
     for (std::thread& thread : threads_)
         thread.join();
 }
 
 std::optional<QList<MetadataItem>> MediaReadAhead::Queue::take(const QString& path) {
-    const std::size_t index = taken_;
-    if (index >= size() || paths_[static_cast<qsizetype>(index)] != path) return std::nullopt;
-    const std::size_t block = index / kBlock;
-    std::atomic<std::size_t>& ready = ready_[block % ready_.size()];
-    for (std::size_t seen = ready; seen != block + 1; seen = ready) {
-        if (!readBlock()) ready.wait(seen);
+    if (taken_ >= size() || paths_[static_cast<qsizetype>(taken_)] != path) return std::nullopt;
+    if (taken_ % kBlock == 0) {
+        const std::size_t block = taken_ / kBlock;
+        std::unique_lock lock(mutex_);
+        takenBlocks_ = block;
+        changed_.notify_all();
+        while (ready_[block % ready_.size()] != block + 1) {
+            if (!readBlock(lock)) changed_.wait(lock);
+        }
     }
-    QList<MetadataItem> items = std::exchange(items_[index % kAhead], {});
-    taken_ = index + 1;
-    if (taken_ % kBlock == 0) taken_.notify_all();
-    return items;
+    return std::exchange(items_[taken_++ % kAhead], {});
 }
 
-bool MediaReadAhead::Queue::readBlock() {
-    std::size_t block = claimed_;
-    do {
-        const bool fits = (block + 1) * kBlock <= taken_ / kBlock * kBlock + kAhead;
-        if (block * kBlock >= size() || !fits) return false;
-    } while (!claimed_.compare_exchange_weak(block, block + 1));
+bool MediaReadAhead::Queue::readBlock(std::unique_lock<std::mutex>& lock) {
+    if (exhausted() || claimed_ >= takenBlocks_ + kAhead / kBlock) return false;
+    const std::size_t block = claimed_++;
+    lock.unlock();
     const std::size_t end = std::min((block + 1) * kBlock, size());
     for (std::size_t i = block * kBlock; i < end && !stopped_; ++i)
         items_[i % kAhead] = MediaAsset::itemsOfFile(paths_[static_cast<qsizetype>(i)]);
-    std::atomic<std::size_t>& ready = ready_[block % ready_.size()];
-    ready = block + 1;
-    ready.notify_all();
+    lock.lock();
+    ready_[block % ready_.size()] = block + 1;
+    changed_.notify_all();
     return true;
 }
 
 void MediaReadAhead::Queue::work() {
-    while (!stopped_) {
-        const std::size_t taken = taken_;
-        if (readBlock()) continue;
-        if (exhausted()) return;
-        taken_.wait(taken);
+    std::unique_lock lock(mutex_);
+    while (!stopped_ && !exhausted()) {
+        if (!readBlock(lock)) changed_.wait(lock);
     }
 }
 

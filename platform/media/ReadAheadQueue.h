@@ -4,6 +4,8 @@
 #include "platform/media/MediaReadAhead.h"
 
 #include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -30,16 +32,22 @@ class MediaReadAhead::Queue {
 
     std::size_t size() const { return static_cast<std::size_t>(paths_.size()); }
     bool exhausted() const { return claimed_ * kBlock >= size(); }
-    // Claims the next block and reads it; false when none may be read now.
-    bool readBlock();
+    // Claims the next block and reads it, letting go of `lock` meanwhile; false when none may be
+    // read now.
+    bool readBlock(std::unique_lock<std::mutex>& lock);
     void work();
 
     const QStringList paths_;
-    std::vector<QList<MetadataItem>> items_;       // of file i at i modulo kAhead
-    std::vector<std::atomic<std::size_t>> ready_;  // at block b modulo its size: b + 1 once read
-    std::atomic<std::size_t> claimed_ = 0;         // blocks
-    std::atomic<std::size_t> taken_ = 0;           // files
+    std::vector<QList<MetadataItem>> items_;  // of file i at i modulo kAhead
+    std::size_t taken_ = 0;                   // files; the taker's own
     std::atomic<bool> stopped_ = false;
+
+    std::mutex mutex_;  // of what follows
+    std::condition_variable changed_;
+    std::vector<std::size_t> ready_;  // at block b modulo its size: b + 1 once read
+    std::size_t claimed_ = 0;         // blocks
+    std::size_t takenBlocks_ = 0;
+
     std::vector<std::thread> threads_;
 };
 

@@ -1,6 +1,7 @@
 #include "platform/ui/Application.h"
 
 #include "platform/foundation/Bundle.h"
+#include "platform/ui/Accessibility.h"
 #include "platform/foundation/Path.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/TerminationSignals.h"
@@ -44,6 +45,7 @@ void applyBundle(QApplication& application, const Bundle& bundle) {
     QGuiApplication::setDesktopFileName(bundle.bundleIdentifier());
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QApplication::setFont(systemFontOfSize(13.0));
+    installAccessibility();
     QFile style(QStringLiteral(":/style/style.qss"));
     if (style.open(QIODevice::ReadOnly)) {
         application.setStyleSheet(QString::fromUtf8(style.readAll()));

@@ -1,10 +1,18 @@
 #include "platform/ui/Box.h"
 
+#include "platform/ui/Theme.h"
+
 #include <QApplication>
 #include <QMouseEvent>
 #include <QWindow>
 
 namespace platform {
+
+namespace {
+
+constexpr double kCornerRadius = 14.0;
+
+}  // namespace
 
 void Box::mousePressEvent(QMouseEvent* event) {
     pressedAt_ = event->pos();
@@ -25,6 +33,16 @@ void Box::mouseMoveEvent(QMouseEvent* event) {
     // is up again ties the window to the pointer.
     pressedAt_.reset();
     if (QWindow* handle = window()->windowHandle()) handle->startSystemMove();
+}
+
+void Box::focusInEvent(QFocusEvent* event) {
+    View::focusInEvent(event);
+    if (theme::showsFocus(*this)) ring_ = std::make_unique<FocusRing>(*this, kCornerRadius);
+}
+
+void Box::focusOutEvent(QFocusEvent* event) {
+    View::focusOutEvent(event);
+    ring_.reset();
 }
 
 }  // namespace platform

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "platform/ui/FocusRing.h"
 #include "platform/ui/View.h"
 
+#include <memory>
 #include <optional>
 
 namespace platform {
@@ -19,9 +21,12 @@ class Box : public View {
   protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
   private:
     std::optional<QPoint> pressedAt_;  // absent once the press has become a move of the window
+    std::unique_ptr<FocusRing> ring_;  // absent without keyboard focus
 };
 
 }  // namespace platform

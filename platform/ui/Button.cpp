@@ -3,6 +3,7 @@
 #include "platform/ui/Font.h"
 #include "platform/ui/Theme.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 
 namespace platform {
@@ -20,6 +21,19 @@ Button::Button(QWidget* parent) : QAbstractButton(parent) {
     });
 }
 
+bool Button::event(QEvent* event) {
+    // The focused button keeps the key that presses it, whatever that key does elsewhere.
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        event->accept();
+    }
+    return QAbstractButton::event(event);
+}
+
+void Button::turnOn() {
+    if (state() != OnState) click();
+}
+
 int Button::state() const {
     if (mixed_) return MixedState;
     return isChecked() ? OnState : OffState;
@@ -35,6 +49,10 @@ void Button::nextCheckState() {
     const bool turnsOn = mixed_ || !isChecked();
     mixed_ = false;
     if (isCheckable()) setChecked(turnsOn);
+}
+
+void Button::checkStateSet() {
+    if (!onText_.isEmpty()) setAccessibleDescription(state() == OnState ? onText_ : offText_);
 }
 
 void Button::setImage(const Image& image) {

@@ -23,6 +23,9 @@ class Button : public QAbstractButton, public Control {
     Q_PROPERTY(QString alternateImageName READ alternateImageName WRITE setAlternateImageName)
     /// Side of the square that the image fills, in points.
     Q_PROPERTY(double imageSize MEMBER imageSize_)
+    /// What the states off and on mean, for those who hear them; none for a plain toggle.
+    Q_PROPERTY(QString offText MEMBER offText_)
+    Q_PROPERTY(QString onText MEMBER onText_)
     /// Whether the button stands on a faint plate of its own.
     Q_PROPERTY(bool plated MEMBER plated_)
 
@@ -30,6 +33,9 @@ class Button : public QAbstractButton, public Control {
     enum State { MixedState = -1, OffState = 0, OnState = 1 };
 
     explicit Button(QWidget* parent = nullptr);
+
+    /// Clicks the button unless it is on already.
+    Q_INVOKABLE void turnOn();
 
     int state() const;
     /// 1 on, 0 off, -1 mixed; any other value counts as on.
@@ -54,6 +60,8 @@ class Button : public QAbstractButton, public Control {
     QSize sizeHint() const override;
 
   protected:
+    bool event(QEvent* event) override;
+    void checkStateSet() override;
     void nextCheckState() override;
     void paintEvent(QPaintEvent* event) override;
 
@@ -65,6 +73,8 @@ class Button : public QAbstractButton, public Control {
     Image alternateImage_;
     QString imageName_;
     QString alternateImageName_;
+    QString offText_;
+    QString onText_;
     std::optional<ButtonCell> cell_;
     QPointer<QMenu> menu_;
     double imageSize_ = 20.0;

@@ -16,6 +16,8 @@
 #include <QFile>
 #include <QLayout>
 #include <QMenu>
+#include <QMetaMethod>
+#include <QShortcut>
 #include <QUiLoader>
 
 namespace platform {
@@ -149,7 +151,10 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
         forEachObject(window.get(), [this](QObject* object) { connectObject(object); });
     }
     for (const auto& window : windows_) {
-        forEachObject(window.get(), [this](QObject* object) { wireControl(object); });
+        forEachObject(window.get(), [this](QObject* object) {
+            wireControl(object);
+            bindKeys(object);
+        });
     }
     for (const auto& [controllerName, controller] : controllers_) {
         for (const QString& outlet : controller->unconnectedOutlets()) {
@@ -160,16 +165,8 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
     if (!problems_.isEmpty()) return;
     for (const QString& controller : controllers)
         controllers_[controller]->awakeFromNib();
-    for (const auto& window : windows_) {
-        QWidget* previous = nullptr;
-        // The loader loses the files' order of focus where one file is included twice.
-        forEachObject(window.get(), [&previous](QObject* object) {
-            auto* widget = qobject_cast<QWidget*>(object);
-            if (!widget || !(widget->focusPolicy() & Qt::TabFocus)) return;
-            if (previous) QWidget::setTabOrder(previous, widget);
-            previous = widget;
-        });
-    }
+    for (const auto& window : windows_)
+        orderFocus(window.get());
 }
 
 Interface::~Interface() {
@@ -219,6 +216,64 @@ void Interface::wireControl(QObject* object) {
         dynamic_cast<TableViewDataSource*>(controller(object->property("dataSource").toString()));
     if (!source) problems_ << QStringLiteral("%1: no data source").arg(object->objectName());
     table->setDataSource(source);
+}
+
+void Interface::bindKeys(QObject* object) {
+    for (const QString& binding : object->property("keys").toStringList()) {
+        auto* scope = qobject_cast<QWidget*>(object);
+        const QKeySequence key(binding.section(QLatin1Char(':'), 0, 0));
+        const QStringList names = binding.section(QLatin1Char(':'), 1).split(QLatin1Char(','));
+        std::vector<std::function<void()>> operations;
+        bool isGood = !key.isEmpty() && key[0].key() != Qt::Key_unknown;
+        for (const QString& name : names) {
+            operations.push_back(operation(*scope, name.trimmed()));
+            isGood = isGood && operations.back();
+        }
+        if (!isGood) {
+            problems_ << QStringLiteral("%1: no such key: %2").arg(object->objectName(), binding);
+            continue;
+        }
+        auto* shortcut = new QShortcut(key, scope);
+        // Like keys of two decks would be ambiguous, and do nothing, if they were the window's.
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        // A step repeats while its key is held; a switch does not.
+        shortcut->setAutoRepeat(binding.endsWith(QLatin1String("crement")));
+        QObject::connect(shortcut, &QShortcut::activated, scope, [operations] {
+            for (const auto& perform : operations)
+                perform();
+        });
+    }
+}
+
+std::function<void()> Interface::operation(const QWidget& scope, const QString& qualified) const {
+    const auto [owner, name] = splitName(qualified);
+    if (Controller* owning = controller(owner)) {
+        if (!owning->hasAction(name)) return {};
+        return [owning, action = name] { owning->performAction(action, nullptr); };
+    }
+    auto* widget = scope.window()->findChild<QWidget*>(owner);
+    if (!widget) return {};
+    if (name == QLatin1String("focus")) {
+        return [widget] { widget->setFocus(Qt::ShortcutFocusReason); };
+    }
+    const QMetaObject* known = widget->metaObject();
+    const int index = known->indexOfMethod(qPrintable(name + QStringLiteral("()")));
+    if (index < 0) return {};
+    return [widget, method = known->method(index)] { method.invoke(widget); };
+}
+
+void Interface::orderFocus(QWidget* window) {
+    QWidget* previous = nullptr;
+    // The loader loses the files' order of focus where one file is included twice.
+    forEachObject(window, [&previous](QObject* object) {
+        auto* widget = qobject_cast<QWidget*>(object);
+        if (!widget || widget->focusPolicy() == Qt::NoFocus) return;
+        if (previous) QWidget::setTabOrder(previous, widget);
+        previous = widget;
+    });
+    if (auto* first = window->findChild<QWidget*>(window->property("firstFocus").toString())) {
+        first->setFocus();
+    }
 }
 
 Target* Interface::targetNamed(const QString& name) const {

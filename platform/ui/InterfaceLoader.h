@@ -33,6 +33,10 @@ struct InterfaceClasses {
 ///                  object name; without "Target." it travels to the application;
 ///   `target`       on a control whose action is set later: the target alone;
 ///   `menu`         on a button: the object name of the menu that it opens;
+///   `keys`         on a widget: what keys do while it or a widget inside it has focus, each as
+///                  "Key: Name.operation, ...": the named controllers' actions and widgets'
+///                  invokable operations, in turn; every widget knows "focus";
+///   `firstFocus`   on a window: the object name of the widget that has focus at first;
 ///   `include`      on a widget: a file to load into it, with every {key} of the file replaced by
 ///                  the value that the string list `with` gives as "key=value".
 class Interface {
@@ -60,6 +64,9 @@ class Interface {
 
     void connectObject(QObject* object);
     void wireControl(QObject* object);
+    void bindKeys(QObject* object);
+    std::function<void()> operation(const QWidget& scope, const QString& qualified) const;
+    static void orderFocus(QWidget* window);
     Target* targetNamed(const QString& name) const;
 
     std::map<QString, std::unique_ptr<Controller>> controllers_;

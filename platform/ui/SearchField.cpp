@@ -2,6 +2,8 @@
 
 #include "platform/ui/Font.h"
 
+#include <QAbstractButton>
+
 namespace platform {
 
 SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
@@ -18,6 +20,14 @@ SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
         }
     });
     connect(this, &QLineEdit::returnPressed, this, &SearchField::sendNow);
+}
+
+QString SearchField::clearButtonName() const {
+    return findChild<QAbstractButton*>()->accessibleName();
+}
+
+void SearchField::setClearButtonName(const QString& name) {
+    findChild<QAbstractButton*>()->setAccessibleName(name);
 }
 
 void SearchField::sendNow() {

@@ -11,6 +11,8 @@ namespace platform {
 /// when it is cleared.
 class SearchField : public QLineEdit, public Control {
     Q_OBJECT
+    /// What assistive technology calls the button that clears the field.
+    Q_PROPERTY(QString clearButtonName READ clearButtonName WRITE setClearButtonName)
 
   public:
     /// How long after the last key the action is sent, in milliseconds.
@@ -21,9 +23,13 @@ class SearchField : public QLineEdit, public Control {
     QString stringValue() const { return text(); }
     void setStringValue(const QString& text) { setText(text); }
 
-  private:
-    void sendNow();
+    QString clearButtonName() const;
+    void setClearButtonName(const QString& name);
 
+    /// Sends the action at once.
+    Q_INVOKABLE void sendNow();
+
+  private:
     QTimer delay_;
 };
 

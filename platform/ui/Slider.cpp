@@ -2,6 +2,7 @@
 
 #include "platform/ui/Theme.h"
 
+#include <QAccessible>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -16,8 +17,12 @@ namespace {
 
 constexpr double kKnobRadius = 6.0;
 constexpr double kTrackHeight = 3.0;
-// The base class counts in whole steps, which assistive technology reads and sets.
-constexpr double kStepsPerUnit = 100.0;
+
+// "m:ss", the minutes beyond the hour counted on.
+QString minutesAndSeconds(double seconds) {
+    const auto whole = static_cast<long long>(seconds);
+    return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
 
 }  // namespace
 
@@ -25,20 +30,6 @@ Slider::Slider(QWidget* parent) : QAbstractSlider(parent) {
     setOrientation(Qt::Horizontal);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
-    mirrorRange();
-    // Only assistive technology moves the base class's value by itself.
-    connect(this, &QAbstractSlider::valueChanged, this, [this](int steps) {
-        const double value = steps / kStepsPerUnit;
-        if (std::abs(value - value_) >= 1.0 / kStepsPerUnit) moveByUser(value);
-    });
-}
-
-void Slider::mirrorRange() {
-    const QSignalBlocker blocker(this);
-    const double limit = 2.0e9;
-    setRange(static_cast<int>(std::clamp(minValue_ * kStepsPerUnit, -limit, limit)),
-             static_cast<int>(std::clamp(maxValue_ * kStepsPerUnit, -limit, limit)));
-    setValue(static_cast<int>(std::clamp(std::round(value_ * kStepsPerUnit), -limit, limit)));
 }
 
 void Slider::setMinValue(double value) {
@@ -56,10 +47,24 @@ void Slider::setDoubleValue(double value) {
 }
 
 void Slider::moveTo(double value) {
-    const double before = knobX();
+    const double knobBefore = knobX();
+    const QString textBefore = QAccessible::isActive() ? valueText() : QString();
     value_ = std::clamp(value, minValue_, std::max(minValue_, maxValue_));
-    mirrorRange();
-    if (knobX() != before) update();
+    if (knobX() != knobBefore) update();
+    if (!QAccessible::isActive() || valueText() == textBefore) return;
+    QAccessibleValueChangeEvent valueChange(this, value_);
+    QAccessible::updateAccessibility(&valueChange);
+    QAccessibleEvent textChange(this, QAccessible::DescriptionChanged);
+    QAccessible::updateAccessibility(&textChange);
+}
+
+QString Slider::valueText() const {
+    if (unit_ == Unit::Seconds) {
+        return QStringLiteral("%1 of %2")
+            .arg(minutesAndSeconds(value_), minutesAndSeconds(maxValue_));
+    }
+    const double fraction = maxValue_ > 0.0 ? value_ / maxValue_ : 0.0;
+    return QStringLiteral("%1 %").arg(std::lround(100.0 * fraction));
 }
 
 void Slider::moveByUser(double value) {
@@ -107,10 +112,10 @@ void Slider::keyPressEvent(QKeyEvent* event) {
     switch (event->key()) {
         case Qt::Key_Left:
         case Qt::Key_Down:
-            return moveByUser(value_ - keyStep_);
+            return decrement();
         case Qt::Key_Right:
         case Qt::Key_Up:
-            return moveByUser(value_ + keyStep_);
+            return increment();
         case Qt::Key_PageDown:
             return moveByUser(value_ - 4.0 * keyStep_);
         case Qt::Key_PageUp:

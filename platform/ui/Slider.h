@@ -16,9 +16,17 @@ class Slider : public QAbstractSlider, public Control {
     Q_PROPERTY(double maxValue READ maxValue WRITE setMaxValue)
     Q_PROPERTY(double doubleValue READ doubleValue WRITE setDoubleValue)
     /// How far an arrow key moves the value.
-    Q_PROPERTY(double keyStep MEMBER keyStep_)
+    Q_PROPERTY(double keyStep READ keyStep WRITE setKeyStep)
+    /// What the value means, for those who hear it.
+    Q_PROPERTY(Unit unit MEMBER unit_)
 
   public:
+    enum class Unit {
+        Fraction,  ///< of the maximum, in per cent
+        Seconds,   ///< in minutes and seconds, of the maximum
+    };
+    Q_ENUM(Unit)
+
     explicit Slider(QWidget* parent = nullptr);
 
     double minValue() const { return minValue_; }
@@ -30,6 +38,17 @@ class Slider : public QAbstractSlider, public Control {
     double doubleValue() const { return value_; }
     float floatValue() const { return static_cast<float>(value_); }
     void setDoubleValue(double value);
+
+    double keyStep() const { return keyStep_; }
+    void setKeyStep(double step) { keyStep_ = step; }
+    /// The value in words: "80 %" or "1:05 of 3:35".
+    QString valueText() const;
+
+    /// Sets the value and sends the action, as a key or a hand on the knob does.
+    void moveByUser(double value);
+    /// The same by one key step.
+    Q_INVOKABLE void increment() { moveByUser(value_ + keyStep_); }
+    Q_INVOKABLE void decrement() { moveByUser(value_ - keyStep_); }
 
     QSize sizeHint() const override { return {120, 22}; }
 
@@ -44,15 +63,14 @@ class Slider : public QAbstractSlider, public Control {
 
   private:
     void moveTo(double value);
-    void moveByUser(double value);
     double valueAt(double x) const;
     double knobX() const;
-    void mirrorRange();
 
     double minValue_ = 0.0;
     double maxValue_ = 1.0;
     double value_ = 0.0;
     double keyStep_ = 0.05;
+    Unit unit_ = Unit::Fraction;
     bool continuous_ = true;
 };
 

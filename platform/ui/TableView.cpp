@@ -5,6 +5,7 @@
 #include "platform/image/Image.h"
 #include "platform/ui/FileDragging.h"
 #include "platform/ui/Font.h"
+#include "platform/ui/Theme.h"
 
 #include <QAbstractTableModel>
 #include <QGuiApplication>
@@ -23,6 +24,7 @@ namespace platform {
 namespace {
 
 constexpr int kRowHeight = 30;
+constexpr double kCornerRadius = 8.0;
 
 }  // namespace
 
@@ -209,6 +211,19 @@ void TableView::reloadData() {
 std::int64_t TableView::selectedRow() const {
     const QModelIndexList rows = selectionModel()->selectedRows();
     return rows.isEmpty() ? -1 : rows.first().row();
+}
+
+void TableView::focusInEvent(QFocusEvent* event) {
+    QTableView::focusInEvent(event);
+    if (!theme::showsFocus(*this)) return;
+    ring_ = std::make_unique<FocusRing>(*this, kCornerRadius);
+    // Whoever comes by keyboard finds a row to play or to go on from.
+    if (selectedRow() < 0) selectRow(0);
+}
+
+void TableView::focusOutEvent(QFocusEvent* event) {
+    QTableView::focusOutEvent(event);
+    ring_.reset();
 }
 
 void TableView::keyPressEvent(QKeyEvent* event) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ui/Control.h"
+#include "platform/ui/FocusRing.h"
 
 #include <QString>
 #include <QStringList>
@@ -8,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 
 namespace platform {
 
@@ -89,6 +91,8 @@ class TableView : public QTableView, public Control {
     const QString& doubleAction() const { return doubleAction_; }
 
   protected:
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
 
@@ -106,6 +110,7 @@ class TableView : public QTableView, public Control {
     QString autosaveName_;
     QString markImageName_;
     std::function<bool(std::int64_t)> isMarked_;
+    std::unique_ptr<FocusRing> ring_;  // absent without keyboard focus
 };
 
 }  // namespace platform

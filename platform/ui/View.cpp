@@ -2,6 +2,7 @@
 
 #include "platform/ui/FileDragging.h"
 
+#include <QApplication>
 #include <QDropEvent>
 #include <QHoverEvent>
 #include <QPaintEvent>
@@ -76,6 +77,12 @@ void View::putOnShow(QWidget* view) {
 }
 
 void View::takeAway(QWidget* view) {
+    // The focus stays in the neighbourhood instead of jumping to whatever comes next.
+    const QWidget* focused = QApplication::focusWidget();
+    QWidget* heir = focused && view->isAncestorOf(focused) ? this : nullptr;
+    while (heir && !(heir->focusPolicy() & Qt::ClickFocus))
+        heir = heir->isWindow() ? nullptr : heir->parentWidget();
+    if (heir) heir->setFocus(Qt::OtherFocusReason);
     view->hide();
     if (adopted_.removeOne(view)) view->deleteLater();
 }

@@ -41,7 +41,7 @@ TEST(CenteredCell, CentresOneLineWhateverFollows) {
 
 TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
     HoverControlView art;
-    art.resize(100, 100);
+    art.setGeometry(400, 400, 100, 100);  // away from where the pointer rests
     auto* controls = new platform::View(&art);
     controls->setGeometry(10, 20, 50, 40);
     controls->hide();

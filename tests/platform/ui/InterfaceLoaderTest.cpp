@@ -59,7 +59,8 @@ TEST(InterfaceLoader, EveryMistakeInAFileIsTold) {
          {"no interface file Missing", "misspelt: unknown class Buton",
           "unknown controller Stranger", "wrongType: no outlet Desk.buttonOne",
           "wrongAction: no action Desk.fly", "wrongTarget: no target for Nobody.press",
-          "sourceless: no data source", "Desk.buttonOne: unconnected",
+          "sourceless: no data source", "wrongKeys: no such key: Fly", "wrongKeys: no such key: F1",
+          "wrongKeys: no such key: F2", "wrongKeys: no such key: F3", "Desk.buttonOne: unconnected",
           "Desk.buttonTwo: unconnected"}) {
         EXPECT_TRUE(told.contains(QLatin1String(mistake))) << mistake << "\n" << qPrintable(told);
     }

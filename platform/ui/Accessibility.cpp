@@ -1,0 +1,78 @@
+#include "platform/ui/Accessibility.h"
+
+#include "platform/ui/ImageView.h"
+#include "platform/ui/ProgressIndicator.h"
+#include "platform/ui/Slider.h"
+#include "platform/ui/Window.h"
+
+#include <QAccessibleWidget>
+
+#include <algorithm>
+
+namespace platform {
+
+namespace {
+
+// A value within a range. Assistive technology that knows no words for it reads the numbers.
+template <typename Widget>
+class RangeInterface : public QAccessibleWidget, public QAccessibleValueInterface {
+  public:
+    RangeInterface(Widget* widget, QAccessible::Role role)
+        : QAccessibleWidget(widget, role), range_(*widget) {}
+
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        if (type == QAccessible::ValueInterface) {
+            return static_cast<QAccessibleValueInterface*>(this);
+        }
+        return QAccessibleWidget::interface_cast(type);
+    }
+    QVariant currentValue() const override { return range_.doubleValue(); }
+    void setCurrentValue(const QVariant&) override {}
+    QVariant minimumValue() const override { return range_.minValue(); }
+    QVariant maximumValue() const override { return range_.maxValue(); }
+    QVariant minimumStepSize() const override { return 0.0; }
+
+  protected:
+    Widget& range_;
+};
+
+class SliderInterface final : public RangeInterface<Slider> {
+  public:
+    explicit SliderInterface(Slider* slider) : RangeInterface(slider, QAccessible::Slider) {}
+
+    void setCurrentValue(const QVariant& value) override { range_.moveByUser(value.toDouble()); }
+    QVariant minimumStepSize() const override { return range_.keyStep(); }
+    QString text(QAccessible::Text kind) const override {
+        // The desktop's protocol has no words for a value; screen readers speak the description.
+        const bool isValue = kind == QAccessible::Value || kind == QAccessible::Description;
+        return isValue ? range_.valueText() : RangeInterface::text(kind);
+    }
+};
+
+// A view is worth telling of when the interface file names it; else only what is inside it is.
+QAccessible::Role roleOf(const View& view) {
+    if (view.accessibleName().isEmpty()) return QAccessible::Client;
+    return qobject_cast<const ImageView*>(&view) ? QAccessible::Graphic : QAccessible::Grouping;
+}
+
+QAccessibleInterface* interfaceFor(const QString&, QObject* object) {
+    if (auto* slider = qobject_cast<Slider*>(object)) return new SliderInterface(slider);
+    if (auto* bar = qobject_cast<ProgressIndicator*>(object)) {
+        return new RangeInterface<ProgressIndicator>(bar, QAccessible::ProgressBar);
+    }
+    if (auto* view = qobject_cast<View*>(object)) return new QAccessibleWidget(view, roleOf(*view));
+    if (auto* window = qobject_cast<Window*>(object)) {
+        const bool isDialog = (window->windowFlags() & Qt::Dialog) == Qt::Dialog;
+        return new QAccessibleWidget(window, isDialog ? QAccessible::Dialog : QAccessible::Window);
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+void installAccessibility() {
+    QAccessible::removeFactory(interfaceFor);
+    QAccessible::installFactory(interfaceFor);
+}
+
+}  // namespace platform
