@@ -1,8 +1,8 @@
 #include "platform/ui/Application.h"
 
 #include "platform/foundation/Bundle.h"
-#include "platform/ui/Accessibility.h"
 #include "platform/foundation/Path.h"
+#include "platform/ui/Accessibility.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/TerminationSignals.h"
 #include "platform/ui/Window.h"
