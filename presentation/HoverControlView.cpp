@@ -12,6 +12,11 @@ HoverControlView::HoverControlView(QWidget* parent) : ImageView(parent) {
     connect(qApp, &QApplication::focusChanged, this, &HoverControlView::focusMoved);
 }
 
+HoverControlView::~HoverControlView() {
+    // The base class gives up the focus on its way out, when nothing may be swapped any more.
+    disconnect(qApp, nullptr, this, nullptr);
+}
+
 std::unique_ptr<platform::View> HoverControlView::view() const {
     auto empty = std::make_unique<platform::View>();
     empty->setGeometry(0, 0, 0, 0);

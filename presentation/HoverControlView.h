@@ -12,6 +12,7 @@ class HoverControlView final : public platform::ImageView {
 
   public:
     explicit HoverControlView(QWidget* parent = nullptr);
+    ~HoverControlView() override;
 
     /// The view to reveal, not owned; to be set before the pointer first enters.
     void setControlView(platform::View* controlView) { controlView_ = controlView; }

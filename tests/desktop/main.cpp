@@ -6,6 +6,8 @@
 
 // A home and a message bus of the tests' own.
 int main(int argc, char** argv) {
+    // No display is needed, to run or to list the tests.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     const QTemporaryDir home;
     qputenv("HOME", home.path().toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());

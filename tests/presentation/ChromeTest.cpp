@@ -4,6 +4,8 @@
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QHoverEvent>
+#include <QLineEdit>
+#include <QPushButton>
 
 #include <gtest/gtest.h>
 
@@ -40,15 +42,19 @@ TEST(CenteredCell, CentresOneLineWhateverFollows) {
 }
 
 TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
-    HoverControlView art;
-    art.setGeometry(400, 400, 100, 100);  // away from where the pointer rests
+    QWidget window;
+    QLineEdit first(&window);  // takes the focus that the window gets
+    HoverControlView art(&window);
+    window.setGeometry(400, 400, 300, 300);  // away from where the pointer rests
+    art.setGeometry(0, 0, 100, 100);
     auto* controls = new platform::View(&art);
     controls->setGeometry(10, 20, 50, 40);
     controls->hide();
     art.setControlView(controls);
     hover(art, QEvent::HoverEnter, {50, 50});
     EXPECT_EQ(art.firstSubview(), nullptr);
-    art.show();
+    window.show();
+    art.grab();
     runFor(20);
     ASSERT_EQ(art.subviews().size(), 1);
     EXPECT_TRUE(art.firstSubview()->size().isEmpty());
@@ -66,7 +72,7 @@ TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
     EXPECT_EQ(controls->graphicsEffect(), nullptr);
     // A new image redraws the view and changes nothing else.
     art.setImage(platform::Image(QImage(4, 4, QImage::Format_RGB32)));
-    runFor(20);
+    art.grab();
     EXPECT_EQ(art.firstSubview(), controls);
     EXPECT_EQ(art.trackingAreas().size(), 1u);
     hover(art, QEvent::HoverLeave, {-1, -1});
@@ -74,4 +80,13 @@ TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
     EXPECT_FALSE(controls->isVisible());
     EXPECT_EQ(art.subviews().size(), 1);
     EXPECT_FALSE(art.entered());
+    // Keyboard focus reveals them too, and goes on to the first; it may be there at the very end.
+    auto* play = new QPushButton(controls);
+    art.setFocus(Qt::TabFocusReason);
+    EXPECT_EQ(art.firstSubview(), controls);
+    play->setFocus(Qt::TabFocusReason);
+    EXPECT_EQ(art.firstSubview(), controls);
+    first.setFocus(Qt::TabFocusReason);
+    EXPECT_NE(art.firstSubview(), controls);
+    art.setFocus(Qt::TabFocusReason);
 }
