@@ -34,7 +34,7 @@ struct Deck {
 
     std::unique_ptr<platform::AudioPlayer> player = nullptr;  ///< null before the first load and
                                                               ///< for a file that can't be played
-    std::optional<QString> currentURL = std::nullopt;  ///< path of the last load
+    std::optional<QString> currentURL = std::nullopt;         ///< path of the last load
     float volume = 1.0F;
     bool shuffle = false;
     std::int64_t repeat = PDRepeatOff;

@@ -105,4 +105,5 @@ void Pairdeck::load(Deck& deck, QString path) {
     deck.timeSlider->setMaxValue(deck.duration());
     deck.timeSlider->setDoubleValue(0.0);
     if (deck.player) deck.player->setVolume(deck.volume);
+    deck.tableView->setNeedsDisplay();
 }

@@ -83,6 +83,11 @@ void Pairdeck::awakeFromNib() {
         deck.songTitle->setCell(std::make_unique<CenteredTextFieldCell>());
     for (Deck& deck : decks_) {
         deck.tableView->setDoubleAction(QStringLiteral("playTrackFromSelection"));
+        deck.tableView->setRowMarker([&deck](std::int64_t row) {
+            const auto index = static_cast<size_t>(row);
+            return index < deck.trackArray.size() &&
+                   deck.trackArray[index]->URL() == deck.currentURL;
+        });
     }
     for (Deck& deck : decks_)
         deck.songAlbumArt->setControlView(deck.controlView);

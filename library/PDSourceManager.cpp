@@ -3,6 +3,7 @@
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
+#include "platform/media/MediaReadAhead.h"
 #include "platform/ui/OpenPanel.h"
 #include "platform/ui/SearchField.h"
 
@@ -83,6 +84,7 @@ void PDSourceManager::getTracksFromURL(const std::optional<QString>& path) {
     progressBar_->setMaxValue(static_cast<double>(kept.size()));
     progressBar_->setDoubleValue(0.0);
     tracks.reserve(static_cast<size_t>(kept.size()));
+    const platform::MediaReadAhead readAhead(kept);
     for (qsizetype i = 0; i < kept.size(); ++i) {
         progressBar_->setDoubleValue(static_cast<double>(i));
         // The scan holds the main thread: what is not drawn here is not drawn before it ends.
@@ -115,7 +117,10 @@ std::int64_t PDSourceManager::numberOfRowsInTableView(platform::TableView*) {
 QString PDSourceManager::tableViewObjectValueForTableColumnRow(platform::TableView*,
                                                                const platform::TableColumn& column,
                                                                std::int64_t row) {
-    return side_.trackArray[static_cast<size_t>(row)]->valueForKey(column.identifier());
+    // While a scan refills the list, the table still goes by the rows of before.
+    const auto index = static_cast<size_t>(row);
+    if (index >= side_.trackArray.size()) return {};
+    return side_.trackArray[index]->valueForKey(column.identifier());
 }
 
 PDLeftSourceManager::PDLeftSourceManager()

@@ -19,7 +19,6 @@ constexpr milliseconds clockPeriod(10);
 // After a machine slept, the clock does not catch up on more than this.
 constexpr milliseconds longestLag(500);
 constexpr milliseconds attemptPeriod(500);
-constexpr milliseconds rateCheckPeriod(500);
 // A stream that stands ready costs the device its sleep, one that has to start costs a moment.
 constexpr seconds idlePatience(10);
 // A server that restarts is waited for before another backend takes the hardware from it.
@@ -56,9 +55,7 @@ void AudioOutput::run() {
         const Time now = steady_clock::now();
         if (demand_()) lastDemand_ = now;
         wanted_ = now - lastDemand_ < idlePatience;
-        if (stream_ && (!stream_->isAlive() ||
-                        (now - lastRateCheck_ > rateCheckPeriod && stream_->isOutdated())))
-            close();
+        if (stream_ && (!stream_->isAlive() || stream_->isOutdated())) close();
         if (!stream_ && now >= nextAttempt_) open(now);
         if (stream_)
             tendStream(now);
@@ -104,7 +101,6 @@ void AudioOutput::tendStream(Time now) {
         askForRealTime(thread);
         prioritised_ = true;
     }
-    if (now - lastRateCheck_ > rateCheckPeriod) lastRateCheck_ = now;
 }
 
 void AudioOutput::runSilently(Time now) {

@@ -59,7 +59,6 @@ class AudioOutput {
     Time backendSince_;                   // when it was last seen
     Time nextAttempt_;
     Time lastDemand_;
-    Time lastRateCheck_;
     std::optional<Time> clockedUntil_;  // set while the silent clock runs
     std::vector<float> discarded_;
     bool prioritised_ = false;

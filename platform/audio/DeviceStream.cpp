@@ -76,17 +76,38 @@ void DeviceStream::stop() {
     running_ = false;
 }
 
-bool DeviceStream::isOutdated() const {
-    return static_cast<int>(deviceRate(context_.get())) != mixer_.rate();
+std::optional<int> DeviceStream::rateOf(const std::string& device) const {
+    cubeb_device_collection all = {};
+    if (cubeb_enumerate_devices(context_.get(), CUBEB_DEVICE_TYPE_OUTPUT, &all) != CUBEB_OK)
+        return {};
+    std::optional<int> rate;
+    for (size_t i = 0; i < all.count; ++i) {
+        const cubeb_device_info& info = all.device[i];
+        if (info.device_id && device == info.device_id) rate = static_cast<int>(info.default_rate);
+    }
+    cubeb_device_collection_destroy(context_.get(), &all);
+    return rate;
+}
+
+bool DeviceStream::isOutdated() {
+    cubeb_device* device = nullptr;
+    if (cubeb_stream_get_current_device(stream_.get(), &device) != CUBEB_OK) return false;
+    const std::string name = device->output_name ? device->output_name : "";
+    cubeb_stream_device_destroy(stream_.get(), device);
+    const bool moved = !device_.empty() && name != device_;
+    device_ = name;
+    return moved && rateOf(name).value_or(mixer_.rate()) != mixer_.rate();
 }
 
 void DeviceStream::measureLatency() {
     uint32_t frames = 0;
-    if (!running_ || cubeb_stream_get_latency(stream_.get(), &frames) != CUBEB_OK) return;
+    // Devices without a clock of their own report nothing; the latency asked for is then as good.
+    if (!running_ || cubeb_stream_get_latency(stream_.get(), &frames) != CUBEB_OK || frames == 0)
+        return;
     const double left = static_cast<double>(frames) / mixer_.rate();
     const double since = static_cast<double>(nowNanoseconds() - mixer_.lastBlock()) * 1e-9;
     // The last block was this much further from the listener when it was delivered.
-    constexpr double longestPeriod = 1.0;
+    constexpr double longestPeriod = 0.1;
     mixer_.setLatency(left + std::clamp(since, 0.0, longestPeriod));
 }
 

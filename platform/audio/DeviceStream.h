@@ -31,8 +31,9 @@ class DeviceStream {
 
     /// False once the device or the server has gone; the stream is then of no more use.
     bool isAlive() const { return !failed_.load(std::memory_order_acquire); }
-    /// True when the default device now has another rate than the stream was opened with.
-    bool isOutdated() const;
+    /// True when the sound system has moved the stream to a device of another rate since it was
+    /// last asked.
+    bool isOutdated();
     std::string backend() const { return cubeb_get_backend_id(context_.get()); }
     /// Tells the mixer how far behind its blocks the listener is.
     void measureLatency();
@@ -47,12 +48,14 @@ class DeviceStream {
 
     explicit DeviceStream(Mixer& mixer) : mixer_(mixer) {}
     bool openStream();
+    std::optional<int> rateOf(const std::string& device) const;
     static long render(cubeb_stream* stream, void* self, const void* in, void* out, long frames);
     static void stateChanged(cubeb_stream* stream, void* self, cubeb_state state);
 
     Mixer& mixer_;
     std::unique_ptr<cubeb, Deleter> context_;
     std::unique_ptr<cubeb_stream, Deleter> stream_;
+    std::string device_;  // that it was last seen on; empty before
     bool running_ = false;
     std::atomic<bool> failed_ = false;
     std::atomic<pthread_t> thread_ = 0;

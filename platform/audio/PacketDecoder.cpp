@@ -9,7 +9,6 @@ SampleFormat formatOf(const AVFrame& frame) {
 
 PacketDecoder::PacketDecoder(const AVCodecParameters& parameters)
     : packet_(av_packet_alloc()), frame_(av_frame_alloc()) {
-    av_log_set_level(AV_LOG_QUIET);
     const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
     if (!codec || codec->type != AVMEDIA_TYPE_AUDIO || !packet_ || !frame_) return;
     CodecContextPointer context(avcodec_alloc_context3(codec));

@@ -20,7 +20,6 @@ SampleFormat formatOf(const AVFrame& frame);
 /// One codec at work: packets in, frames out.
 class PacketDecoder {
   public:
-    /// Silences the library's log on standard error, too: a broken file is no news.
     explicit PacketDecoder(const AVCodecParameters& parameters);
 
     /// False when there is no decoder for these parameters; nothing else may then be called.

@@ -171,9 +171,11 @@ std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char
     MemoryReader reader(bytes);
     const FormatContextPointer container = openContainer(reader, format);
     if (!container) return {};
+    const bool isMp4 = std::strstr(container->iformat->name, "mp4") != nullptr;
+    // The other containers learn from their first packets what MP4 says in its tables.
+    if (!isMp4 && avformat_find_stream_info(container.get(), nullptr) < 0) return {};
     AVStream* stream = audioStream(*container);
     if (!stream) return {};
-    const bool isMp4 = std::strstr(container->iformat->name, "mp4") != nullptr;
     const Mp4Edits edits =
         isMp4 ? readMp4Edits(bytes, static_cast<uint32_t>(stream->id)) : Mp4Edits();
     auto track = std::make_shared<Track>();
@@ -202,6 +204,8 @@ std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char
 }  // namespace
 
 std::shared_ptr<const Track> openTrack(const QByteArray& bytes) {
+    // A broken file is no news for the standard error stream.
+    av_log_set_level(AV_LOG_QUIET);
     switch (containerOf(bytes)) {
         case Container::mp4:
             if (!readMp4Edits(bytes, 0).plausible) return {};

@@ -77,7 +77,7 @@ std::optional<QString> gnomeDesktopPicture(const DesktopScreen& screen) {
     constexpr char kSchema[] = "org.gnome.desktop.background";
     if (desktopSetting("org.gnome.desktop.interface", "color-scheme") ==
         QStringLiteral("prefer-dark")) {
-        if (const auto dark = pictureOf(kSchema, "picture-uri-dark", screen)) return dark;
+        if (auto dark = pictureOf(kSchema, "picture-uri-dark", screen)) return dark;
     }
     return pictureOf(kSchema, "picture-uri", screen);
 }
@@ -92,7 +92,7 @@ std::optional<QString> mateDesktopPicture(const DesktopScreen& screen) {
 
 std::optional<QString> windowManagerDesktopPicture(const DesktopScreen& screen) {
     if (const auto command = dataWithContentsOfFile(homeFolder() + QStringLiteral("/.fehbg"))) {
-        if (const auto picture = fehPicture(*command, screen.number)) return picture;
+        if (auto picture = fehPicture(*command, screen.number)) return picture;
     }
     const KeyFile nitrogen(configurationFolder() + QStringLiteral("/nitrogen/bg-saved.cfg"));
     // By screen, for all of them, and without knowledge of screens.

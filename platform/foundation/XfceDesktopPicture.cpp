@@ -5,6 +5,9 @@
 #include <QHash>
 #include <QXmlStreamReader>
 
+#include <algorithm>
+#include <utility>
+
 namespace platform {
 
 namespace {
@@ -40,10 +43,11 @@ void readChannel(const QByteArray& content, Channel& channel) {
 
 std::optional<QString> xfceDesktopPicture(const DesktopScreen& screen) {
     Channel channel;
-    const QStringList folders = configurationFolders();
-    for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
+    QStringList folders = configurationFolders();
+    std::reverse(folders.begin(), folders.end());
+    for (const QString& folder : std::as_const(folders)) {
         const auto content = dataWithContentsOfFile(
-            *folder + QStringLiteral("/xfce4/xfconf/xfce-perchannel-xml/xfce4-desktop.xml"));
+            folder + QStringLiteral("/xfce4/xfconf/xfce-perchannel-xml/xfce4-desktop.xml"));
         readChannel(content.value_or(QByteArray()), channel);
     }
 

@@ -149,7 +149,7 @@ bool GaussianBlur::run(const Work& work, QImage& result) {
     if (source.isNull()) return false;
     const QSize size = work.size();
     if (result.size() != size || result.format() != source.format() || !result.isDetached())
-        result = largeBitmap(size, source.format());
+        result = largeBitmap(size, source.format(), RowAlignment::CacheLine);
     if (result.isNull()) return false;
 
     const int rowBundles = parts(source.height(), kBundlePixels);

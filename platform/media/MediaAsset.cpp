@@ -1,6 +1,9 @@
 #include "platform/media/MediaAsset.h"
 
+#include "platform/media/ReadAheadQueue.h"
 #include "platform/media/TagReader.h"
+
+#include <utility>
 
 namespace platform {
 
@@ -24,12 +27,20 @@ std::optional<QByteArray> MetadataItem::dataValue() const {
 
 MediaAsset MediaAsset::URLAssetWithURL(const QString& path) {
     MediaAsset asset;
-    const Tags tags = tagsOfFile(path);
-    if (tags.title) asset.items_ += MetadataItem::text(QStringLiteral("title"), *tags.title);
-    if (tags.artist) asset.items_ += MetadataItem::text(QStringLiteral("artist"), *tags.artist);
-    if (tags.album) asset.items_ += MetadataItem::text(QStringLiteral("albumName"), *tags.album);
-    if (tags.picture) asset.items_ += MetadataItem::artwork(path);
+    MediaReadAhead::Queue* const queue = MediaReadAhead::current();
+    std::optional<QList<MetadataItem>> ready = queue ? queue->take(path) : std::nullopt;
+    asset.items_ = ready ? std::move(*ready) : itemsOfFile(path);
     return asset;
+}
+
+QList<MetadataItem> MediaAsset::itemsOfFile(const QString& path) {
+    const Tags tags = tagsOfFile(path);
+    QList<MetadataItem> items;
+    if (tags.title) items += MetadataItem::text(QStringLiteral("title"), *tags.title);
+    if (tags.artist) items += MetadataItem::text(QStringLiteral("artist"), *tags.artist);
+    if (tags.album) items += MetadataItem::text(QStringLiteral("albumName"), *tags.album);
+    if (tags.picture) items += MetadataItem::artwork(path);
+    return items;
 }
 
 }  // namespace platform

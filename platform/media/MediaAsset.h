@@ -43,6 +43,9 @@ class MediaAsset {
     QList<MetadataItem> metadata() const { return items_; }
 
   private:
+    friend class MediaReadAhead;
+    static QList<MetadataItem> itemsOfFile(const QString& path);
+
     QList<MetadataItem> items_;
 };
 

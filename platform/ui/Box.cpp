@@ -13,15 +13,17 @@ void Box::mousePressEvent(QMouseEvent* event) {
 }
 
 void Box::mouseMoveEvent(QMouseEvent* event) {
-    const bool isDrag = (event->buttons() & Qt::LeftButton) &&
-                        (event->pos() - pressedAt_).manhattanLength() >=
-                            QApplication::startDragDistance();
+    const bool isDrag =
+        (event->buttons() & Qt::LeftButton) && pressedAt_ &&
+        (event->pos() - *pressedAt_).manhattanLength() >= QApplication::startDragDistance();
     if (!mouseDownCanMoveWindow() || !isDrag) {
         View::mouseMoveEvent(event);
         return;
     }
     // The window system moves the window: it alone knows where windows may go, and on Wayland
-    // nobody else can.
+    // nobody else can. It is asked once a press: a second request that reaches it when the button
+    // is up again ties the window to the pointer.
+    pressedAt_.reset();
     if (QWindow* handle = window()->windowHandle()) handle->startSystemMove();
 }
 

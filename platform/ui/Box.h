@@ -2,6 +2,8 @@
 
 #include "platform/ui/View.h"
 
+#include <optional>
+
 namespace platform {
 
 /// A view that groups others on a background of its own.
@@ -19,7 +21,7 @@ class Box : public View {
     void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
-    QPoint pressedAt_;
+    std::optional<QPoint> pressedAt_;  // absent once the press has become a move of the window
 };
 
 }  // namespace platform

@@ -105,7 +105,8 @@ void Button::paintEvent(QPaintEvent*) {
                          cell_->attributedTitle.string);
     } else {
         drawPlate(painter);
-        const Image& shown = state() == OnState && !alternateImage_.isNull() ? alternateImage_ : image_;
+        const Image& shown =
+            state() == OnState && !alternateImage_.isNull() ? alternateImage_ : image_;
         if (!shown.isNull()) {
             QRectF place(0, 0, imageSize_, imageSize_);
             place.moveCenter(QRectF(rect()).center());

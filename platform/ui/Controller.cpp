@@ -9,7 +9,9 @@ bool Controller::connectOutlet(const QString& name, QWidget* widget) {
     return true;
 }
 
-QStringList Controller::unconnectedOutlets() const { return unconnected_; }
+QStringList Controller::unconnectedOutlets() const {
+    return unconnected_;
+}
 
 bool Controller::performAction(const QString& action, Control* sender) {
     const auto perform = actions_.constFind(action);

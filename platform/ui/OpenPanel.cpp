@@ -24,9 +24,13 @@ OpenPanel::~OpenPanel() {
     if (dialog_) dialog_->deleteLater();
 }
 
-void OpenPanel::setTitle(const QString& title) { dialog_->setWindowTitle(title); }
+void OpenPanel::setTitle(const QString& title) {
+    dialog_->setWindowTitle(title);
+}
 
-void OpenPanel::setShowsResizeIndicator(bool shows) { dialog_->setSizeGripEnabled(shows); }
+void OpenPanel::setShowsResizeIndicator(bool shows) {
+    dialog_->setSizeGripEnabled(shows);
+}
 
 void OpenPanel::setShowsHiddenFiles(bool shows) {
     QDir::Filters filter = dialog_->filter();

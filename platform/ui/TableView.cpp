@@ -1,12 +1,16 @@
 #include "platform/ui/TableView.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/foundation/UserDefaults.h"
+#include "platform/image/Image.h"
 #include "platform/ui/Font.h"
 
 #include <QAbstractTableModel>
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QScrollBar>
 
 #include <limits>
@@ -37,8 +41,8 @@ class TableView::Model : public QAbstractTableModel {
     void reload() {
         beginResetModel();
         const std::int64_t rows = source_ ? source_->numberOfRowsInTableView(table_) : 0;
-        rows_ = static_cast<int>(
-            std::clamp<std::int64_t>(rows, 0, std::numeric_limits<int>::max()));
+        rows_ =
+            static_cast<int>(std::clamp<std::int64_t>(rows, 0, std::numeric_limits<int>::max()));
         endResetModel();
     }
 
@@ -49,10 +53,19 @@ class TableView::Model : public QAbstractTableModel {
         return parent.isValid() ? 0 : static_cast<int>(columns_.size());
     }
     QVariant data(const QModelIndex& index, int role) const override {
-        if (role != Qt::DisplayRole || !source_ || index.row() >= rows_) return {};
-        const TableColumn& column = columns_[static_cast<size_t>(index.column())];
-        return displayString(
-            source_->tableViewObjectValueForTableColumnRow(table_, column, index.row()));
+        if (!source_ || index.row() >= rows_) return {};
+        switch (role) {
+            case Qt::DisplayRole:
+                return text(columns_[static_cast<size_t>(index.column())], index.row());
+            case Qt::ToolTipRole:
+                if (table_->toolTipColumn_.isEmpty()) return {};
+                return text(TableColumn(table_->toolTipColumn_), index.row());
+            case Qt::DecorationRole:
+                if (index.column() != 0 || !table_->isMarked_) return {};
+                return table_->isMarked_(index.row()) ? QVariant(mark()) : QVariant();
+            default:
+                return {};
+        }
     }
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
         if (orientation == Qt::Vertical) return {};
@@ -62,6 +75,21 @@ class TableView::Model : public QAbstractTableModel {
     }
 
   private:
+    QString text(const TableColumn& column, int row) const {
+        return displayString(source_->tableViewObjectValueForTableColumnRow(table_, column, row));
+    }
+
+    QPixmap mark() const {
+        constexpr double kSide = 16.0;  // points
+        const double scale = table_->devicePixelRatioF();
+        QPixmap pixmap((QSizeF(kSide, kSide) * scale).toSize());
+        pixmap.setDevicePixelRatio(scale);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        Image::imageNamed(table_->markImageName_).drawInRect(painter, QRectF(0, 0, kSide, kSide));
+        return pixmap;
+    }
+
     TableView* table_;
     TableViewDataSource* source_ = nullptr;
     std::vector<TableColumn> columns_;
@@ -97,7 +125,9 @@ void TableView::setDataSource(TableViewDataSource* dataSource) {
     reloadData();
 }
 
-TableViewDataSource* TableView::dataSource() const { return model_->source(); }
+TableViewDataSource* TableView::dataSource() const {
+    return model_->source();
+}
 
 void TableView::setColumns(const QStringList& columns) {
     columns_ = columns;
@@ -111,6 +141,39 @@ void TableView::setColumns(const QStringList& columns) {
         const int width = model_->tableColumns()[static_cast<size_t>(i)].width();
         if (width > 0) setColumnWidth(i, width);
     }
+}
+
+void TableView::setAutosaveName(const QString& name) {
+    autosaveName_ = name;
+    restoreColumnWidths();
+    connect(horizontalHeader(), &QHeaderView::sectionResized, this, [this] {
+        // Only the user's own hand counts, not the stretching of the last column.
+        if (QGuiApplication::mouseButtons() & Qt::LeftButton) saveColumnWidths();
+    });
+}
+
+void TableView::restoreColumnWidths() {
+    const auto stored = UserDefaults::standardUserDefaults().valueForKey(autosaveName_);
+    const auto* widths = stored ? std::get_if<QString>(&*stored) : nullptr;
+    if (!widths) return;
+    const QStringList parts = widths->split(QLatin1Char(' '));
+    for (int i = 0; i < qMin(model_->columnCount(), int(parts.size())); ++i) {
+        const int width = parts[i].toInt();
+        if (width > 0 && width < 10'000) setColumnWidth(i, width);
+    }
+}
+
+void TableView::saveColumnWidths() const {
+    QStringList widths;
+    for (int i = 0; i < model_->columnCount(); ++i)
+        widths << QString::number(columnWidth(i));
+    UserDefaults::standardUserDefaults().setValueForKey(widths.join(QLatin1Char(' ')),
+                                                        autosaveName_);
+}
+
+void TableView::setRowMarker(std::function<bool(std::int64_t)> isMarked) {
+    isMarked_ = std::move(isMarked);
+    setNeedsDisplay();
 }
 
 void TableView::reloadData() {

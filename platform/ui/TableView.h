@@ -7,6 +7,7 @@
 #include <QTableView>
 
 #include <cstdint>
+#include <functional>
 
 namespace platform {
 
@@ -46,6 +47,12 @@ class TableView : public QTableView, public Control {
     Q_OBJECT
     /// The columns, each as "identifier:Title:width"; the last may leave the width out.
     Q_PROPERTY(QStringList columns READ columns WRITE setColumns)
+    /// Identifier of what a row tells when the pointer rests on it; empty for nothing.
+    Q_PROPERTY(QString toolTipColumn MEMBER toolTipColumn_)
+    /// The user default that keeps the widths the user gives the columns; to be set after them.
+    Q_PROPERTY(QString autosaveName READ autosaveName WRITE setAutosaveName)
+    /// Name of the bundle image that marks rows.
+    Q_PROPERTY(QString markImageName MEMBER markImageName_)
 
   public:
     explicit TableView(QWidget* parent = nullptr);
@@ -61,6 +68,14 @@ class TableView : public QTableView, public Control {
     /// is a row of that number, and the scroll position stays.
     void reloadData();
 
+    void setAutosaveName(const QString& name);
+    QString autosaveName() const { return autosaveName_; }
+
+    /// Which rows carry the mark, asked for each row as it is drawn.
+    void setRowMarker(std::function<bool(std::int64_t row)> isMarked);
+    /// Draws the visible rows again.
+    void setNeedsDisplay() { viewport()->update(); }
+
     /// The number of the selected row; -1 when none is.
     std::int64_t selectedRow() const;
 
@@ -75,9 +90,16 @@ class TableView : public QTableView, public Control {
   private:
     class Model;
 
+    void restoreColumnWidths();
+    void saveColumnWidths() const;
+
     Model* model_;
     QStringList columns_;
     QString doubleAction_;
+    QString toolTipColumn_;
+    QString autosaveName_;
+    QString markImageName_;
+    std::function<bool(std::int64_t)> isMarked_;
 };
 
 }  // namespace platform

@@ -6,7 +6,9 @@
 
 namespace platform {
 
-TextField::TextField(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
+TextField::TextField(QWidget* parent) : QLabel(parent) {
+    setTextFormat(Qt::PlainText);
+}
 
 void TextField::setStringValue(const QString& text) {
     const QString shown = displayString(text);

@@ -27,7 +27,9 @@ QSizeF TextFieldCell::attributedStringSize() const {
     return {metrics.horizontalAdvance(text_), metrics.height()};
 }
 
-QRectF TextFieldCell::titleRectForBounds(const QRectF& bounds) const { return bounds; }
+QRectF TextFieldCell::titleRectForBounds(const QRectF& bounds) const {
+    return bounds;
+}
 
 void TextFieldCell::drawInteriorWithFrameInView(const QRectF& frame, QPainter& painter,
                                                 const QWidget& view) const {

@@ -33,8 +33,8 @@ class TextFieldCell {
 
     /// Where the text goes in `bounds`.
     virtual QRectF titleRectForBounds(const QRectF& bounds) const;
-    /// Draws the text with `frame` as its rectangle, clipped to `view`. Lines that no longer fit the
-    /// visible part are left out, the last one shown ends in an ellipsis then.
+    /// Draws the text with `frame` as its rectangle, clipped to `view`. Lines that no longer fit
+    /// the visible part are left out, the last one shown ends in an ellipsis then.
     virtual void drawInteriorWithFrameInView(const QRectF& frame, QPainter& painter,
                                              const QWidget& view) const;
 

@@ -22,14 +22,14 @@ void View::setSubviews(const QList<QWidget*>& views) {
     }
     for (QWidget* view : views) {
         subviews_.append(view);
-        show(view);
+        putOnShow(view);
     }
 }
 
 void View::addSubview(std::unique_ptr<QWidget> view) {
     QWidget* added = adopt(std::move(view));
     subviews_.append(added);
-    show(added);
+    putOnShow(added);
 }
 
 QWidget* View::adopt(std::unique_ptr<QWidget> view) {
@@ -47,7 +47,7 @@ void View::replace(QWidget* old, QWidget* replacement, bool animated) {
     transition_.reset();
     if (old == replacement) return;
     subviews_[index] = replacement;
-    show(replacement);
+    putOnShow(replacement);
     const auto animation = animations_.constFind(QStringLiteral("subviews"));
     const double seconds = AnimationContext::currentContext().duration();
     if (!animated || animation == animations_.cend() || !isVisible() || seconds <= 0.0) {
@@ -61,7 +61,7 @@ void View::replace(QWidget* old, QWidget* replacement, bool animated) {
         });
 }
 
-void View::show(QWidget* view) {
+void View::putOnShow(QWidget* view) {
     if (view->parentWidget() != this) {
         // Setting a parent moves a widget to the parent's origin; a view keeps its own frame.
         const QPoint origin = view->pos();

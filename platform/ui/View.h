@@ -82,7 +82,7 @@ class View : public QWidget {
   private:
     void replace(QWidget* old, QWidget* replacement, bool animated);
     QWidget* adopt(std::unique_ptr<QWidget> view);
-    void show(QWidget* view);
+    void putOnShow(QWidget* view);
     void takeAway(QWidget* view);
     void trackPointer(const QPointF* position);
 

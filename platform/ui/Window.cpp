@@ -26,7 +26,9 @@ void Window::makeKeyAndOrderFront() {
     if (canBecomeKeyWindow()) activateWindow();
 }
 
-void Window::orderOut() { hide(); }
+void Window::orderOut() {
+    hide();
+}
 
 bool Window::performAction(const QString& action, Control*) {
     if (action == QLatin1String("makeKeyAndOrderFront")) {

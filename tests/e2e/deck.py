@@ -62,7 +62,13 @@ class Deck:
         type_text(text)
 
     def elapsed(self):
+        """The elapsed time on show, in seconds."""
         minutes, seconds = self.text("elapsed time").split(":")
+        return 60 * int(minutes) + int(seconds)
+
+    def remaining(self):
+        """The remaining time on show, in seconds."""
+        minutes, seconds = self.text("remaining time").removeprefix("-").split(":")
         return 60 * int(minutes) + int(seconds)
 
 

@@ -8,61 +8,36 @@ import pathlib
 import sys
 import time
 
+from deck import Deck
 from program import Program, folders, store
-from screen import screenshot, wait_until
+from screen import screenshot
 from sound import Recording, level
-
-SECONDS = 3
-
-
-def show_library(screen, deck, wanted):
-    """Presses the deck's library button where the other panel shows."""
-    button = screen.find(f"{deck}: library")
-    if button.checked != wanted:
-        button.click()
-    return screen.find(f"{deck}: {'tracks' if wanted else 'album art'}")
-
-
-def play(screen, deck, title):
-    """Double-clicks the title's row in the deck's table, then shows the deck's player again."""
-    table = show_library(screen, deck, True)
-    titles = [cells[0] for cells in table.rows()]
-    table.row(titles.index(title)).double_click()
-    show_library(screen, deck, False)
-    wait_until(lambda: screen.find(f"{deck}: title").text == title, f"{title} on the {deck}")
-
-
-def press_play(screen, deck):
-    """Presses play or pause, which shows while the pointer is over the artwork."""
-    screen.find(f"{deck}: album art").hover()
-    screen.find(f"{deck}: play/pause").click()
 
 
 def record(path):
+    """Three seconds of what is heard, once the output has nothing older on its way."""
     time.sleep(0.7)
-    recording = Recording(SECONDS)
+    recording = Recording(3)
     recording.save(path)
-    return recording
+    left, right = level(recording.left), level(recording.right)
+    return f"{path.name:9}  left channel {left:6.1f} dBFS  right channel {right:6.1f} dBFS"
 
 
 def main(executable, folder):
     library = folder / "library"
     store(**folders(library / "Left deck", library / "Right deck"))
-    recordings = {}
     with Program(executable) as program:
-        screen = program.screen
-        play(screen, "Left deck", "Harbour Lights")
-        recordings["left.wav"] = record(folder / "left.wav")
-        press_play(screen, "Left deck")
-        play(screen, "Right deck", "Clairière")
-        recordings["right.wav"] = record(folder / "right.wav")
-        press_play(screen, "Left deck")
-        recordings["both.wav"] = record(folder / "both.wav")
+        left, right = Deck(program.screen, "Left"), Deck(program.screen, "Right")
+        left.play("Harbour Lights")
+        levels = [record(folder / "left.wav")]
+        left.press("play/pause")
+        right.play("Clairière")
+        levels += [record(folder / "right.wav")]
+        left.press("play/pause")
+        levels += [record(folder / "both.wav")]
         screenshot(folder / "window.png")
-    print(f"The window: {folder / 'window.png'}")
-    for name, recording in recordings.items():
-        left, right = level(recording.left), level(recording.right)
-        print(f"{name:9}  left channel {left:6.1f} dBFS  right channel {right:6.1f} dBFS")
+    print(f"The window: {folder / 'window.png'}", "What was heard, as root mean squares:", sep="\n")
+    print(*levels, sep="\n")
 
 
 if __name__ == "__main__":

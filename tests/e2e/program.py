@@ -12,6 +12,7 @@ SETTINGS = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "com.ovrelin.Pairdeck" 
 
 
 def settings():
+    """What is on disk; a person who looks while it is damaged sees nothing."""
     return json.loads(SETTINGS.read_text("utf-8")) if SETTINGS.exists() else {}
 
 

@@ -189,7 +189,7 @@ class Screen:
                     if not control.showing:
                         continue
                     yield control
-                if control.role in ("table", "tree table", "list"):
+                if control.role in ("table", "tree", "list"):
                     continue
                 count = accessible.get_child_count()
                 pending += [child for i in range(count) if (child := accessible.get_child_at_index(i))]

@@ -1,5 +1,7 @@
 #include "platform/audio/AudioEngine.h"
 #include "platform/audio/AudioPlayer.h"
+#include "tests/platform/audio/Listener.h"
+#include "tests/platform/audio/Signals.h"
 #include "tests/platform/audio/Songs.h"
 #include "tests/platform/audio/SoundServer.h"
 
@@ -10,43 +12,150 @@
 #include <algorithm>
 #include <cmath>
 
+// Players on a real sound server with a null sink, as a listener would have them.
+
 namespace platform::audio {
 namespace {
 
-struct Delegate final : AudioPlayerDelegate {
-    void audioPlayerDidFinishPlayingSuccessfully(AudioPlayer* player, bool successfully) override {
-        ended = player;
-        decoded = successfully;
-    }
-    AudioPlayer* ended = nullptr;
-    bool decoded = false;
-};
+std::unique_ptr<AudioPlayer> tonePlayer(double frequency, double seconds, float pan) {
+    auto player = AudioPlayer::initWithData(
+        waveFile(sine(frequency, 0.5, 44100, static_cast<size_t>(seconds * 44100)), 44100));
+    player->setPan(pan);
+    return player;
+}
 
-float peakOfChannel(const std::vector<float>& samples, size_t channels, size_t channel) {
-    float peak = 0;
+std::vector<float> channelOf(const std::vector<float>& samples, size_t channels, size_t channel) {
+    std::vector<float> stereo;
     for (size_t i = channel; i < samples.size(); i += channels)
-        peak = std::max(peak, std::abs(samples[i]));
-    return peak;
+        stereo.insert(stereo.end(), 2, samples[i]);
+    return stereo;
+}
+
+float peak(const std::vector<float>& samples) {
+    float highest = 0;
+    for (const float sample : samples)
+        highest = std::max(highest, std::abs(sample));
+    return highest;
+}
+
+/// The tone within the last second.
+Tone toneIn(const std::vector<float>& stereo, double frequency, int rate) {
+    const size_t window = std::min(stereo.size(), 2 * static_cast<size_t>(rate));
+    return fitTone(std::span(stereo).last(window), frequency, rate);
 }
 
 TEST(PlayerSound, APlayerOnOneSideIsSilentOnTheOther) {
     SoundServer server;
     server.start();
-    Delegate delegate;
-    const auto player = AudioPlayer::initWithData(
-        encodedSong(2, QStringLiteral("-b:a 192k"), QStringLiteral("mp3")));
-    ASSERT_TRUE(player);
-    player->setDelegate(&delegate);
+    for (const float pan : {1.0F, -1.0F}) {
+        Listener listener;
+        const auto player = AudioPlayer::initWithData(
+            encodedSong(1, QStringLiteral("-b:a 192k"), QStringLiteral("mp3")));
+        ASSERT_TRUE(player);
+        player->setDelegate(&listener);
+        player->setPan(pan);
+        server.startRecording();
+        player->play();
+        EXPECT_TRUE(runEventsUntil([&] { return listener.ended; }, 5));
+        runEvents(0.2);
+        const auto heard = server.stopRecording();
+        EXPECT_EQ(peak(channelOf(heard, 2, pan > 0 ? 0 : 1)), 0);
+        EXPECT_GT(peak(channelOf(heard, 2, pan > 0 ? 1 : 0)), 0.2);
+        EXPECT_TRUE(listener.decoded);
+        EXPECT_EQ(player->currentTime(), player->duration());
+    }
+}
+
+TEST(PlayerSound, EverySinkKeepsPitchAndSides) {
+    struct Sink {
+        int rate, channels;
+    };
+    for (const auto& [rate, channels] :
+         {Sink{44100, 2}, {48000, 2}, {96000, 2}, {192000, 2}, {48000, 6}, {44100, 1}}) {
+        SoundServer server;
+        server.start(rate, channels);
+        const auto left = tonePlayer(440, 10, 1);
+        const auto right = tonePlayer(880, 10, -1);
+        left->play();
+        right->play();
+        ASSERT_TRUE(runEventsUntil(
+            [&, rate = rate] { return AudioEngine::shared().mixer.rate() == rate; }, 5))
+            << rate;
+        runEvents(0.5);
+        server.startRecording(QStringLiteral("null"), rate, channels);
+        runEvents(1.5);
+        const auto heard = server.stopRecording();
+        const auto count = static_cast<size_t>(channels);
+        const auto first = channelOf(heard, count, 0);
+        const auto second = channelOf(heard, count, channels == 1 ? 0 : 1);
+        EXPECT_GT(toneIn(first, 880, rate).amplitude, 0.1) << rate << ' ' << channels;
+        EXPECT_GT(toneIn(second, 440, rate).amplitude, 0.1) << rate << ' ' << channels;
+        if (channels == 1) continue;
+        EXPECT_LT(toneIn(first, 440, rate).amplitude, 1e-4) << rate << ' ' << channels;
+        EXPECT_LT(toneIn(second, 880, rate).amplitude, 1e-4) << rate << ' ' << channels;
+    }
+}
+
+TEST(PlayerSound, PlaybackSurvivesTheServersEnd) {
+    SoundServer server;
+    server.start();
+    const auto left = tonePlayer(440, 60, 1);
+    const auto right = tonePlayer(880, 60, -1);
+    left->play();
+    right->play();
+    ASSERT_TRUE(runEventsUntil([&] { return left->currentTime() > 0.5; }, 5));
+    const double before = left->currentTime();
+    server.kill();
+    runEvents(1);
+    EXPECT_TRUE(left->isPlaying());
+    EXPECT_GT(left->currentTime(), before + 0.3) << "the silent clock has taken over";
+    server.start();
+    const double restarted = left->currentTime();
+    runEvents(0.5);
     server.startRecording();
-    player->setPan(1);
-    player->play();
-    EXPECT_TRUE(runEventsUntil([&] { return delegate.ended; }, 5));
-    runEvents(0.2);
+    runEvents(1.5);
     const auto heard = server.stopRecording();
-    EXPECT_EQ(peakOfChannel(heard, 2, 0), 0);
-    EXPECT_GT(peakOfChannel(heard, 2, 1), 0.2);
-    EXPECT_TRUE(delegate.decoded);
-    EXPECT_DOUBLE_EQ(player->currentTime(), player->duration());
+    EXPECT_NEAR(toneIn(channelOf(heard, 2, 1), 440, 48000).amplitude, 0.5, 0.01);
+    EXPECT_NEAR(toneIn(channelOf(heard, 2, 0), 880, 48000).amplitude, 0.5, 0.01);
+    EXPECT_GT(left->currentTime(), restarted + 2);
+    EXPECT_LT(left->currentTime(), restarted + 5);
+    EXPECT_NEAR(left->currentTime(), right->currentTime(), 0.2);
+}
+
+TEST(PlayerSound, ADeviceThatAppearsLaterIsPickedUp) {
+    SoundServer server;
+    const auto player = tonePlayer(440, 60, 0);
+    player->play();
+    ASSERT_TRUE(runEventsUntil([&] { return player->currentTime() > 0.3; }, 5));
+    server.start();
+    runEvents(1.5);
+    server.startRecording();
+    runEvents(1.5);
+    EXPECT_NEAR(toneIn(channelOf(server.stopRecording(), 2, 0), 440, 48000).amplitude, 0.5, 0.01);
+}
+
+TEST(PlayerSound, TheSoundFollowsTheDefaultSink) {
+    SoundServer server;
+    server.start();
+    const auto player = tonePlayer(440, 60, 0);
+    player->play();
+    ASSERT_TRUE(runEventsUntil([&] { return player->currentTime() > 0.5; }, 5));
+    server.control({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                    QStringLiteral("sink_name=other"), QStringLiteral("rate=44100")});
+    // Somebody else plays there, so that the sink has to keep its own rate.
+    QProcess other;
+    other.start(QStringLiteral("pacat"),
+                {QStringLiteral("--device=other"), QStringLiteral("--rate=44100"),
+                 QStringLiteral("/dev/zero")});
+    SoundServer::waitForNewSink();
+    server.control({QStringLiteral("set-default-sink"), QStringLiteral("other")});
+    EXPECT_TRUE(runEventsUntil([] { return AudioEngine::shared().mixer.rate() == 44100; }, 5));
+    runEvents(0.5);
+    server.startRecording(QStringLiteral("other"), 44100);
+    runEvents(1.5);
+    EXPECT_NEAR(toneIn(channelOf(server.stopRecording(), 2, 0), 440, 44100).amplitude, 0.5, 0.01);
+    other.kill();
+    other.waitForFinished();
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QtEndian>
 
 #include <cstdlib>
 
@@ -49,6 +50,30 @@ QByteArray encodedSong(double seconds, const QString& options, const QString& su
     return encodedBy(command, suffix);
 }
 
+QByteArray waveFile(const std::vector<float>& stereo, int rate) {
+    QByteArray bytes;
+    const auto number = [&](uint32_t value, int size) {
+        const uint32_t little = qToLittleEndian(value);
+        bytes.append(reinterpret_cast<const char*>(&little), size);
+    };
+    const auto size = static_cast<uint32_t>(stereo.size() * sizeof(float));
+    constexpr uint32_t ieeeFloat = 3;
+    bytes += "RIFF";
+    number(36 + size, 4);
+    bytes += "WAVEfmt ";
+    number(16, 4);
+    number(ieeeFloat, 2);
+    number(2, 2);
+    number(static_cast<uint32_t>(rate), 4);
+    number(static_cast<uint32_t>(rate) * 8, 4);
+    number(8, 2);
+    number(32, 2);
+    bytes += "data";
+    number(size, 4);
+    bytes.append(reinterpret_cast<const char*>(stereo.data()), size);
+    return bytes;
+}
+
 namespace {
 
 void append(Reference& reference, const AVFrame& frame) {
@@ -65,6 +90,11 @@ void append(Reference& reference, const AVFrame& frame) {
                 case AV_SAMPLE_FMT_S16P: {
                     const auto sample = reinterpret_cast<const int16_t*>(plane)[i];
                     reference.samples.push_back(static_cast<float>(sample) / 32768.0F);
+                    break;
+                }
+                case AV_SAMPLE_FMT_S32P: {
+                    const auto sample = reinterpret_cast<const int32_t*>(plane)[i];
+                    reference.samples.push_back(static_cast<float>(sample / 2147483648.0));
                     break;
                 }
                 default:

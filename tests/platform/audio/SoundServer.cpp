@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
+#include <QFile>
 #include <QThread>
 #include <QTimer>
 
@@ -10,6 +11,22 @@
 #include <cstring>
 
 namespace platform::audio {
+
+namespace {
+
+/// Front left and right stand first wherever there are both.
+QString channelMap(int channels) {
+    switch (channels) {
+        case 1:
+            return QStringLiteral("mono");
+        case 2:
+            return QStringLiteral("front-left,front-right");
+        default:
+            return QStringLiteral("front-left,front-right,rear-left,rear-right,front-center,lfe");
+    }
+}
+
+}  // namespace
 
 SoundServer::SoundServer() {
     if (!folder_.isValid()) std::abort();
@@ -33,9 +50,11 @@ void SoundServer::start(int rate, int channels) {
     const QString protocol =
         QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=%1")
             .arg(folder_.filePath(QStringLiteral("socket")));
-    const QString sink = QStringLiteral("module-null-sink sink_name=null rate=%1 channels=%2")
-                             .arg(rate)
-                             .arg(channels);
+    const QString sink =
+        QStringLiteral("module-null-sink sink_name=null rate=%1 channels=%2 channel_map=%3")
+            .arg(rate)
+            .arg(channels)
+            .arg(channelMap(channels));
     server_->start(QStringLiteral("pulseaudio"),
                    {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
                     QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--use-pid-file=no"),
@@ -46,6 +65,14 @@ void SoundServer::start(int rate, int channels) {
         if (patience.hasExpired()) std::abort();
         QThread::msleep(20);
     }
+    waitForNewSink();
+}
+
+void SoundServer::waitForNewSink() {
+    // A null sink has rendered two seconds ahead before anything can ask it for less, and takes no
+    // frames until they are over.
+    constexpr unsigned long renderedAhead = 2100;
+    QThread::msleep(renderedAhead);
 }
 
 void SoundServer::kill() {
@@ -69,7 +96,8 @@ void SoundServer::startRecording(const QString& sink, int rate, int channels) {
         QStringLiteral("parec"),
         {QStringLiteral("--device=%1.monitor").arg(sink), QStringLiteral("--raw"),
          QStringLiteral("--format=float32le"), QStringLiteral("--latency-msec=50"),
-         QStringLiteral("--rate=%1").arg(rate), QStringLiteral("--channels=%1").arg(channels)});
+         QStringLiteral("--rate=%1").arg(rate), QStringLiteral("--channels=%1").arg(channels),
+         QStringLiteral("--channel-map=") + channelMap(channels)});
     const QString file = folder_.filePath(QStringLiteral("recording"));
     const QDeadlineTimer patience(5000);
     while (QFile(file).size() == 0) {

@@ -20,8 +20,10 @@ class SoundServer {
     SoundServer(const SoundServer&) = delete;
     SoundServer& operator=(const SoundServer&) = delete;
 
-    /// Starts the server with the sink "null" and waits until it answers.
+    /// Starts the server with the sink "null" and waits until it takes sound.
     void start(int rate = 48000, int channels = 2);
+    /// Waits until a null sink that was just loaded takes sound.
+    static void waitForNewSink();
     /// Kills the server without a farewell.
     void kill();
     /// Runs a command on the server, as pactl takes it, and returns what it printed.

@@ -1,0 +1,77 @@
+#include "tests/decks/DeckFixture.h"
+
+#include "decks/InterfaceClasses.h"
+#include "library/PDSourceManager.h"
+#include "platform/foundation/Path.h"
+#include "tests/platform/audio/Songs.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QThread>
+
+using platform::UserDefaults;
+
+DeckFixture::DeckFixture() {
+    for (const char* side : {"Left", "Right"}) {
+        const QString prefix = QStringLiteral("Pairdeck") + QLatin1String(side);
+        store(prefix + QStringLiteral("RepeatState"), 0);
+        store(prefix + QStringLiteral("ShuffleState"), false);
+    }
+    PDLeftSourceManager::trackArray().clear();
+    PDRightSourceManager::trackArray().clear();
+}
+
+DeckFixture::~DeckFixture() = default;
+
+void DeckFixture::start() {
+    interface_ =
+        std::make_unique<platform::Interface>(QStringLiteral("MainWindow"), interfaceClasses());
+    pairdeck_ = dynamic_cast<Pairdeck*>(interface_->controller(QStringLiteral("Pairdeck")));
+    ASSERT_NE(pairdeck_, nullptr);
+    ASSERT_EQ(interface_->problems(), QStringList());
+}
+
+void DeckFixture::store(const QString& key, const platform::DefaultsValue& value) {
+    UserDefaults::standardUserDefaults().setValueForKey(value, key);
+}
+
+std::optional<platform::DefaultsValue> DeckFixture::stored(const QString& key) const {
+    return UserDefaults::standardUserDefaults().valueForKey(key);
+}
+
+QString DeckFixture::makeSong(const QString& name, double seconds, const QByteArray& tags) const {
+    const QString path = folder_.filePath(name);
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    const auto options = QStringLiteral("-c:a libmp3lame -b:a 128k -id3v2_version 0");
+    file.write(tags + platform::audio::encodedSong(seconds, options, QStringLiteral("mp3")));
+    return path;
+}
+
+void DeckFixture::fillList(PDPlayerType side, const QStringList& paths) {
+    TrackArray& tracks = side == PDLeftPlayer ? PDLeftSourceManager::trackArray()
+                                              : PDRightSourceManager::trackArray();
+    tracks.clear();
+    for (const QString& path : paths)
+        tracks.push_back(PDTrack::trackFromURL(path));
+    deck(side).tableView->reloadData();
+}
+
+QString DeckFixture::loaded(PDPlayerType side) {
+    return platform::lastPathComponent(deck(side).currentURL.value_or(QString()));
+}
+
+bool waitUntil(const std::function<bool()>& condition) {
+    const QDeadlineTimer deadline(10'000);
+    while (!condition()) {
+        if (deadline.hasExpired()) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(2);
+    }
+    return true;
+}
+
+bool sameImage(const platform::Image& one, const platform::Image& other) {
+    return one.bitmap() == other.bitmap();
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "decks/Pairdeck.h"
+#include "platform/foundation/UserDefaults.h"
+#include "platform/ui/InterfaceLoader.h"
+
+#include <QString>
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <memory>
+
+/// Both decks as the real interface files lay them out, with songs to play in a folder.
+class DeckFixture : public testing::Test {
+  protected:
+    DeckFixture();
+    ~DeckFixture() override;
+
+    /// Loads the interface, as a start of the program does.
+    void start();
+    void store(const QString& key, const platform::DefaultsValue& value);
+    std::optional<platform::DefaultsValue> stored(const QString& key) const;
+
+    /// Writes a song of `seconds` with `tags` (the bytes of a tag, or none) in front; its path.
+    QString makeSong(const QString& name, double seconds, const QByteArray& tags = {}) const;
+    /// The side's list becomes tracks with these paths.
+    void fillList(PDPlayerType side, const QStringList& paths);
+
+    Pairdeck& decks() { return *pairdeck_; }
+    const Deck& deck(PDPlayerType side) { return pairdeck_->deck(side); }
+    /// The file name of what the deck has loaded.
+    QString loaded(PDPlayerType side);
+
+    QTemporaryDir folder_;
+    std::unique_ptr<platform::Interface> interface_;
+    Pairdeck* pairdeck_ = nullptr;
+};
+
+/// Runs the event loop until `condition` holds; false when it does not within ten seconds.
+bool waitUntil(const std::function<bool()>& condition);
+
+/// Whether both show the same pixels.
+bool sameImage(const platform::Image& one, const platform::Image& other);

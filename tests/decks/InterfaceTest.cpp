@@ -1,0 +1,121 @@
+#include "platform/ui/Application.h"
+#include "platform/ui/Window.h"
+#include "presentation/PDViewController.h"
+#include "tests/decks/DeckFixture.h"
+
+#include <QApplication>
+
+using platform::Button;
+using platform::Control;
+using platform::View;
+using platform::Window;
+
+namespace {
+
+class InterfaceFiles : public DeckFixture {
+  protected:
+    View* view(const char* name) {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (auto* found = window->findChild<View*>(QLatin1String(name))) return found;
+        }
+        ADD_FAILURE() << name;
+        return nullptr;
+    }
+    Button* button(const char* name) {
+        return interface_->mainWindow()->findChild<Button*>(QLatin1String(name));
+    }
+};
+
+}  // namespace
+
+TEST_F(InterfaceFiles, EveryOutletAndActionIsConnectedAndEveryControlActs) {
+    start();
+    int controls = 0;
+    for (const char* name : {"PDWindow", "PDPreferencesWindow", "PDAboutWindow"}) {
+        const Window* window = interface_->window(QLatin1String(name));
+        ASSERT_NE(window, nullptr) << name;
+        for (QObject* object : window->findChildren<QObject*>()) {
+            const auto* control = dynamic_cast<Control*>(object);
+            if (!control || qobject_cast<platform::TextField*>(object)) continue;
+            ++controls;
+            const auto* table = qobject_cast<platform::TableView*>(object);
+            const QString action = table ? table->doubleAction() : control->action();
+            const bool opensMenu = object->property("menu").isValid();
+            EXPECT_TRUE(opensMenu || !action.isEmpty()) << qPrintable(object->objectName());
+            const auto* controller = dynamic_cast<platform::Controller*>(control->target());
+            EXPECT_TRUE(!controller || controller->hasAction(action))
+                << qPrintable(object->objectName());
+        }
+    }
+    EXPECT_GE(controls, 2 * 11 + 9);
+}
+
+TEST_F(InterfaceFiles, TheMainWindowIsSeeThroughWhateverIsSet) {
+    start();
+    Window* window = interface_->mainWindow();
+    window->setBackgroundColor(Qt::red);
+    window->setOpaque(true);
+    window->makeKeyAndOrderFront();
+    QImage shown(window->size(), QImage::Format_ARGB32_Premultiplied);
+    shown.fill(Qt::transparent);
+    window->render(&shown, QPoint(), QRegion(), QWidget::DrawChildren);
+    EXPECT_EQ(qAlpha(shown.pixel(2, 2)), 0);
+    const auto* art = deck(PDLeftPlayer).songAlbumArt;
+    EXPECT_EQ(qAlpha(shown.pixel(art->mapTo(window, art->rect().center()))), 255);
+    EXPECT_TRUE(window->testAttribute(Qt::WA_TranslucentBackground));
+    EXPECT_FALSE(window->windowFlags() & Qt::WindowDoesNotAcceptFocus);
+}
+
+TEST_F(InterfaceFiles, EachDeckSwapsItsPanelsAndTheLastRequestWins) {
+    start();
+    interface_->mainWindow()->makeKeyAndOrderFront();
+    QApplication::processEvents();
+    View* left = view("PDLeftMainView");
+    View* right = view("PDRightMainView");
+    View* player = view("PDLeftPlayerView");
+    View* library = view("PDLeftMusicLibraryView");
+    ASSERT_EQ(left->subviews().size(), 1);
+    EXPECT_EQ(left->firstSubview(), player);
+    EXPECT_FALSE(library->isVisible());
+
+    button("PDLeftMusicLibraryActivator")->click();
+    EXPECT_EQ(left->firstSubview(), library);
+    // Again and again in the middle of the push.
+    button("PDLeftMusicLibraryActivator")->click();
+    button("PDLeftMusicLibraryActivator")->click();
+    EXPECT_TRUE(waitUntil([&] { return !player->isVisible() && library->pos() == QPoint(0, 0); }));
+    EXPECT_EQ(left->subviews().size(), 1);
+    EXPECT_EQ(right->firstSubview(), view("PDRightPlayerView"));
+
+    button("PDLeftMusicLibraryActivator")->setState(Button::MixedState);
+    auto* controller = interface_->controller(QStringLiteral("PDViewController"));
+    controller->performAction(QStringLiteral("leftMusicLibToggle"),
+                              button("PDLeftMusicLibraryActivator"));
+    EXPECT_EQ(left->firstSubview(), library);
+    static_cast<PDViewController*>(controller)->setSubViewFor(player, PDPlayerType(2));
+    EXPECT_EQ(left->firstSubview(), library);
+}
+
+TEST_F(InterfaceFiles, ThePreferencesShowOnePane) {
+    start();
+    Window* window = interface_->window(QStringLiteral("PDPreferencesWindow"));
+    const View* content = window->contentView();
+    auto* controller = interface_->controller(QStringLiteral("PDViewController"));
+    EXPECT_EQ(content->firstSubview(), view("PDGlobalPreferencesView"));
+    EXPECT_EQ(window->backgroundColor(), QColor::fromRgbF(1.0F, 1.0F, 1.0F, 0.8F));
+    EXPECT_FALSE(window->isOpaque());
+    window->makeKeyAndOrderFront();
+    const std::pair<const char*, const char*> panes[] = {
+        {"leftPrefSet", "PDLeftSettingsView"},
+        {"rightPrefSet", "PDRightSettingsView"},
+        {"rightPrefSet", "PDRightSettingsView"},
+        {"globalPrefSet", "PDGlobalPreferencesView"}};
+    for (const auto& [action, pane] : panes) {
+        controller->performAction(QLatin1String(action), nullptr);
+        EXPECT_EQ(content->firstSubview(), view(pane)) << action;
+        EXPECT_EQ(content->subviews().size(), 1);
+        EXPECT_TRUE(view(pane)->isVisible());
+    }
+    window->performAction(QStringLiteral("orderOut"), nullptr);
+    EXPECT_FALSE(window->isVisible());
+}

@@ -1,0 +1,161 @@
+#include "library/PDSourceManager.h"
+#include "platform/foundation/Path.h"
+#include "tests/decks/DeckFixture.h"
+#include "tests/platform/media/TagBytes.h"
+
+#include <QBuffer>
+#include <QFile>
+
+using platform::Image;
+
+namespace {
+
+using Loading = DeckFixture;
+
+QByteArray textFrame(const char* id, const QString& text) {
+    return platform::id3Frame(4, id, platform::encoded(3, text.toUtf8()));
+}
+
+QByteArray tags(const QString& title, const QString& album, const QString& artist,
+                const QByteArray& picture = {}) {
+    QByteArray frames =
+        textFrame("TIT2", title) + textFrame("TALB", album) + textFrame("TPE1", artist);
+    if (!picture.isEmpty()) frames += platform::id3Frame(4, "APIC", platform::apic(picture));
+    return platform::id3Tag(4, frames);
+}
+
+QByteArray png(int width, int height, const QColor& color) {
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(color);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+int fontSize(const platform::TextField* label) {
+    return label->cell()->font().pixelSize();
+}
+
+}  // namespace
+
+TEST_F(Loading, ATrackPlaysAndShowsItsTags) {
+    start();
+    const QString path = makeSong(QStringLiteral("song.mp3"), 2.0,
+                                  tags(QStringLiteral("Blue"), QStringLiteral("Hues"),
+                                       QStringLiteral("Ann"), png(60, 40, Qt::white)));
+    int posts = 0;
+    const auto observer = platform::NotificationCenter::defaultCenter().addObserver(
+        [&posts](const platform::Notification&) { ++posts; }, Pairdeck::playerStatusDidChange(),
+        pairdeck_);
+    decks().playTrackAtWithPlayer(path, PDLeftPlayer);
+    const Deck& left = deck(PDLeftPlayer);
+    EXPECT_EQ(posts, 1);
+    EXPECT_EQ(left.currentURL, path);
+    EXPECT_TRUE(left.isPlaying());
+    EXPECT_EQ(left.playPause->state(), 1);
+    EXPECT_EQ(left.songTitle->stringValue(), QStringLiteral("Blue"));
+    EXPECT_EQ(left.songAlbumArtist->stringValue(), QStringLiteral("Hues - Ann"));
+    EXPECT_EQ(fontSize(left.songAlbumArtist), 16);
+    EXPECT_EQ(left.songAlbumArt->image().size(), QSizeF(60, 40));
+    const QSizeF backdrop = left.background->image().size();
+    EXPECT_NEAR(backdrop.width(), 575.0, 1e-9);
+    EXPECT_NEAR(backdrop.height(), 575.0 * 40 / 60, 1e-9);
+    EXPECT_EQ(left.timeSlider->minValue(), 0.0);
+    EXPECT_NEAR(left.timeSlider->maxValue(), 2.0, 0.1);
+    EXPECT_EQ(left.timeSlider->doubleValue(), 0.0);
+    EXPECT_FALSE(deck(PDRightPlayer).isPlaying());
+
+    // The same again makes a new player, from the start.
+    left.player->setCurrentTime(1.5);
+    decks().playTrackAtWithPlayer(path, PDLeftPlayer);
+    EXPECT_LT(left.currentTime(), 1.0);
+    // Neither deck: only the notification.
+    decks().playTrackAtWithPlayer(QStringLiteral("/other.mp3"), PDPlayerType(7));
+    EXPECT_EQ(posts, 3);
+    EXPECT_EQ(left.currentURL, path);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL, std::nullopt);
+}
+
+TEST_F(Loading, WhatCannotBePlayedIsShownAllTheSame) {
+    start();
+    const QString text = folder_.filePath(QStringLiteral("no music.mp3"));
+    QFile file(text);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("just text");
+    file.close();
+    const QString gone = folder_.filePath(QStringLiteral("gone.m4a"));
+    decks().playTrackAtWithPlayer(makeSong(QStringLiteral("a.mp3"), 1.0), PDRightPlayer);
+    for (const QString& path : {text, gone, folder_.path(), QString()}) {
+        decks().playTrackAtWithPlayer(path, PDRightPlayer);
+        const Deck& right = deck(PDRightPlayer);
+        EXPECT_EQ(right.player, nullptr);
+        EXPECT_EQ(right.currentURL, path);
+        EXPECT_EQ(right.songTitle->stringValue(), platform::lastPathComponent(path));
+        EXPECT_EQ(right.songAlbumArtist->stringValue(), QStringLiteral("(null) - (null)"));
+        EXPECT_TRUE(sameImage(right.songAlbumArt->image(),
+                              Image::imageNamed(QStringLiteral("Default-Art"))));
+        EXPECT_TRUE(right.background->image().isNull());
+        EXPECT_EQ(right.timeSlider->maxValue(), 0.0);
+        EXPECT_EQ(right.playPause->state(), 0);
+        decks().perSecondInfoRefresh();
+        EXPECT_EQ(right.rTime->stringValue(), QStringLiteral("-00:00"));
+    }
+    decks().playTrackAtWithPlayer(gone, PDLeftPlayer);
+    EXPECT_TRUE(sameImage(deck(PDLeftPlayer).songAlbumArt->image(),
+                          Image::imageNamed(QStringLiteral("Default_Artwork"))));
+    EXPECT_FALSE(sameImage(Image::imageNamed(QStringLiteral("Default_Artwork")),
+                           Image::imageNamed(QStringLiteral("Default-Art"))));
+}
+
+TEST_F(Loading, LongTextsAreSetSmaller) {
+    start();
+    struct Case {
+        qsizetype units;
+        int titleSize;
+        int lineSize;
+    };
+    for (const Case& given : {Case{30, 25, 16}, Case{31, 18, 14}}) {
+        // The last character takes two units; the line is album, " - " and artist.
+        const QString title =
+            QString(given.units - 2, QLatin1Char('t')) + QStringLiteral("\U0001F3B5");
+        const QString album(given.units - 6, QLatin1Char('a'));
+        const QString path =
+            makeSong(QStringLiteral("long.mp3"), 0.3, tags(title, album, QStringLiteral("Ann")));
+        decks().playTrackAtWithPlayer(path, PDLeftPlayer);
+        EXPECT_EQ(deck(PDLeftPlayer).songTitle->stringValue(), title);
+        EXPECT_EQ(fontSize(deck(PDLeftPlayer).songTitle), given.titleSize);
+        EXPECT_EQ(deck(PDLeftPlayer).songAlbumArtist->stringValue().size(), given.units);
+        EXPECT_EQ(fontSize(deck(PDLeftPlayer).songAlbumArtist), given.lineSize);
+    }
+}
+
+TEST_F(Loading, ArtworkThatDoesNotDecodeCountsAsNone) {
+    start();
+    const QString path = makeSong(QStringLiteral("broken.mp3"), 0.3,
+                                  tags(QStringLiteral("t"), QStringLiteral("a"),
+                                       QStringLiteral("b"), png(60, 40, Qt::white).first(30)));
+    decks().playTrackAtWithPlayer(path, PDLeftPlayer);
+    EXPECT_TRUE(sameImage(deck(PDLeftPlayer).songAlbumArt->image(),
+                          Image::imageNamed(QStringLiteral("Default_Artwork"))));
+}
+
+TEST_F(Loading, TheSelectedRowPlaysAndOnlyThat) {
+    start();
+    const QString one = makeSong(QStringLiteral("one.mp3"), 1.0);
+    const QString two = makeSong(QStringLiteral("two.mp3"), 1.0);
+    fillList(PDRightPlayer, {one, two});
+    platform::TableView* table = deck(PDRightPlayer).tableView;
+    decks().playTrackFromSelection(table);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL, std::nullopt);
+    table->selectRow(1);
+    decks().playTrackFromSelection(table);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL, two);
+    EXPECT_EQ(deck(PDLeftPlayer).currentURL, std::nullopt);
+    // The list has shrunk, the table has not been told yet.
+    PDRightSourceManager::trackArray().resize(1);
+    decks().playTrackFromSelection(table);
+    decks().playTrackFromSelection(deck(PDRightPlayer).next);
+    decks().playTrackFromSelection(nullptr);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL, two);
+}

@@ -1,0 +1,152 @@
+#include "decks/Navigation.h"
+#include "decks/Random.h"
+#include "platform/foundation/Path.h"
+#include "tests/decks/DeckFixture.h"
+
+#include <array>
+#include <set>
+
+namespace {
+
+class Navigation : public DeckFixture {
+  protected:
+    // Both sides play from the same three songs.
+    void startWithSongs(double seconds = 1.0) {
+        start();
+        for (const char* name : {"a.mp3", "b.mp3", "c.mp3"}) {
+            songs_ << makeSong(QLatin1String(name), seconds);
+        }
+        fillList(PDLeftPlayer, songs_);
+        fillList(PDRightPlayer, songs_);
+    }
+
+    QStringList songs_;
+};
+
+}  // namespace
+
+TEST_F(Navigation, NextAndPreviousWrapAndReachFromNowhere) {
+    startWithSongs();
+    const Deck& right = deck(PDRightPlayer);
+    decks().playPrevTrackAt(right.prev);
+    EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("c.mp3"));
+    decks().playNextTrackAt(right.next);
+    EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("a.mp3"));
+    decks().playNextTrackAt(right.next);
+    EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("b.mp3"));
+    decks().playPrevTrackAt(right.prev);
+    decks().playPrevTrackAt(right.prev);
+    EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("c.mp3"));
+    EXPECT_EQ(deck(PDLeftPlayer).currentURL, std::nullopt);
+
+    // A sender that is no deck's button, or the other step's.
+    decks().playNextTrackAt(right.prev);
+    decks().playPrevTrackAt(right.next);
+    decks().playNextTrackAt(nullptr);
+    EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("c.mp3"));
+
+    // The current track is filtered out, then the list is empty.
+    fillList(PDRightPlayer, {songs_[0], songs_[1]});
+    decks().playNextTrackAt(right.next);
+    EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("a.mp3"));
+    fillList(PDRightPlayer, {});
+    decks().playNextTrackAt(right.next);
+    decks().playPrevTrackAt(right.prev);
+    EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("a.mp3"));
+}
+
+TEST_F(Navigation, TheLastOfEqualPathsIsTheCurrentTrack) {
+    startWithSongs();
+    fillList(PDLeftPlayer, {songs_[0], songs_[1], songs_[0], songs_[2]});
+    decks().playTrackAtWithPlayer(songs_[0], PDLeftPlayer);
+    decks().playNextTrackAt(deck(PDLeftPlayer).next);
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("c.mp3"));
+}
+
+TEST_F(Navigation, FromTenSecondsOnPreviousStartsTheTrackAgain) {
+    startWithSongs(12.0);
+    const Deck& left = deck(PDLeftPlayer);
+    decks().playTrackAtWithPlayer(songs_[1], PDLeftPlayer);
+    left.player->pause();
+    left.player->setCurrentTime(10.0);
+    decks().shuffleStateDidChange(const_cast<Deck&>(left));
+    decks().playPrevTrackAt(left.prev);
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("b.mp3"));
+    EXPECT_EQ(left.currentTime(), 0.0);
+    EXPECT_FALSE(left.isPlaying());
+    left.player->setCurrentTime(9.9);
+    decks().playPrevTrackAt(left.prev);
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("a.mp3"));
+}
+
+TEST_F(Navigation, ShuffleDrawsFromTheWholeList) {
+    startWithSongs();
+    deck(PDLeftPlayer).shuffleButton->click();
+    ASSERT_TRUE(deck(PDLeftPlayer).shuffle);
+    std::set<QString> drawn;
+    for (int i = 0; i < 60; ++i) {
+        decks().playNextTrackAt(deck(PDLeftPlayer).next);
+        drawn.insert(loaded(PDLeftPlayer));
+    }
+    EXPECT_EQ(drawn.size(), 3u);
+    fillList(PDLeftPlayer, {});
+    decks().playNextTrackAt(deck(PDLeftPlayer).next);
+    EXPECT_TRUE(drawn.contains(loaded(PDLeftPlayer)));
+
+    const std::vector<int> list = {0, 1, 2, 3, 4, 5, 6};
+    std::array<int, 7> counts = {};
+    for (int i = 0; i < 70'000; ++i)
+        ++counts[size_t(*randomObject(list))];
+    // Seven standard deviations of a fair draw.
+    for (const int count : counts)
+        EXPECT_NEAR(count, 10'000, 650);
+    EXPECT_EQ(randomObject(std::vector<int>()), nullptr);
+}
+
+TEST_F(Navigation, TheEndOfATrackFollowsTheRepeatState) {
+    startWithSongs(0.4);
+    const Deck& left = deck(PDLeftPlayer);
+    const auto playToEnd = [&] {
+        decks().playTrackAtWithPlayer(songs_[2], PDLeftPlayer);
+        return waitUntil(
+            [&] { return !left.isPlaying() || loaded(PDLeftPlayer) != QStringLiteral("c.mp3"); });
+    };
+    ASSERT_TRUE(playToEnd());
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("c.mp3"));
+    EXPECT_EQ(left.currentTime(), left.duration());
+
+    left.repeatButton->click();
+    ASSERT_EQ(left.repeat, PDRepeatAll);
+    decks().playTrackAtWithPlayer(songs_[2], PDLeftPlayer);
+    EXPECT_TRUE(waitUntil([&] { return loaded(PDLeftPlayer) == QStringLiteral("a.mp3"); }));
+    EXPECT_TRUE(left.isPlaying());
+
+    left.repeatButton->click();
+    ASSERT_EQ(left.repeat, PDRepeatOne);
+    decks().playTrackAtWithPlayer(songs_[2], PDLeftPlayer);
+    const platform::AudioPlayer* first = left.player.get();
+    EXPECT_TRUE(waitUntil([&] { return left.player.get() != first; }));
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("c.mp3"));
+    EXPECT_TRUE(left.isPlaying());
+}
+
+TEST_F(Navigation, APlayerThatIsNoLongerTheDecksIsIgnored) {
+    startWithSongs();
+    deck(PDLeftPlayer).repeatButton->click();
+    decks().playTrackAtWithPlayer(songs_[0], PDLeftPlayer);
+    const auto stranger =
+        platform::AudioPlayer::initWithData(*platform::dataWithContentsOfFile(songs_[1]));
+    decks().audioPlayerDidFinishPlayingSuccessfully(stranger.get(), true);
+    decks().audioPlayerDidFinishPlayingSuccessfully(nullptr, true);
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("a.mp3"));
+    // The deck's own advances, whether decoding succeeded or not.
+    decks().audioPlayerDidFinishPlayingSuccessfully(deck(PDLeftPlayer).player.get(), false);
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("b.mp3"));
+}
+
+TEST(NavigationDecisions, AnUnknownRepeatStateDoesNothing) {
+    EXPECT_EQ(navigation::endOfTrack(3), navigation::EndOfTrack::Nothing);
+    EXPECT_EQ(navigation::endOfTrack(-1), navigation::EndOfTrack::Nothing);
+    EXPECT_EQ(navigation::nextIndex(0, 1), 0u);
+    EXPECT_EQ(navigation::previousIndex(0, 1), 0u);
+}

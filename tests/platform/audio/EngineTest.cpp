@@ -1,0 +1,212 @@
+#include "tests/platform/audio/Rig.h"
+#include "tests/platform/audio/Signals.h"
+#include "tests/platform/audio/Songs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <numbers>
+
+namespace platform::audio {
+namespace {
+
+constexpr int rate = 44100;
+constexpr size_t rampFrames = 441;  // ten milliseconds: the longest a ramp may take
+
+/// Every sample of it is different, and it never jumps.
+std::vector<float> sweep(size_t frames, double amplitude = 0.5) {
+    std::vector<float> stereo(2 * frames);
+    double phase = 0;
+    for (size_t i = 0; i < frames; ++i) {
+        phase += 0.02 + 0.01 * std::sin(static_cast<double>(i) * 1e-4);
+        stereo[2 * i] = static_cast<float>(amplitude * std::sin(phase));
+        stereo[2 * i + 1] = static_cast<float>(amplitude * std::cos(0.7 * phase));
+    }
+    return stereo;
+}
+
+float largestStep(const std::vector<float>& stereo) {
+    float largest = 0;
+    for (size_t i = 2; i < stereo.size(); ++i)
+        largest = std::max(largest, std::abs(stereo[i] - stereo[i - 2]));
+    return largest;
+}
+
+void expectSong(const std::vector<float>& heard, const std::vector<float>& song, size_t from) {
+    for (size_t i = 0; i < heard.size(); ++i)
+        ASSERT_EQ(heard[i], song[2 * from + i]) << "at frame " << i / 2;
+}
+
+TEST(Engine, WhatIsHeardIsTheSongToTheSample) {
+    const auto song = sweep(3 * rate);
+    Rig rig;
+    const auto voice = rig.play(waveFile(song, rate));
+    const auto start = rig.render(rate);
+    expectSong({start.begin() + 2 * rampFrames, start.end()}, song, rampFrames);
+
+    rig.request(*voice, {2, 2 * rate});
+    const auto moved = rig.render(9600);
+    expectSong({moved.begin() + 2 * rampFrames, moved.end()}, song, 2 * rate + rampFrames);
+    EXPECT_LE(largestStep(moved), 0.03F);
+    EXPECT_DOUBLE_EQ(voice->progress().time, 2 + 9600.0 / rate);
+
+    // A pause keeps the place: what its ramp did not take is played next.
+    voice->setPlaying(false);
+    const auto fading = rig.render(4800);
+    EXPECT_EQ(rootMeanSquare(std::span(fading).subspan(2 * rampFrames)), 0);
+    const auto place = static_cast<size_t>(std::llround(voice->progress().time * rate));
+    EXPECT_LE(place, 2 * rate + 9600 + rampFrames);
+    EXPECT_TRUE(voice->isSilent());
+    voice->setPlaying(true);
+    const auto resumed = rig.render(4800);
+    expectSong({resumed.begin() + 2 * rampFrames, resumed.end()}, song, place + rampFrames);
+    EXPECT_EQ(voice->missingFrames(), 0);
+}
+
+TEST(Engine, ControlsActInTheNextBlockWithoutAClick) {
+    const auto tone = sine(200, 0.9, rate, 2 * rate);
+    const float slope = largestStep(tone) + 0.9F / 220;  // the tone's own and a ramp's
+    Rig rig;
+    const auto voice = rig.play(waveFile(tone, rate));
+    auto heard = rig.render(4800);
+    const auto change = [&](auto action, double expectedLeft) {
+        action();
+        const auto block = rig.render(4800);
+        heard.insert(heard.end(), block.begin(), block.end());
+        const auto settled = std::span(block).subspan(2 * rampFrames);
+        double peak = 0;
+        for (size_t i = 0; i < settled.size(); i += 2)
+            peak = std::max<double>(peak, std::abs(settled[i]));
+        EXPECT_NEAR(peak, expectedLeft, 1e-3);
+    };
+    change([&] { voice->setVolume(0.25F); }, 0.225);
+    change([&] { voice->setPan(0.5F); }, 0.1125);
+    change([&] { voice->setPan(1); }, 0);
+    change([&] { voice->setVolume(0); }, 0);
+    change([&] { voice->setPan(-1), voice->setVolume(1); }, 0.9);
+    change([&] { rig.request(*voice, {2, 12345}); }, 0.9);
+    change([&] { voice->setPlaying(false); }, 0);
+    change([&] { voice->setPlaying(true); }, 0.9);
+    EXPECT_LE(largestStep(heard), slope);
+    // Silence by volume goes on playing.
+    voice->setVolume(0);
+    const double before = voice->progress().time;
+    rig.render(4800);
+    EXPECT_NEAR(voice->progress().time - before, 4800.0 / rate, 1e-9);
+}
+
+TEST(Engine, BothDecksKeepTheirSidesAndFullScale) {
+    const QByteArray loud = waveFile(sine(997, 1, rate, rate), rate);
+    const QByteArray mono =
+        encodedSong(1, QStringLiteral("-c:a alac"), QStringLiteral("m4a"), rate, 1);
+    Rig rig;
+    const auto rms = [](const std::vector<float>& stereo, size_t channel) {
+        double sum = 0;
+        for (size_t i = channel; i < stereo.size(); i += 2)
+            sum += static_cast<double>(stereo[i]) * stereo[i];
+        return std::sqrt(2 * sum / static_cast<double>(stereo.size()));
+    };
+    const auto first = rig.play(loud);
+    first->setPan(1);
+    rig.render(rampFrames);
+    const auto alone = rig.render(9600);
+    EXPECT_EQ(rms(alone, 0), 0);
+    EXPECT_NEAR(rms(alone, 1), std::numbers::sqrt2 / 2, 1e-3);
+    // Both in the middle: the sum is held at full scale.
+    first->setPan(0);
+    const auto second = rig.play(loud);
+    const auto sum = rig.render(9600);
+    EXPECT_EQ(*std::max_element(sum.begin(), sum.end()), 1.0F);
+    EXPECT_EQ(*std::min_element(sum.begin(), sum.end()), -1.0F);
+    first->release();
+    second->release();
+    rig.render(9600);
+    const auto quiet = rig.play(mono);
+    const auto center = rig.render(rate / 2);
+    quiet->setPan(-1);
+    const auto reference = wholeFileDecode(mono);
+    for (size_t i = rampFrames; i < 9600; ++i) {
+        ASSERT_EQ(center[2 * i], reference.samples[i]);
+        ASSERT_EQ(center[2 * i + 1], reference.samples[i]);
+    }
+}
+
+TEST(Engine, TheEndIsToldOnceAndAShortSongIsWhole) {
+    for (const size_t frames : {size_t(1), size_t(100), size_t(4800), size_t(48001)}) {
+        Rig rig;
+        auto voice = std::make_shared<Voice>();
+        std::atomic<int> ends = 0;
+        voice->setEndNotice(
+            [&](uint64_t request, bool decoded) { ends += request == 1 && decoded ? 1 : 100; });
+        voice->setPlaying(true);
+        rig.worker.add(voice, openTrack(waveFile(sweep(frames), rate)), {1, 0});
+        rig.awaitLane(*voice, 1);
+        rig.render(frames + 960);
+        for (int i = 0; i < 1000 && ends == 0; ++i)
+            rig.render(480);
+        rig.render(4800);
+        EXPECT_EQ(ends, 1);
+        EXPECT_EQ(voice->missingFrames(), 0);
+        EXPECT_NEAR(voice->progress().time, static_cast<double>(frames) / rate, 1e-9);
+        voice->setEndNotice({});
+    }
+}
+
+TEST(Engine, ManyRequestsEndAtTheLast) {
+    const auto song = sweep(4 * rate);
+    Rig rig;
+    const auto voice = rig.play(waveFile(song, rate));
+    uint64_t number = 1;
+    for (int i = 0; i < 300; ++i) {
+        rig.worker.request(*voice, {++number, (i * 7919) % (3 * rate)});
+        if (i % 3 == 0) rig.render(64, 64);
+    }
+    rig.worker.request(*voice, {++number, rate});
+    while (voice->progress().request != number)
+        rig.render(64, 64);
+    const auto after = static_cast<size_t>(std::llround(voice->progress().time * rate));
+    rig.render(rampFrames);
+    expectSong(rig.render(4800), song, after + rampFrames);
+}
+
+TEST(Engine, TheSongGoesOnWhenTheRateChanges) {
+    const auto tone = sine(1000, 0.5, rate, 4 * rate);
+    Rig rig;
+    const auto voice = rig.play(waveFile(tone, rate));
+    rig.render(rate);
+    for (const int newRate : {48000, 96000, 44100, 192000}) {
+        const double before = voice->progress().time;
+        rig.mixer.setRate(newRate);
+        rig.worker.wake();
+        while (voice->progress().time == before)
+            rig.render(64, 64);
+        EXPECT_LT(voice->progress().time - before, 0.01);
+        rig.render(static_cast<size_t>(newRate) / 20);
+        const auto heard = rig.render(static_cast<size_t>(newRate) / 4);
+        EXPECT_NEAR(fitTone(heard, 1000, newRate).amplitude, 0.5, 1e-4) << newRate;
+        EXPECT_LE(fitTone(heard, 1000, newRate).residueDecibel, -100) << newRate;
+    }
+}
+
+TEST(Engine, VoicesBeyondTheLimitWaitTheirTurn) {
+    const QByteArray bytes = waveFile(sweep(rate / 10), rate);
+    Rig rig;
+    std::vector<std::shared_ptr<Voice>> voices;
+    for (size_t i = 0; i < Mixer::maxVoices; ++i)
+        voices.push_back(rig.play(bytes));
+    auto late = std::make_shared<Voice>();
+    late->setPlaying(true);
+    rig.worker.add(late, openTrack(bytes), {1, 0});
+    rig.render(480);
+    EXPECT_EQ(late->progress().request, 0);
+    voices.front()->release();
+    rig.awaitLane(*late, 1);
+    const std::weak_ptr<Voice> released = voices.front();
+    voices.clear();
+    EXPECT_TRUE(released.expired()) << "the worker has let go of it";
+}
+
+}  // namespace
+}  // namespace platform::audio

@@ -1,0 +1,163 @@
+#include "platform/ui/Button.h"
+#include "platform/ui/Controller.h"
+#include "platform/ui/ProgressIndicator.h"
+#include "platform/ui/SearchField.h"
+#include "platform/ui/Slider.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QMouseEvent>
+
+#include <gtest/gtest.h>
+
+namespace platform {
+namespace {
+
+// Counts the actions that reach it.
+class Counter : public Controller {
+  public:
+    Counter() {
+        action(QStringLiteral("count"), [this](Control*) { ++count; });
+    }
+    template <typename ControlType>
+    void watch(ControlType& control) {
+        control.setTarget(this);
+        control.setAction(QStringLiteral("count"));
+    }
+    int count = 0;
+};
+
+void mouse(QWidget& widget, QEvent::Type type, double x) {
+    const QPointF at(x, widget.height() / 2.0);
+    const auto buttons = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+    QMouseEvent event(type, at, widget.mapToGlobal(at), Qt::LeftButton, buttons, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &event);
+}
+
+void key(QWidget& widget, int code, const QString& text = {}) {
+    QKeyEvent event(QEvent::KeyPress, code, Qt::NoModifier, text);
+    QApplication::sendEvent(&widget, &event);
+}
+
+TEST(ButtonStates, AClickTurnsOnOffAndOutOfMixed) {
+    Counter counter;
+    Button button;
+    counter.watch(button);
+    button.click();
+    EXPECT_EQ(button.state(), 0);
+    button.setCheckable(true);
+    for (const int after : {1, 0, 1}) {
+        button.click();
+        EXPECT_EQ(button.state(), after);
+    }
+    button.setState(-1);
+    EXPECT_EQ(button.state(), -1);
+    button.click();
+    EXPECT_EQ(button.state(), 1);
+    EXPECT_EQ(counter.count, 5);
+}
+
+TEST(SliderValues, AreExactAndClamped) {
+    Slider slider;
+    slider.setMaxValue(215.7);
+    slider.setDoubleValue(10.123456789);
+    EXPECT_EQ(slider.doubleValue(), 10.123456789);
+    slider.setDoubleValue(400.0);
+    EXPECT_EQ(slider.doubleValue(), 215.7);
+    slider.setMaxValue(0.0);
+    EXPECT_EQ(slider.doubleValue(), 0.0);
+    slider.setDoubleValue(5.0);
+    EXPECT_EQ(slider.doubleValue(), 0.0);
+}
+
+TEST(SliderByHand, FollowsThePointerAndHoldsAgainstTheClock) {
+    Counter counter;
+    Slider slider;
+    counter.watch(slider);
+    slider.resize(216, 22);
+    slider.setMaxValue(100.0);
+    slider.setProperty("continuous", false);
+    mouse(slider, QEvent::MouseButtonPress, 108);
+    EXPECT_NEAR(slider.doubleValue(), 50.0, 1e-6);
+    slider.setDoubleValue(3.0);
+    EXPECT_NEAR(slider.doubleValue(), 50.0, 1e-6);
+    mouse(slider, QEvent::MouseMove, 500);
+    EXPECT_EQ(slider.doubleValue(), 100.0);
+    EXPECT_EQ(counter.count, 0);
+    mouse(slider, QEvent::MouseButtonRelease, 8);
+    EXPECT_EQ(slider.doubleValue(), 0.0);
+    EXPECT_EQ(counter.count, 1);
+    slider.setDoubleValue(3.0);
+    EXPECT_EQ(slider.doubleValue(), 3.0);
+
+    slider.setProperty("continuous", true);
+    mouse(slider, QEvent::MouseButtonPress, 108);
+    mouse(slider, QEvent::MouseMove, 120);
+    EXPECT_EQ(counter.count, 3);
+    // Hidden under the pointer: the release never comes, the clock moves it again.
+    slider.show();
+    slider.hide();
+    slider.setDoubleValue(7.0);
+    EXPECT_EQ(slider.doubleValue(), 7.0);
+
+    slider.setProperty("keyStep", 5.0);
+    key(slider, Qt::Key_Right);
+    EXPECT_EQ(slider.doubleValue(), 12.0);
+    key(slider, Qt::Key_End);
+    EXPECT_EQ(slider.doubleValue(), 100.0);
+}
+
+TEST(Search, ActsAfterTheLastKeyAndAtOnceOnReturnAndClearing) {
+    Counter counter;
+    SearchField field;
+    counter.watch(field);
+    QElapsedTimer sinceLastKey;
+    for (const char letter : {'e', 'r', 'i'})
+        key(field, letter, QLatin1String(&letter, 1));
+    sinceLastKey.start();
+    EXPECT_EQ(counter.count, 0);
+    while (counter.count == 0 && sinceLastKey.elapsed() < 5000)
+        QApplication::processEvents();
+    EXPECT_GE(sinceLastKey.elapsed(), SearchField::kDelay - 20);
+    EXPECT_EQ(counter.count, 1);
+    key(field, Qt::Key_Return);
+    EXPECT_EQ(counter.count, 2);
+    field.selectAll();
+    key(field, Qt::Key_Backspace);
+    EXPECT_EQ(field.stringValue(), QString());
+    EXPECT_EQ(counter.count, 3);
+    // A text set by the program is nobody's search.
+    field.setStringValue(QStringLiteral("x"));
+    EXPECT_EQ(counter.count, 3);
+}
+
+TEST(Progress, IsDrawnAtOnceAndOnlyWhenItShows) {
+    class Bar : public ProgressIndicator {
+      public:
+        int drawings = 0;
+        void paintEvent(QPaintEvent* event) override {
+            ++drawings;
+            ProgressIndicator::paintEvent(event);
+        }
+    };
+    Bar bar;
+    bar.resize(100, 4);
+    bar.show();
+    QApplication::processEvents();
+    bar.setMaxValue(10'000.0);
+    bar.drawings = 0;
+    for (int i = 0; i < 10'000; ++i) {
+        bar.setDoubleValue(i);
+        bar.displayIfNeeded();
+    }
+    EXPECT_GE(bar.drawings, 99);
+    EXPECT_LE(bar.drawings, 101);
+    bar.setHidden(true);
+    bar.setDoubleValue(0.0);
+    bar.displayIfNeeded();
+    EXPECT_LE(bar.drawings, 101);
+}
+
+}  // namespace
+}  // namespace platform

@@ -1,0 +1,71 @@
+#include "platform/ui/Button.h"
+#include "platform/ui/InterfaceLoader.h"
+#include "platform/ui/Slider.h"
+#include "platform/ui/Window.h"
+
+#include <gmock/gmock.h>
+
+namespace platform {
+namespace {
+
+class Desk : public Controller {
+  public:
+    Desk() {
+        outlet(QStringLiteral("buttonOne"), one);
+        outlet(QStringLiteral("buttonTwo"), two);
+        action(QStringLiteral("press"), [this](Control* sender) { pressedBy = sender; });
+    }
+    void awakeFromNib() override { ++wakes; }
+
+    Button* one = nullptr;
+    Button* two = nullptr;
+    Control* pressedBy = nullptr;
+    int wakes = 0;
+};
+
+const InterfaceClasses kClasses = {
+    {}, {{QStringLiteral("Desk"), [] { return std::make_unique<Desk>(); }}}};
+
+TEST(InterfaceLoader, AFileIncludedTwiceIsConnectedTwice) {
+    const Interface loaded(QStringLiteral("Good"), kClasses);
+    ASSERT_EQ(loaded.problems(), QStringList());
+    const auto* desk = static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")));
+    EXPECT_EQ(desk->wakes, 1);
+    ASSERT_NE(desk->one, desk->two);
+    desk->two->click();
+    EXPECT_EQ(desk->pressedBy, desk->two);
+
+    // A window is a target too.
+    Window* window = loaded.mainWindow();
+    window->makeKeyAndOrderFront();
+    window->findChild<Slider*>(QStringLiteral("sliderOne"))->sendAction();
+    EXPECT_FALSE(window->isVisible());
+
+    // The focus goes through the first part, then through the second.
+    QStringList order;
+    const QWidget* widget = desk->one;
+    for (int i = 0; i < 20 && order.size() < 4; ++i, widget = widget->nextInFocusChain()) {
+        if (widget->focusPolicy() & Qt::TabFocus) order << widget->objectName();
+    }
+    EXPECT_THAT(order,
+                testing::ElementsAre(QStringLiteral("buttonOne"), QStringLiteral("sliderOne"),
+                                     QStringLiteral("buttonTwo"), QStringLiteral("sliderTwo")));
+}
+
+TEST(InterfaceLoader, EveryMistakeInAFileIsTold) {
+    const Interface loaded(QStringLiteral("Wrong"), kClasses);
+    const QString told = loaded.problems().join(QLatin1Char('\n'));
+    for (const char* mistake :
+         {"no interface file Missing", "misspelt: unknown class Buton",
+          "unknown controller Stranger", "wrongType: no outlet Desk.buttonOne",
+          "wrongAction: no action Desk.fly", "wrongTarget: no target for Nobody.press",
+          "sourceless: no data source", "Desk.buttonOne: unconnected",
+          "Desk.buttonTwo: unconnected"}) {
+        EXPECT_TRUE(told.contains(QLatin1String(mistake))) << mistake << "\n" << qPrintable(told);
+    }
+    EXPECT_EQ(static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")))->wakes, 0);
+    EXPECT_EQ(Interface(QStringLiteral("Nothing"), kClasses).mainWindow(), nullptr);
+}
+
+}  // namespace
+}  // namespace platform

@@ -1,0 +1,68 @@
+#include "platform/ui/Font.h"
+#include "platform/ui/TextField.h"
+#include "platform/ui/TextFieldCell.h"
+
+#include <QImage>
+#include <QPainter>
+
+#include <gtest/gtest.h>
+
+namespace platform {
+namespace {
+
+// The rows of a label's picture that hold ink, from the first to the last; empty for none.
+QPair<int, int> inkedRows(const QWidget& label) {
+    QImage shown(label.size(), QImage::Format_ARGB32_Premultiplied);
+    shown.fill(Qt::transparent);
+    const_cast<QWidget&>(label).render(&shown, QPoint(), QRegion(), QWidget::DrawChildren);
+    int first = -1;
+    int last = -1;
+    for (int y = 0; y < shown.height(); ++y) {
+        for (int x = 0; x < shown.width(); ++x) {
+            if (qAlpha(shown.pixel(x, y)) < 64) continue;
+            if (first < 0) first = y;
+            last = y;
+        }
+    }
+    return {first, last};
+}
+
+TEST(TextCell, WrapsWithinItsViewAndEndsCleanly) {
+    TextField label;
+    label.resize(220, 70);
+    auto cell = std::make_unique<TextFieldCell>();
+    cell->setFont(systemFontOfSize(20.0));
+    EXPECT_EQ(cell->attributedStringSize(), QSizeF(0.0, 0.0));
+    label.setCell(std::move(cell));
+    label.setStringValue(QStringLiteral("one line"));
+    const auto oneLine = inkedRows(label);
+    label.cell()->setWraps(true);
+    label.setStringValue(
+        QStringLiteral("many words that go on and on, line after line, far "
+                       "beyond what this label has room for"));
+    const auto wrapped = inkedRows(label);
+    EXPECT_GT(wrapped.second, oneLine.second + 15);
+    // The last line is whole: nothing of a further one shows at the edge.
+    EXPECT_LT(wrapped.second, 66);
+    label.cell()->setWraps(false);
+    EXPECT_LE(inkedRows(label).second, oneLine.second + 8);
+    label.setStringValue(QString());
+    EXPECT_EQ(inkedRows(label).first, -1);
+}
+
+TEST(TextCell, AnUnpairedSurrogateIsShownAsReplacement) {
+    TextField label;
+    label.setStringValue(QStringLiteral("caf") + QChar(0xDCE9));
+    EXPECT_EQ(label.stringValue(), QStringLiteral("caf\uFFFD"));
+}
+
+TEST(NamedFont, KeepsItsWeightInTheStandIn) {
+    const QFont thin = fontWithNameSize(QStringLiteral("Helvetica Neue Thin"), 18.0);
+    EXPECT_EQ(thin.weight(), QFont::Thin);
+    EXPECT_EQ(thin.pixelSize(), 18);
+    EXPECT_EQ(thin.families().first(), QStringLiteral("Helvetica Neue"));
+    EXPECT_EQ(fontWithNameSize(QStringLiteral("Inter"), 18.0).weight(), QFont::Normal);
+}
+
+}  // namespace
+}  // namespace platform

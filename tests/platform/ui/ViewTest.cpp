@@ -1,0 +1,142 @@
+#include "platform/ui/ImageView.h"
+#include "platform/ui/View.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QHoverEvent>
+
+#include <gtest/gtest.h>
+
+namespace platform {
+namespace {
+
+class TrackedView : public View {
+  public:
+    using View::View;
+    int entered = 0;
+    int exited = 0;
+
+  protected:
+    void mouseEntered() override { ++entered; }
+    void mouseExited() override { ++exited; }
+};
+
+void hover(QWidget& widget, QEvent::Type type, QPointF at) {
+    QHoverEvent event(type, at, widget.mapToGlobal(at), at);
+    QApplication::sendEvent(&widget, &event);
+}
+
+void runFor(int milliseconds) {
+    const QDeadlineTimer deadline(milliseconds);
+    while (!deadline.hasExpired())
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+}
+
+TEST(Subviews, ReplacementKeepsItsOwnFrameAndTheOrder) {
+    View container;
+    View first;
+    View second;
+    View third;
+    first.setGeometry(1, 2, 30, 40);
+    third.setGeometry(5, 6, 70, 80);
+    container.setSubviews({&first, &second});
+    container.replaceSubviewWith(&first, &third);
+    EXPECT_EQ(container.subviews(), (QList<QPointer<QWidget>>{&third, &second}));
+    EXPECT_EQ(third.geometry(), QRect(5, 6, 70, 80));
+    EXPECT_TRUE(first.isHidden());
+    container.replaceSubviewWith(&first, &second);
+    container.replaceSubviewWith(nullptr, &second);
+    container.replaceSubviewWith(&third, nullptr);
+    EXPECT_EQ(container.firstSubview(), &third);
+    for (View* view : {&first, &second, &third})
+        view->setParent(nullptr);
+}
+
+TEST(Subviews, TransitionsEndInOneViewHoweverTheyAreInterrupted) {
+    for (const auto type : {Transition::Type::Push, Transition::Type::Fade}) {
+        View container;
+        container.resize(100, 100);
+        auto* player = new View(&container);
+        auto* library = new View(&container);
+        for (View* view : {player, library})
+            view->setGeometry(0, 0, 100, 100);
+        container.setSubviews({player});
+        container.setAnimations({{QStringLiteral("subviews"), {type}}});
+        container.show();
+        runFor(1);
+        for (int i = 0; i < 7; ++i) {
+            container.animator().replaceSubviewWith(container.firstSubview(),
+                                                    i % 2 == 0 ? library : player);
+            runFor(i * 15);
+        }
+        runFor(400);
+        EXPECT_EQ(container.firstSubview(), library);
+        EXPECT_EQ(container.subviews().size(), 1);
+        EXPECT_TRUE(library->isVisible());
+        EXPECT_FALSE(player->isVisible());
+        EXPECT_EQ(library->pos(), QPoint(0, 0));
+        EXPECT_EQ(player->pos(), QPoint(0, 0));
+        EXPECT_EQ(library->graphicsEffect(), nullptr);
+    }
+}
+
+TEST(Subviews, WhatTheViewOwnsIsFreedWhenReplaced) {
+    View container;
+    container.addSubview(std::make_unique<View>());
+    for (int i = 0; i < 5; ++i) {
+        container.animator().replaceSubviewWith(container.firstSubview(), std::make_unique<View>());
+    }
+    // The event loop frees what is to be deleted later when it is entered, not in between.
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(container.findChildren<QWidget*>().size(), 1);
+}
+
+TEST(Animations, ADurationLastsForOneTurnOfTheLoop) {
+    AnimationContext::currentContext().setDuration(3.5);
+    EXPECT_EQ(AnimationContext::currentContext().duration(), 3.5);
+    runFor(1);
+    EXPECT_EQ(AnimationContext::currentContext().duration(), 0.25);
+}
+
+TEST(Tracking, ARegionKeepsItsRectangle) {
+    TrackedView view;
+    view.resize(100, 100);
+    hover(view, QEvent::HoverEnter, {10, 10});
+    EXPECT_EQ(view.entered, 0);
+    view.addTrackingArea({view.bounds()});
+    hover(view, QEvent::HoverMove, {10, 10});
+    hover(view, QEvent::HoverMove, {50, 50});
+    EXPECT_EQ(view.entered, 1);
+    view.resize(200, 200);
+    hover(view, QEvent::HoverMove, {150, 50});
+    EXPECT_EQ(view.exited, 1);
+    hover(view, QEvent::HoverMove, {99, 99});
+    hover(view, QEvent::HoverLeave, {-1, -1});
+    EXPECT_EQ(view.entered, 2);
+    EXPECT_EQ(view.exited, 2);
+}
+
+TEST(Images, AreCentredUnscaledOrStretched) {
+    QImage white(10, 20, QImage::Format_RGB32);
+    white.fill(Qt::white);
+    ImageView view;
+    view.resize(40, 40);
+    view.setImage(Image(white));
+    const auto alphaAt = [&view](int x, int y) {
+        QImage shown(40, 40, QImage::Format_ARGB32_Premultiplied);
+        shown.fill(Qt::transparent);
+        view.render(&shown, QPoint(), QRegion(), QWidget::DrawChildren);
+        return qAlpha(shown.pixel(x, y));
+    };
+    EXPECT_EQ(alphaAt(1, 1), 255);
+    view.setImageScaling(ImageScaling::None);
+    EXPECT_EQ(alphaAt(1, 1), 0);
+    EXPECT_EQ(alphaAt(13, 20), 0);
+    EXPECT_EQ(alphaAt(17, 12), 255);
+    EXPECT_EQ(alphaAt(20, 31), 0);
+    view.setImage(Image());
+    EXPECT_EQ(alphaAt(20, 20), 0);
+}
+
+}  // namespace
+}  // namespace platform

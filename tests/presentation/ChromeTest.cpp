@@ -1,0 +1,77 @@
+#include "presentation/CenteredTextFieldCell.h"
+#include "presentation/HoverControlView.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QHoverEvent>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+void hover(QWidget& view, QEvent::Type type, QPointF at) {
+    QHoverEvent event(type, at, view.mapToGlobal(at), at);
+    QApplication::sendEvent(&view, &event);
+}
+
+void runFor(int milliseconds) {
+    const QDeadlineTimer deadline(milliseconds);
+    while (!deadline.hasExpired())
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+}
+
+}  // namespace
+
+TEST(CenteredCell, CentresOneLineWhateverFollows) {
+    CenteredTextFieldCell cell;
+    EXPECT_EQ(cell.textColor(), QColor(Qt::white));
+    EXPECT_EQ(cell.font().pixelSize(), 25);
+    EXPECT_EQ(cell.font().weight(), QFont::Thin);
+    EXPECT_TRUE(cell.wraps());
+    const QRectF bounds(3.0, 7.0, 200.0, 92.0);
+    EXPECT_EQ(cell.titleRectForBounds(bounds), QRectF(3.0, 7.0 + 46.0, 200.0, 92.0));
+    cell.setStringValue(QStringLiteral("one"));
+    const double line = cell.attributedStringSize().height();
+    EXPECT_EQ(cell.titleRectForBounds(bounds), QRectF(3.0, 7.0 + (92.0 - line) / 2, 200.0, 92.0));
+    cell.setStringValue(QStringLiteral("words that wrap into several lines of the label"));
+    EXPECT_EQ(cell.titleRectForBounds(bounds).y(), 7.0 + (92.0 - line) / 2);
+    // Taller than its bounds: half the excess above them.
+    EXPECT_EQ(cell.titleRectForBounds(QRectF(0, 0, 200, line - 10)).y(), -5.0);
+}
+
+TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
+    HoverControlView art;
+    art.resize(100, 100);
+    auto* controls = new platform::View(&art);
+    controls->setGeometry(10, 20, 50, 40);
+    controls->hide();
+    art.setControlView(controls);
+    hover(art, QEvent::HoverEnter, {50, 50});
+    EXPECT_EQ(art.firstSubview(), nullptr);
+    art.show();
+    runFor(20);
+    ASSERT_EQ(art.subviews().size(), 1);
+    EXPECT_TRUE(art.firstSubview()->size().isEmpty());
+
+    hover(art, QEvent::HoverMove, {50, 50});
+    EXPECT_EQ(art.firstSubview(), controls);
+    EXPECT_EQ(controls->geometry(), QRect(10, 20, 50, 40));
+    // Out, and in again while the controls still fade out.
+    hover(art, QEvent::HoverLeave, {-1, -1});
+    EXPECT_NE(art.firstSubview(), controls);
+    hover(art, QEvent::HoverEnter, {50, 50});
+    runFor(400);
+    EXPECT_EQ(art.firstSubview(), controls);
+    EXPECT_TRUE(controls->isVisible());
+    EXPECT_EQ(controls->graphicsEffect(), nullptr);
+    // A new image redraws the view and changes nothing else.
+    art.setImage(platform::Image(QImage(4, 4, QImage::Format_RGB32)));
+    runFor(20);
+    EXPECT_EQ(art.firstSubview(), controls);
+    EXPECT_EQ(art.trackingAreas().size(), 1u);
+    hover(art, QEvent::HoverLeave, {-1, -1});
+    runFor(400);
+    EXPECT_FALSE(controls->isVisible());
+    EXPECT_EQ(art.subviews().size(), 1);
+    EXPECT_FALSE(art.entered());
+}
