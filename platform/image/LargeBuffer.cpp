@@ -64,11 +64,11 @@ bool LargeBuffer::reserve(size_t bytes) {
     return size_ >= bytes;
 }
 
-QImage largeBitmap(QSize size, QImage::Format format, RowAlignment alignment) {
+QImage largeBitmap(QSize size, QImage::Format format) {
     if (size.isEmpty() || format == QImage::Format_Invalid) return {};
     const size_t bits = QImage::toPixelFormat(format).bitsPerPixel();
-    const size_t alignedBits = static_cast<size_t>(alignment) * 8;
-    const size_t stride = roundedUp(static_cast<size_t>(size.width()) * bits, alignedBits) / 8;
+    // As QImage's own rows: its converters copy a row's padding into bitmaps of theirs.
+    const size_t stride = roundedUp(static_cast<size_t>(size.width()) * bits, 32) / 8;
     auto buffer = std::make_unique<LargeBuffer>(stride * static_cast<size_t>(size.height()));
     if (!buffer->data()) return {};
     const auto release = [](void* owned) { delete static_cast<LargeBuffer*>(owned); };

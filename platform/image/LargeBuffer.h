@@ -31,13 +31,8 @@ class LargeBuffer {
     size_t mappingSize_ = 0;
 };
 
-/// Bytes that rows begin at multiples of: as in every QImage, which conversions of the toolkit that
-/// copy whole buffers rely on, or by the cache line, for what is written past the caches.
-enum class RowAlignment : size_t { Standard = 4, CacheLine = 64 };
-
-/// A zeroed bitmap of `size` whose pixels stand in a LargeBuffer; null when the size is empty, the
-/// format has none or memory is short.
-QImage largeBitmap(QSize size, QImage::Format format,
-                   RowAlignment alignment = RowAlignment::Standard);
+/// A zeroed bitmap of `size` whose pixels stand in a LargeBuffer, rows padded to 4 bytes; null when
+/// the size is empty, the format has none or memory is short.
+QImage largeBitmap(QSize size, QImage::Format format);
 
 }  // namespace platform
