@@ -70,7 +70,7 @@ class Steering(Scene):
         self.deck.control("seek").drag(0.6, 0.1)
         wait_until(lambda: 2 < float(playerctl(self.deck, "position")) < 8, "the slider's position")
         playerctl(self.deck, "volume", 0.5)
-        wait_until(lambda: abs(self.deck.control("volume").value - 50) <= 1, "the slider at half")
+        wait_until(lambda: abs(self.deck.control("volume").value - 0.5) < 0.01, "the slider at half")
         self.deck.control("volume").drag(0.5, -0.1)
         self.reads(self.deck, "volume", "0.000000")
 
