@@ -34,7 +34,11 @@ void Mixer::render(float* out, size_t frames) {
     const int rate = this->rate();
     std::fill_n(out, 2 * frames, 0.0F);
     for (auto& slot : voices_) {
-        if (Voice* voice = slot.load()) voice->mix(out, frames, rate, now);
+        Voice* voice = slot.load();
+        if (!voice) continue;
+        const uint64_t missingBefore = voice->missingFrames();
+        delivered_.fetch_add(voice->mix(out, frames, rate, now), std::memory_order_release);
+        missing_.fetch_add(voice->missingFrames() - missingBefore, std::memory_order_release);
     }
     for (size_t i = 0; i < 2 * frames; ++i)
         out[i] = std::clamp(out[i], -1.0F, 1.0F);

@@ -36,11 +36,18 @@ class Mixer {
     /// When the last block was delivered, nowNanoseconds(); 0 before the first.
     int64_t lastBlock() const { return lastBlock_.load(std::memory_order_acquire); }
 
+    /// Frames of songs delivered so far, and frames that were due while their voice had none: the
+    /// interruptions. Both count all voices, since the start.
+    uint64_t deliveredFrames() const { return delivered_.load(std::memory_order_acquire); }
+    uint64_t missingFrames() const { return missing_.load(std::memory_order_acquire); }
+
   private:
     std::array<std::atomic<Voice*>, maxVoices> voices_ = {};
     std::atomic<int> rate_ = 48000;
     std::atomic<double> latency_ = 0;
     std::atomic<int64_t> lastBlock_ = 0;
+    std::atomic<uint64_t> delivered_ = 0;
+    std::atomic<uint64_t> missing_ = 0;
     std::atomic<uint64_t> edges_ = 0;  // starts and ends of blocks: odd while one is rendered
 };
 

@@ -97,7 +97,7 @@ void Voice::publish(int64_t now) {
         {active_->request, active_->start + static_cast<double>(delivered_) / active_->rate, now});
 }
 
-void Voice::mix(float* out, size_t frames, int rate, int64_t now) {
+size_t Voice::mix(float* out, size_t frames, int rate, int64_t now) {
     const uint64_t takesBefore = takes_;
     takeOffer(rate);
     const uint64_t deliveredBefore = delivered_;
@@ -122,6 +122,7 @@ void Voice::mix(float* out, size_t frames, int rate, int64_t now) {
     if (active_ && (delivered_ != deliveredBefore || takes_ != takesBefore)) publish(now);
     if (!old_) taken_.store(takes_, std::memory_order_release);
     silent_.store(!playing && (gains_.isSilent() || !ready), std::memory_order_release);
+    return static_cast<size_t>(delivered_ - deliveredBefore);
 }
 
 }  // namespace platform::audio

@@ -61,8 +61,9 @@ class Voice {
     void noticeEnd(uint64_t request, bool decoded);
 
     // Callback.
-    /// Adds the voice's next `frames` frames at `rate` to the stereo `out`. `now` is the time.
-    void mix(float* out, size_t frames, int rate, int64_t now);
+    /// Adds the voice's next `frames` frames at `rate` to the stereo `out` and returns how many
+    /// frames of the song were delivered. `now` is the time.
+    size_t mix(float* out, size_t frames, int rate, int64_t now);
 
   private:
     static constexpr size_t chunkFrames = 256;

@@ -1,0 +1,253 @@
+// The engine's figures, taken on a private sound server with a null sink of 48 kHz.
+
+#include "bench/audio/Disturbances.h"
+#include "platform/audio/AudioEngine.h"
+#include "platform/audio/AudioPlayer.h"
+#include "platform/audio/Clock.h"
+#include "tests/platform/audio/Rig.h"
+#include "tests/platform/audio/Signals.h"
+#include "tests/platform/audio/Songs.h"
+#include "tests/platform/audio/SoundServer.h"
+
+#include <QCoreApplication>
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <thread>
+
+namespace platform::audio {
+namespace {
+
+std::string prefix;
+
+bool isWanted(const std::string& name) {
+    const size_t common = std::min(name.size(), prefix.size());
+    return name.compare(0, common, prefix, 0, common) == 0;
+}
+
+void print(const std::string& name, double value, const char* unit) {
+    if (name.rfind(prefix, 0) == 0) std::printf("%s %.4g %s\n", name.c_str(), value, unit);
+    std::fflush(stdout);
+}
+
+double milliseconds(int64_t nanoseconds) {
+    return static_cast<double>(nanoseconds) * 1e-6;
+}
+
+void printSpread(const std::string& name, std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    print(name, values[values.size() / 2], "ms");
+    print(name + ".worst", values.back(), "ms");
+}
+
+Mixer& mixer() {
+    return AudioEngine::shared().mixer;
+}
+
+std::unique_ptr<AudioPlayer> playing(const QByteArray& song, float pan) {
+    auto player = AudioPlayer::initWithData(song);
+    player->setPan(pan);
+    player->play();
+    return player;
+}
+
+/// Spins until a block has been delivered that fulfils the condition; returns when.
+template <typename Condition>
+int64_t awaitBlock(Condition condition) {
+    while (!condition())
+        std::this_thread::yield();
+    return nowNanoseconds();
+}
+
+QByteArray longSong(const char* options, const char* suffix, double seconds = 250) {
+    return encodedSong(seconds, QString::fromUtf8(options), QString::fromUtf8(suffix));
+}
+
+/// From the bytes to the first frame in the callback, the stream running as it does while the
+/// other deck plays or has played.
+void benchLoad(const char* name, const QByteArray& song) {
+    std::vector<double> took;
+    for (int i = 0; i < 40; ++i) {
+        runEvents(0.1 + 0.0013 * i);
+        const uint64_t before = mixer().deliveredFrames();
+        const int64_t start = nowNanoseconds();
+        const auto player = playing(song, 1);
+        took.push_back(
+            milliseconds(awaitBlock([&] { return mixer().deliveredFrames() != before; }) - start));
+    }
+    printSpread(std::string("sound.load_to_first_sample.") + name, took);
+    print(std::string("sound.file_size.") + name, static_cast<double>(song.size()) * 1e-6, "MB");
+}
+
+/// From the control's call to the callback that acts on it.
+void benchControls(const QByteArray& song) {
+    AudioEngine& engine = AudioEngine::shared();
+    const auto track = openTrack(song);
+    const auto voice = std::make_shared<Voice>();
+    voice->setPlaying(true);
+    engine.worker.add(voice, track, {1, 0});
+    engine.output.wake();
+    awaitBlock([&] { return voice->progress().time > 0; });
+    std::vector<double> volume;
+    std::vector<double> seek;
+    std::vector<double> period;
+    uint64_t number = 1;
+    for (int i = 0; i < 60; ++i) {
+        runEvents(0.03 + 0.0007 * i);
+        const int64_t start = nowNanoseconds();
+        voice->setVolume(i % 2 == 0 ? 0.5F : 1);
+        const int64_t first = awaitBlock([&] { return mixer().lastBlock() > start; });
+        volume.push_back(milliseconds(first - start));
+        const int64_t block = mixer().lastBlock();
+        awaitBlock([&] { return mixer().lastBlock() > block; });
+        period.push_back(milliseconds(mixer().lastBlock() - block));
+        runEvents(0.01);
+        const int64_t moved = nowNanoseconds();
+        engine.worker.request(*voice, {++number, (i * 7919777L) % track->length});
+        seek.push_back(
+            milliseconds(awaitBlock([&] { return voice->progress().request == number; }) - moved));
+    }
+    voice->release();
+    engine.worker.wake();
+    printSpread("sound.control_to_sample", volume);
+    printSpread("sound.seek_to_sample", seek);
+    printSpread("sound.callback_period", period);
+    print("sound.latency", mixer().latency() * 1e3, "ms");
+}
+
+double processorSeconds() {
+    rusage used = {};
+    getrusage(RUSAGE_SELF, &used);
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+    };
+    return seconds(used.ru_utime) + seconds(used.ru_stime);
+}
+
+double residentMegabytes() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("VmRSS:", 0) == 0) return std::stod(line.substr(6)) * 1024e-6;
+    }
+    return 0;
+}
+
+void benchCost(const QByteArray& song) {
+    const double idle = residentMegabytes();
+    const auto copyOf = [&] { return QByteArray(song.constData(), song.size()); };
+    const auto left = playing(copyOf(), 1);
+    const auto right = playing(copyOf(), -1);
+    runEvents(2);
+    const double files = 2 * static_cast<double>(song.size()) * 1e-6;
+    print("sound.memory_two_decks", residentMegabytes() - idle - files, "MB");
+    constexpr double seconds = 10;
+    const double before = processorSeconds();
+    runEvents(seconds);
+    print("sound.cpu_two_decks", (processorSeconds() - before) / seconds * 100, "%");
+    left->pause();
+    right->pause();
+}
+
+/// A tone of -1 dBFS through decoder, resampler, voice and mixer.
+void benchQuality() {
+    Rig rig(48000);
+    const double level = std::pow(10, -1.0 / 20);
+    const auto voice = rig.play(waveFile(sine(1000, level, 44100, 3 * 44100), 44100));
+    rig.render(24000);
+    const Tone tone = fitTone(rig.render(48000), 1000, 48000);
+    print("sound.thd_n", tone.residueDecibel, "dB");
+    print("sound.gain_error", decibel(tone.amplitude / level), "dB");
+}
+
+/// Blocks of 50 ms in the recording that aren't the tone that was played, on either side.
+int glitches(const std::vector<float>& recording, double leftTone, double rightTone) {
+    constexpr size_t window = 2400;
+    const auto side = [&](size_t channel, double frequency) {
+        std::vector<float> mono;
+        for (size_t i = channel; i < recording.size(); i += 2)
+            mono.insert(mono.end(), 2, recording[i]);
+        int bad = 0;
+        // What was recorded before the first block of sound and after the last does not count.
+        for (size_t at = 2 * 48000; at + 2 * (window + 24000) < mono.size(); at += 2 * window) {
+            const Tone tone = fitTone(std::span(mono).subspan(at, 2 * window), frequency, 48000);
+            if (tone.amplitude < 0.4 || tone.residueDecibel > -50) ++bad;
+        }
+        return bad;
+    };
+    return side(0, rightTone) + side(1, leftTone);
+}
+
+void benchInterruptions(SoundServer& server, double busySeconds) {
+    const auto tone = [](double frequency) {
+        return waveFile(sine(frequency, 0.5, 44100, 44100 * 120), 44100);
+    };
+    const auto left = playing(tone(440), 1);
+    const auto right = playing(tone(660), -1);
+    runEvents(0.5);
+    const uint64_t before = mixer().missingFrames();
+    server.startRecording();
+    runEvents(1);
+    const auto phase = [&](const char* name, auto disturb) {
+        const uint64_t missing = mixer().missingFrames();
+        disturb();
+        print(std::string("sound.missing_frames.") + name,
+              static_cast<double>(mixer().missingFrames() - missing), "frames");
+    };
+    phase("scan", [] { readTags(10000); });
+    phase("blur", [] { blurTwice(); });
+    const QByteArray song = longSong("-b:a 192k", "mp3", 30);
+    phase("loads", [&] {
+        for (int i = 0; i < 200; ++i) {
+            const auto player = AudioPlayer::initWithData(song);
+            player->setVolume(0);
+            player->play();
+            runEvents(0.01);
+        }
+    });
+    phase("busy", [&] {
+        const BusyProcessors busy;
+        runEvents(busySeconds);
+    });
+    runEvents(0.5);
+    print("sound.missing_frames", static_cast<double>(mixer().missingFrames() - before), "frames");
+    print("sound.recorded_glitches", glitches(server.stopRecording(), 440, 660), "windows");
+}
+
+void run() {
+    if (isWanted("sound.thd_n") || isWanted("sound.gain_error")) benchQuality();
+    SoundServer server;
+    server.start();
+    const QByteArray song = longSong("-b:a 320k", "mp3");
+    if (isWanted("sound.cpu") || isWanted("sound.memory")) benchCost(song);
+    const auto other = playing(song, -1);
+    runEvents(1);
+    other->pause();
+    if (isWanted("sound.load_to_first_sample")) {
+        benchLoad("mp3", song);
+        benchLoad("m4a", longSong("-c:a aac -b:a 320k", "m4a"));
+    }
+    if (isWanted("sound.control_to_sample") || isWanted("sound.seek_to_sample") ||
+        isWanted("sound.callback_period") || isWanted("sound.latency"))
+        benchControls(song);
+    // The full minute only where nothing else is measured: a run of all benches stays short.
+    const bool alone = prefix.rfind("sound.missing", 0) == 0;
+    if (isWanted("sound.missing_frames") || isWanted("sound.recorded_glitches"))
+        benchInterruptions(server, alone ? 60 : 10);
+}
+
+}  // namespace
+}  // namespace platform::audio
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("bench"));
+    const QStringList arguments = application.arguments().mid(1);
+    if (!arguments.isEmpty() && !arguments.front().startsWith(u'-'))
+        platform::audio::prefix = arguments.front().toStdString();
+    platform::audio::run();
+}
