@@ -44,7 +44,7 @@ class Rig {
             mixer.render(stereo.data() + 2 * done, count);
             done += count;
             worker.wake();
-            std::this_thread::sleep_for(std::chrono::microseconds(500));
+            std::this_thread::sleep_for(std::chrono::milliseconds(4));
         } while (done < frames);
         return stereo;
     }
