@@ -97,7 +97,7 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     void restoreSettings();
     void dressAboutPanel();
 
-    void load(Deck& deck, QString path);
+    void load(Deck& deck, const QString& path);
     void playNeighbour(Deck& deck,
                        std::optional<size_t> (*neighbour)(std::optional<size_t>, size_t));
     void postStatus();

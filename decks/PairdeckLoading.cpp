@@ -70,8 +70,7 @@ void Pairdeck::playTrackAtWithPlayer(const QString& path, PDPlayerType side) {
     postStatus();
 }
 
-// `path` is a copy: it may be the deck's own current path, which the load replaces.
-void Pairdeck::load(Deck& deck, QString path) {
+void Pairdeck::load(Deck& deck, const QString& path) {
     const auto data = platform::dataWithContentsOfFile(path);
     deck.player = data ? AudioPlayer::initWithData(*data) : nullptr;
     deck.currentURL = path;

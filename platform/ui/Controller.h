@@ -47,8 +47,8 @@ class Controller : public Target {
         });
         unconnected_.append(name);
     }
-    void action(const QString& name, std::function<void(Control*)> perform) {
-        actions_.insert(name, std::move(perform));
+    void action(const QString& name, const std::function<void(Control*)>& perform) {
+        actions_.insert(name, perform);
     }
 
   private:
