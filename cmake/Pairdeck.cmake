@@ -47,15 +47,14 @@ function(pairdeck_test name)
   cmake_parse_arguments(TEST "" "" "SOURCES;LINKS;PROPERTIES" ${ARGN})
   add_executable(${name} ${TEST_SOURCES})
   target_link_libraries(${name} PRIVATE pairdeck_options ${TEST_LINKS} GTest::gmock)
-  set(environment
-      QT_QPA_PLATFORM=offscreen
-      "ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1"
-      "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/sanitizers/lsan.supp"
-      "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/sanitizers/tsan.supp:halt_on_error=1"
-      "UBSAN_OPTIONS=print_stacktrace=1")
+  if(PAIRDECK_SANITIZE)
+    target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/sanitizers/Options.cpp)
+    target_compile_definitions(
+      ${name} PRIVATE PAIRDECK_SANITIZERS_FOLDER="${PROJECT_SOURCE_DIR}/tests/sanitizers")
+  endif()
   gtest_discover_tests(
     ${name}
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS unit TIMEOUT 300 ENVIRONMENT "${environment}" ${TEST_PROPERTIES})
+    PROPERTIES LABELS unit TIMEOUT 300 ENVIRONMENT QT_QPA_PLATFORM=offscreen ${TEST_PROPERTIES})
 endfunction()
