@@ -23,9 +23,9 @@ void showRepeatState(const Deck& deck, std::int64_t state) {
 }
 
 std::int64_t storedRepeatState(const Deck& deck) {
-    const auto stored =
-        platform::UserDefaults::standardUserDefaults().valueForKey(deck.repeatKey());
-    const auto* state = stored ? std::get_if<std::int32_t>(&*stored) : nullptr;
-    const bool isKnown = state && (*state == PDRepeatAll || *state == PDRepeatOne);
+    const auto state =
+        platform::UserDefaults::standardUserDefaults().valueOfTypeForKey<std::int32_t>(
+            deck.repeatKey());
+    const bool isKnown = state == PDRepeatAll || state == PDRepeatOne;
     return isKnown ? *state : std::int64_t{PDRepeatOff};
 }

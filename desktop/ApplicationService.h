@@ -8,7 +8,7 @@
 #include <functional>
 
 /// The one running program of a session, as others start it and hand it files: the bus interface
-/// org.freedesktop.Application (Desktop Entry Specification 1.5, "D-Bus Activation").
+/// org.freedesktop.Application (freedesktop.org Desktop Entry 1.5, "D-Bus Activation").
 class ApplicationService final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")

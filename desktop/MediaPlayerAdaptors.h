@@ -15,7 +15,7 @@ namespace platform {
 class Window;
 }
 
-// A deck as a media player of the session's bus (MPRIS D-Bus Interface Specification 2.2). Times
+// A deck as a media player of the session's bus (MPRIS D-Bus interface 2.2). Times
 // there are in microseconds.
 
 /// The program as a whole: comes to the front, quits.

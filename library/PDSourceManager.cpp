@@ -27,11 +27,8 @@ PDSourceManager::PDSourceManager(const Side& side) : side_(side) {
 void PDSourceManager::awakeFromNib() {
     searchPredicate_ = SearchPredicate(
         QStringLiteral("(name contains[cd] $value)or (artist contains[cd] $value) "));
-    std::optional<QString> folder;
-    const auto stored = UserDefaults::standardUserDefaults().valueForKey(side_.defaultDirectoryKey);
-    if (stored) {
-        if (const auto* path = std::get_if<QString>(&*stored)) folder = *path;
-    }
+    const auto folder =
+        UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(side_.defaultDirectoryKey);
     if (folder) getTracksFromURL(folder);
     nameDefaultDirectory(folder);
 }

@@ -16,7 +16,7 @@ constexpr uint32_t fallbackRate = 48000;
 // The library's own range.
 constexpr uint32_t highestRate = 192000;
 constexpr uint32_t lowestRate = 8000;
-// Chosen by measurement, docs/sound.md: the least without a missing frame under load.
+// Measured under load without a missing frame: docs/sound.md.
 constexpr uint32_t latencyMilliseconds = 25;
 
 uint32_t deviceRate(cubeb* context) {
@@ -100,11 +100,13 @@ bool DeviceStream::isOutdated() {
 }
 
 void DeviceStream::measureLatency() {
-    uint32_t frames = 0;
-    // Devices without a clock of their own report nothing; the latency asked for is then as good.
-    if (!running_ || cubeb_stream_get_latency(stream_.get(), &frames) != CUBEB_OK || frames == 0)
-        return;
-    const double left = static_cast<double>(frames) / mixer_.rate();
+    const uint64_t delivered = delivered_.load(std::memory_order_acquire);
+    uint64_t heard = 0;
+    // Not by the library's own latency: its PulseAudio side ends the program where the server has
+    // none to tell. A device that tells no position keeps the latency that was asked for.
+    if (!running_ || cubeb_stream_get_position(stream_.get(), &heard) != CUBEB_OK) return;
+    if (heard == 0 || heard >= delivered) return;
+    const double left = static_cast<double>(delivered - heard) / mixer_.rate();
     const double since = static_cast<double>(nowNanoseconds() - mixer_.lastBlock()) * 1e-9;
     // The last block was this much further from the listener when it was delivered.
     constexpr double longestPeriod = 0.1;
@@ -120,6 +122,7 @@ long DeviceStream::render(cubeb_stream*, void* self, const void*, void* out, lon
     auto& stream = *static_cast<DeviceStream*>(self);
     stream.thread_.store(pthread_self(), std::memory_order_release);
     stream.mixer_.render(static_cast<float*>(out), static_cast<size_t>(frames));
+    stream.delivered_.fetch_add(static_cast<uint64_t>(frames), std::memory_order_release);
     return frames;
 }
 

@@ -59,6 +59,7 @@ class DeviceStream {
     bool running_ = false;
     std::atomic<bool> failed_ = false;
     std::atomic<pthread_t> thread_ = 0;
+    std::atomic<uint64_t> delivered_ = 0;  // frames, since the stream was opened
 };
 
 }  // namespace platform::audio

@@ -8,7 +8,7 @@ namespace platform {
 /// The user's home folder, as a path.
 QString homeFolder();
 
-/// The folder of the user's configuration files (XDG Base Directory Specification 0.8:
+/// The folder of the user's configuration files (XDG base directories 0.8:
 /// $XDG_CONFIG_HOME, or ~/.config where it is unset or not absolute).
 QString configurationFolder();
 

@@ -44,6 +44,14 @@ class UserDefaults {
     /// The stored value under `key`, else the registered one; absent when there is neither.
     std::optional<DefaultsValue> valueForKey(const QString& key) const;
 
+    /// The value under `key` where it is of that type; absent for none and for any other.
+    template <typename Type>
+    std::optional<Type> valueOfTypeForKey(const QString& key) const {
+        const auto value = valueForKey(key);
+        const auto* typed = value ? std::get_if<Type>(&*value) : nullptr;
+        return typed ? std::optional<Type>(*typed) : std::nullopt;
+    }
+
     /// Stores `value` under `key`. To store what is stored already changes nothing.
     void setValueForKey(const DefaultsValue& value, const QString& key);
 

@@ -4,6 +4,7 @@
 #include "platform/image/ImageDecoder.h"
 
 #include <QFile>
+#include <QHash>
 #include <QPainter>
 #include <QSvgRenderer>
 
@@ -82,11 +83,15 @@ Image::Image(std::shared_ptr<Representation> representation)
     : representation_(std::move(representation)) {}
 
 Image Image::imageNamed(const QString& name) {
+    // Asked for again at every refresh and drawing; kept beyond the application's end, where a
+    // drawing can't be taken down any more.
+    static auto& known = *new QHash<QString, Image>;
+    if (const auto found = known.constFind(name); found != known.cend()) return *found;
     const QString path = QStringLiteral(":/images/") + name + QStringLiteral(".svg");
     if (!QFile::exists(path)) return Image();
     auto drawing = std::make_shared<QSvgRenderer>(path);
     if (!drawing->isValid()) return Image();
-    return Image(std::make_shared<Representation>(std::move(drawing)));
+    return *known.insert(name, Image(std::make_shared<Representation>(std::move(drawing))));
 }
 
 Image Image::initByReferencingURL(const QString& path) {

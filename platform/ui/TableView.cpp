@@ -173,8 +173,8 @@ void TableView::setAutosaveName(const QString& name) {
 }
 
 void TableView::restoreColumnWidths() {
-    const auto stored = UserDefaults::standardUserDefaults().valueForKey(autosaveName_);
-    const auto* widths = stored ? std::get_if<QString>(&*stored) : nullptr;
+    const auto widths =
+        UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(autosaveName_);
     if (!widths) return;
     const QStringList parts = widths->split(QLatin1Char(' '));
     for (int i = 0; i < qMin(model_->columnCount(), int(parts.size())); ++i) {

@@ -85,9 +85,9 @@ void Window::restorePosition() {
     if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) return;
     // At the end, not at every step of a move.
     connect(qApp, &QCoreApplication::aboutToQuit, this, &Window::savePosition);
-    const auto stored = UserDefaults::standardUserDefaults().valueForKey(autosaveName_);
-    const auto* text = stored ? std::get_if<QString>(&*stored) : nullptr;
-    const QStringList parts = text ? text->split(QLatin1Char(' ')) : QStringList();
+    const auto stored =
+        UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(autosaveName_);
+    const QStringList parts = stored.value_or(QString()).split(QLatin1Char(' '));
     if (parts.size() != 2) return;
     bool isNumber[2] = {};
     const QPoint corner(parts[0].toInt(&isNumber[0]), parts[1].toInt(&isNumber[1]));

@@ -1,20 +1,10 @@
-#include "platform/media/TagReader.h"
+#include "tests/platform/media/ReadBytes.h"
 #include "tests/platform/media/TagBytes.h"
 
 #include <gtest/gtest.h>
 
 namespace platform {
 namespace {
-
-Tags read(const QByteArray& bytes) {
-    ByteReader file(bytes);
-    return tagsOf(file);
-}
-
-std::optional<QByteArray> picture(const QByteArray& bytes) {
-    ByteReader file(bytes);
-    return pictureOf(file);
-}
 
 QByteArray frame(const QByteArray& id, const QByteArray& text) {
     return id3Frame(3, id, encoded(0, text));

@@ -1,20 +1,10 @@
-#include "platform/media/TagReader.h"
+#include "tests/platform/media/ReadBytes.h"
 #include "tests/platform/media/TagBytes.h"
 
 #include <gtest/gtest.h>
 
 namespace platform {
 namespace {
-
-Tags read(const QByteArray& bytes) {
-    ByteReader file(bytes);
-    return tagsOf(file);
-}
-
-std::optional<QByteArray> picture(const QByteArray& bytes) {
-    ByteReader file(bytes);
-    return pictureOf(file);
-}
 
 QByteArray item(const QByteArray& name, const QByteArray& text) {
     return atom(name, dataAtom(1, text));
