@@ -114,6 +114,11 @@ TEST(BadInput, TheBytesCountNotThePromises) {
     const auto track = openTrack(hugeTag);
     ASSERT_TRUE(track) << "a tag larger than the file is no tag";
     EXPECT_NEAR(track->duration(), 5, 0.1);
+
+    // Rates that a resampler would have to take every second of sound, or all memory, for.
+    QByteArray wave = waveFile(std::vector<float>(2000, 0.1F), 8000);
+    for (const char* rate : {"\1\0\0\0", "\xFF\xFF\xFF\x7F"})
+        EXPECT_FALSE(openTrack(wave.replace(24, 4, rate, 4)));
 }
 
 TEST(BadInput, TheContentDecidesNotTheLabel) {
@@ -147,7 +152,8 @@ TEST(BadInput, GaplessComment) {
     EXPECT_EQ(comment->length, 0xA17F44);
     for (const char* bad : {"iTunSMPB", "iTunSMPB 00000000 00000840", "no comment",
                             "iTunSMPB 00000000 0000084x 0000037C 0000000000A17F44",
-                            "iTunSMPB 00000000 00000840 0000037C 0000000000000000"})
+                            "iTunSMPB 00000000 00000840 0000037C 0000000000000000",
+                            "iTunSMPB 00000000 00000840 0000037C 7FFFFFFFFFFFFFFF"})
         EXPECT_FALSE(readGaplessComment(bad)) << bad;
 }
 
