@@ -46,11 +46,13 @@ class BundleFile {
         const auto size = static_cast<quint32>(content.size());
         const quint32 name = 24 + size;
         bytes_ = "qres";
-        add<quint32>({1, name + 8, 20, name, size});
+        add<quint32>({1, name + 14, 20, name, size});
         bytes_ += content;
-        add<quint16>({1, 0, letter, letter});
+        add<quint16>({4});
+        add<quint32>({(quint32{letter} << 12) + (u'.' << 8) + (u'u' << 4) + u'i'});
+        add<quint16>({letter, u'.', u'u', u'i'});
         add<quint16>({0, 0, 2, 0, 1, 0, 1});
-        add<quint16>({0, 0, 0, 0, 0, 0, 0});
+        add<quint16>({0, 0, 0, 0, 1, 0, 0});
         if (!QResource::registerResource(data(), kFolder)) std::abort();
     }
     ~BundleFile() { QResource::unregisterResource(data(), kFolder); }
