@@ -174,6 +174,8 @@ void trimMp4(Track& track, const Mp4Edits& edits, QByteArrayView movie, int samp
 }
 
 std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char* format) {
+    // Whatever it is taken for: an MP4 file can begin with any box.
+    if (!mp4TablesArePlausible(bytes)) return {};
     MemoryReader reader(bytes);
     const FormatContextPointer container = openContainer(reader, format);
     if (!container) return {};
@@ -214,7 +216,6 @@ std::shared_ptr<const Track> openTrack(const QByteArray& bytes) {
     av_log_set_level(AV_LOG_QUIET);
     switch (containerOf(bytes)) {
         case Container::mp4:
-            if (!readMp4Edits(bytes, 0).plausible) return {};
             return openWithLibrary(bytes, "mov");
         case Container::mpegAudio:
             if (auto track = openMpegAudio(bytes)) return track;

@@ -109,6 +109,9 @@ TEST(BadInput, TheBytesCountNotThePromises) {
     const qsizetype sizes = samples.indexOf("stsz");
     samples.replace(sizes + 12, 4, "\x7F\xFF\xFF\xFF", 4);
     EXPECT_FALSE(openTrack(samples));
+    samples = m4a("-movflags +frag_keyframe+empty_moov");
+    samples.replace(samples.indexOf("trun") + 8, 4, "\x04\0\0\0", 4);
+    EXPECT_FALSE(openTrack(samples));
 
     const QByteArray hugeTag = QByteArray("ID3\x03\0\0\x7F\x7F\x7F\x7F", 10) + mp3();
     const auto track = openTrack(hugeTag);
