@@ -299,20 +299,6 @@ class Windows(Scene):
         self.deck.show("library")
         self.assertCountEqual(self.deck.titles(), ["Elm", "Fir"])
 
-    def test_window_follows_the_hand(self):
-        window = self.screen.look_for("Pairdeck")
-        left, top, width, _ = window.rectangle
-        grip = (left + width // 3, top + 30)
-        hand("mousemove", *grip, "mousedown", 1)
-        for step in range(1, 21):
-            hand("mousemove", grip[0] + 12 * step, grip[1] + 8 * step)
-        hand("mouseup", 1)
-        wait_until(lambda: window.rectangle[0] > left + 200, "the window moved")
-        moved = window.rectangle
-        self.deck.show("library")
-        self.assertEqual(window.rectangle, moved)
-
-
     def test_keyboard_alone(self):
         def focus():
             return next((control.name for control in self.screen.controls() if control.focused), None)

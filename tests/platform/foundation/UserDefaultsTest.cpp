@@ -1,4 +1,3 @@
-#include "platform/foundation/Bundle.h"
 #include "platform/foundation/UserDefaults.h"
 #include "tests/platform/foundation/TestFiles.h"
 
@@ -10,16 +9,13 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sched.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <utility>
@@ -287,45 +283,6 @@ TEST_F(UserDefaultsTest, TwoProcessesKeepEachOthersValues) {
     EXPECT_EQ(content(), others);
     EXPECT_TRUE(ours.synchronize());
     EXPECT_THAT(UserDefaults(file).valueForKey(kOther), Optional(DefaultsValue(4)));
-}
-
-TEST_F(UserDefaultsTest, ProcessesSavingAtOnceLoseNothingAndNeverShowHalfAFile) {
-    constexpr std::int32_t kLast = 100;
-    const QString keys[] = {kKey, kOther};
-    for (const QString& key : keys) {
-        if (::fork() != 0) continue;
-        UserDefaults defaults(file);
-        for (std::int32_t count = 1; count <= kLast; ++count) {
-            defaults.setValueForKey(count, key);
-            while (!defaults.synchronize())
-                ::sched_yield();
-        }
-        ::_exit(0);
-    }
-    for (int running = 2; running > 0;) {
-        const std::optional<QByteArray> seen = dataWithContentsOfFile(file);
-        EXPECT_TRUE(!seen || QJsonDocument::fromJson(*seen).isObject()) << seen->constData();
-        if (::waitpid(-1, nullptr, WNOHANG) > 0) --running;
-    }
-    for (const QString& key : keys)
-        EXPECT_THAT(UserDefaults(file).valueForKey(key), Optional(DefaultsValue(kLast)));
-    EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json")));
-}
-
-TEST_F(UserDefaultsTest, TheStandardFileStandsInTheFolderOfTheBundle) {
-    EXPECT_EQ(Bundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleVersion")),
-              QStringLiteral("7"));
-    EXPECT_EQ(Bundle::mainBundle().objectForInfoDictionaryKey(kKey), std::nullopt);
-    const QByteArray configuration = QFile::encodeName(folder.path()) + "/conf\xE9";
-    const QByteArray expected = configuration + "/org.example.FoundationTest/defaults.json";
-    qputenv("XDG_CONFIG_HOME", configuration);
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    defaults.setValueForKey(true, kKey);
-    ASSERT_TRUE(defaults.synchronize());
-    struct stat status = {};
-    EXPECT_EQ(::stat(expected.constData(), &status), 0);
-    // The folder of the test does not find its own names when they are no valid UTF-8.
-    std::filesystem::remove_all(configuration.constData());
 }
 
 }  // namespace
