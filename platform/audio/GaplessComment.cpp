@@ -36,7 +36,11 @@ std::optional<GaplessComment> readGaplessComment(QByteArrayView tag) {
     const auto delay = hexadecimal(numbers.sliced(delayAt, 8));
     const auto padding = hexadecimal(numbers.sliced(paddingAt, 8));
     const auto length = hexadecimal(numbers.sliced(lengthAt, 16));
-    if (!delay || !padding || !length || *delay < 0 || *padding < 0 || *length <= 0) return {};
+    // Where no song ends, nothing that is reckoned from the numbers may overflow.
+    constexpr int64_t longest = int64_t{1} << 48;
+    if (!delay || !padding || !length || *delay < 0 || *padding < 0 || *length <= 0 ||
+        *length > longest)
+        return {};
     return GaplessComment{*delay, *padding, *length};
 }
 

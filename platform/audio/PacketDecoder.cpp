@@ -2,6 +2,15 @@
 
 namespace platform::audio {
 
+namespace {
+
+// Between these, in samples per second, lie all rates that converters and recordings have; beyond
+// them a resampler's work and memory would be what the file pleases.
+constexpr int leastRate = 1'000;
+constexpr int mostRate = 1'000'000;
+
+}  // namespace
+
 SampleFormat formatOf(const AVFrame& frame) {
     return {static_cast<AVSampleFormat>(frame.format), frame.sample_rate,
             frame.ch_layout.nb_channels, frame.nb_samples};
@@ -33,7 +42,9 @@ const AVFrame* PacketDecoder::decode(const Track& track, size_t index) {
     if (sent < 0 && sent != AVERROR(EAGAIN)) return nullptr;
     if (avcodec_receive_frame(context_.get(), frame_.get()) < 0) return nullptr;
     const SampleFormat format = formatOf(*frame_);
-    return format.samples > 0 && format.rate > 0 && format.channels > 0 ? frame_.get() : nullptr;
+    const bool plausible = format.samples > 0 && format.channels > 0 && format.rate >= leastRate &&
+                           format.rate <= mostRate;
+    return plausible ? frame_.get() : nullptr;
 }
 
 void PacketDecoder::flush() {

@@ -25,8 +25,8 @@ class PacketDecoder {
     /// False when there is no decoder for these parameters; nothing else may then be called.
     bool isOpen() const { return context_ != nullptr; }
 
-    /// The frame that the track's packet decodes to; null when it gives none. Valid until the next
-    /// call.
+    /// The frame that the track's packet decodes to; null when it gives none, or one at a rate
+    /// that no sound has. Valid until the next call.
     const AVFrame* decode(const Track& track, size_t packet);
 
     /// Forgets all packets before.

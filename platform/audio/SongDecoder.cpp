@@ -147,6 +147,9 @@ bool SongDecoder::prepareConverter(const SampleFormat& format, const AVFrame& fr
 
 void SongDecoder::append(const AVFrame& frame) {
     const SampleFormat format = formatOf(frame);
+    // A song may change its rate on the way, but not so far that a packet would fill the memory.
+    constexpr int64_t farthest = 16;
+    if (format.rate > farthest * track_->rate || track_->rate > farthest * format.rate) return;
     if (!prepareConverter(format, frame)) return;
     const int capacity = swr_get_out_samples(converter_.get(), format.samples);
     if (capacity <= 0) return;

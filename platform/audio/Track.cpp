@@ -59,10 +59,16 @@ CodecParametersPointer copyOf(const AVCodecParameters& parameters) {
     return copy;
 }
 
+/// A time that a file tells, in any unit, held where sums and differences of times can't overflow.
+int64_t bounded(int64_t time) {
+    constexpr int64_t farthest = int64_t{1} << 50;
+    return std::clamp(time, -farthest, farthest);
+}
+
 /// Times in units of `timescale` become samples of the rate that the decoder really gives (which a
 /// stream with spectral band replication announces at half).
 int64_t samplesOf(int64_t time, int rate, int64_t timescale) {
-    return av_rescale(time, rate, timescale);
+    return bounded(av_rescale(bounded(time), rate, timescale));
 }
 
 /// What the first packets that decode at all sound like.
@@ -107,7 +113,7 @@ std::vector<Packet> listedPackets(AVStream& stream, qsizetype fileSize) {
         const AVIndexEntry& entry = *avformat_index_get_entry(&stream, i);
         // A truncated file has lost the packets past its end.
         if (entry.pos < 0 || entry.size <= 0 || entry.pos > fileSize - entry.size) continue;
-        packets.push_back({entry.pos, entry.timestamp, entry.size});
+        packets.push_back({entry.pos, bounded(entry.timestamp), entry.size});
     }
     return packets;
 }
@@ -121,10 +127,10 @@ std::vector<Packet> collectedPackets(AVFormatContext& container, const AVStream&
     while (packet && av_read_frame(&container, packet.get()) >= 0) {
         const bool ours = packet->stream_index == stream.index && packet->size > 0;
         if (ours && bytes.size() + packet->size <= fileSize) {
-            const int64_t start = packet->pts == AV_NOPTS_VALUE ? next : packet->pts;
+            const int64_t start = packet->pts == AV_NOPTS_VALUE ? next : bounded(packet->pts);
             packets.push_back({bytes.size(), start, packet->size});
             bytes.append(reinterpret_cast<const char*>(packet->data), packet->size);
-            next = start + packet->duration;
+            next = bounded(start + bounded(packet->duration));
         }
         av_packet_unref(packet.get());
     }
@@ -168,6 +174,8 @@ void trimMp4(Track& track, const Mp4Edits& edits, QByteArrayView movie, int samp
 }
 
 std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char* format) {
+    // Whatever it is taken for: an MP4 file can begin with any box.
+    if (!readMp4Edits(bytes, 0).plausible) return {};
     MemoryReader reader(bytes);
     const FormatContextPointer container = openContainer(reader, format);
     if (!container) return {};
@@ -204,11 +212,13 @@ std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char
 }  // namespace
 
 std::shared_ptr<const Track> openTrack(const QByteArray& bytes) {
-    // A broken file is no news for the standard error stream.
+    // A broken file is no news for the standard error stream, and is not believed how much memory
+    // its tables and texts will take: the demuxers ask for it before they look.
+    constexpr size_t largestBlock = size_t{256} << 20;
     av_log_set_level(AV_LOG_QUIET);
+    av_max_alloc(largestBlock);
     switch (containerOf(bytes)) {
         case Container::mp4:
-            if (!readMp4Edits(bytes, 0).plausible) return {};
             return openWithLibrary(bytes, "mov");
         case Container::mpegAudio:
             if (auto track = openMpegAudio(bytes)) return track;

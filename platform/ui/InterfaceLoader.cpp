@@ -69,6 +69,10 @@ class Interface::Loader : public QUiLoader {
         : classes_(classes), problems_(problems) {}
 
     QWidget* load(const QString& name, const QStringList& substitutions, QWidget* parent) {
+        if (around_.contains(name)) {
+            problems_ << QStringLiteral("%1: included in itself").arg(name);
+            return nullptr;
+        }
         QFile file(QStringLiteral(":/interface/%1.ui").arg(name));
         if (!file.open(QIODevice::ReadOnly)) {
             problems_ << QStringLiteral("no interface file %1").arg(name);
@@ -86,7 +90,9 @@ class Interface::Loader : public QUiLoader {
             problems_ << QStringLiteral("%1: %2").arg(name, errorString());
             return nullptr;
         }
+        around_ << name;
         include(loaded);
+        around_.removeLast();
         return loaded;
     }
 
@@ -127,6 +133,7 @@ class Interface::Loader : public QUiLoader {
 
     const InterfaceClasses& classes_;
     QStringList& problems_;
+    QStringList around_;  // the files that the next one would be included in
 };
 
 Interface::Interface(const QString& name, const InterfaceClasses& classes) {
@@ -148,6 +155,8 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
         }
     }
     for (const auto& window : windows_) {
+        if (!qobject_cast<Window*>(window.get()))
+            problems_ << QStringLiteral("%1: no window").arg(window->objectName());
         forEachObject(window.get(), [this](QObject* object) { connectObject(object); });
     }
     for (const auto& window : windows_) {

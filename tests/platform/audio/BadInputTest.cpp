@@ -109,11 +109,19 @@ TEST(BadInput, TheBytesCountNotThePromises) {
     const qsizetype sizes = samples.indexOf("stsz");
     samples.replace(sizes + 12, 4, "\x7F\xFF\xFF\xFF", 4);
     EXPECT_FALSE(openTrack(samples));
+    samples = m4a("-movflags +frag_keyframe+empty_moov");
+    samples.replace(samples.indexOf("trun") + 8, 4, "\x04\0\0\0", 4);
+    EXPECT_FALSE(openTrack(samples));
 
     const QByteArray hugeTag = QByteArray("ID3\x03\0\0\x7F\x7F\x7F\x7F", 10) + mp3();
     const auto track = openTrack(hugeTag);
     ASSERT_TRUE(track) << "a tag larger than the file is no tag";
     EXPECT_NEAR(track->duration(), 5, 0.1);
+
+    // Rates that a resampler would have to take every second of sound, or all memory, for.
+    QByteArray wave = waveFile(std::vector<float>(2000, 0.1F), 8000);
+    for (const char* rate : {"\1\0\0\0", "\xFF\xFF\xFF\x7F"})
+        EXPECT_FALSE(openTrack(wave.replace(24, 4, rate, 4)));
 }
 
 TEST(BadInput, TheContentDecidesNotTheLabel) {
@@ -147,7 +155,8 @@ TEST(BadInput, GaplessComment) {
     EXPECT_EQ(comment->length, 0xA17F44);
     for (const char* bad : {"iTunSMPB", "iTunSMPB 00000000 00000840", "no comment",
                             "iTunSMPB 00000000 0000084x 0000037C 0000000000A17F44",
-                            "iTunSMPB 00000000 00000840 0000037C 0000000000000000"})
+                            "iTunSMPB 00000000 00000840 0000037C 0000000000000000",
+                            "iTunSMPB 00000000 00000840 0000037C 7FFFFFFFFFFFFFFF"})
         EXPECT_FALSE(readGaplessComment(bad)) << bad;
 }
 

@@ -56,11 +56,12 @@ TEST(InterfaceLoader, EveryMistakeInAFileIsTold) {
     const Interface loaded(QStringLiteral("Wrong"), kClasses);
     const QString told = loaded.problems().join(QLatin1Char('\n'));
     for (const char* mistake :
-         {"no interface file Missing", "misspelt: unknown class Buton",
-          "unknown controller Stranger", "wrongType: no outlet Desk.buttonOne",
-          "wrongAction: no action Desk.fly", "wrongTarget: no target for Nobody.press",
-          "sourceless: no data source", "wrongKeys: no such key: Fly", "wrongKeys: no such key: F1",
-          "wrongKeys: no such key: F2", "wrongKeys: no such key: F3", "Desk.buttonOne: unconnected",
+         {"no interface file Missing", ": no window", "Wrong: included in itself",
+          "misspelt: unknown class Buton", "unknown controller Stranger",
+          "wrongType: no outlet Desk.buttonOne", "wrongAction: no action Desk.fly",
+          "wrongTarget: no target for Nobody.press", "sourceless: no data source",
+          "wrongKeys: no such key: Fly", "wrongKeys: no such key: F1", "wrongKeys: no such key: F2",
+          "wrongKeys: no such key: F3", "Desk.buttonOne: unconnected",
           "Desk.buttonTwo: unconnected"}) {
         EXPECT_TRUE(told.contains(QLatin1String(mistake))) << mistake << "\n" << qPrintable(told);
     }
