@@ -17,6 +17,7 @@
 #include <QTimer>
 
 #include <string>
+#include <vector>
 
 using namespace bench;
 using platform::Image;
@@ -67,7 +68,12 @@ void traceLoad(const std::string& name, const QString& path, bool hasArtwork) {
     const QByteArray artwork = artworkOf(path);
     const Image picture = hasArtwork ? Image::initWithData(artwork) : desktopPicture();
     const auto step = [&](const char* words, const auto& work) {
-        print(name + ".trace." + words + "_ms", medianMs(kRounds, work), "ms");
+        std::vector<double> times;
+        for (int round = 0; round < kRounds; ++round) {
+            settle();
+            times.push_back(elapsedMs(work));
+        }
+        print(name + ".trace." + words + "_ms", median(times), "ms");
     };
     step("read_file", [&] { platform::dataWithContentsOfFile(path); });
     step("open_player", [&] { platform::AudioPlayer::initWithData(song); });
