@@ -3,7 +3,6 @@
 #include "platform/audio/BigEndian.h"
 
 #include <algorithm>
-#include <array>
 
 namespace platform::audio {
 
@@ -59,27 +58,10 @@ uint32_t trackIdOf(QByteArrayView track) {
     return header.size() >= at + 4 ? bigEndian32(header, at) : 0;
 }
 
-/// Whether no table in the boxes of `content`, and in those, claims more entries than `fileSize`.
-bool tablesArePlausible(QByteArrayView content, qsizetype fileSize, int depth = 0) {
-    static constexpr std::array containers = {"moov", "trak", "mdia", "minf", "stbl",
-                                              "edts", "udta", "moof", "traf"};
-    // The number of entries stands behind version and flags, in tables of sizes one word later.
-    static constexpr std::array tables = {"stts", "ctts", "stsc", "stco", "co64", "stss", "trun"};
-    static constexpr std::array sizeTables = {"stsz", "stz2"};
-    constexpr int deepest = 12;  // deeper, the demuxer gives up
-    const auto isAmong = [](QByteArrayView type, const auto& types) {
-        return std::find(types.begin(), types.end(), type) != types.end();
-    };
-    bool plausible = true;
-    forEachBox(content, [&](QByteArrayView type, QByteArrayView box) {
-        if (depth < deepest && isAmong(type, containers))
-            plausible = tablesArePlausible(box, fileSize, depth + 1);
-        const qsizetype countAt = isAmong(type, tables) ? 4 : isAmong(type, sizeTables) ? 8 : -1;
-        if (countAt > 0 && box.size() >= countAt + 4)
-            plausible = bigEndian32(box, countAt) <= static_cast<uint64_t>(fileSize);
-        return plausible;
-    });
-    return plausible;
+bool tablesArePlausible(QByteArrayView track, qsizetype fileSize) {
+    const QByteArrayView table = firstBox(firstBox(firstBox(track, "mdia"), "minf"), "stbl");
+    const QByteArrayView sizes = firstBox(table, "stsz");
+    return sizes.size() < 12 || bigEndian32(sizes, 8) <= static_cast<uint64_t>(fileSize);
 }
 
 /// The first edit that plays something gives the start, all of them together the length.
@@ -108,10 +90,6 @@ void readEditList(QByteArrayView list, uint32_t movieTimescale, Mp4Edits& edits)
 
 }  // namespace
 
-bool mp4TablesArePlausible(QByteArrayView bytes) {
-    return tablesArePlausible(bytes, bytes.size());
-}
-
 QByteArrayView mp4MovieBox(QByteArrayView bytes) {
     return firstBox(bytes, "moov");
 }
@@ -123,6 +101,7 @@ Mp4Edits readMp4Edits(QByteArrayView bytes, uint32_t trackId) {
     const uint32_t movieTimescale = timescaleOf(firstBox(movie, "mvhd"));
     forEachBox(movie, [&](QByteArrayView type, QByteArrayView track) {
         if (type != "trak") return true;
+        edits.plausible = edits.plausible && tablesArePlausible(track, bytes.size());
         if (trackIdOf(track) != trackId || edits.timescale != 0) return true;
         edits.timescale = timescaleOf(firstBox(firstBox(track, "mdia"), "mdhd"));
         readEditList(firstBox(firstBox(track, "edts"), "elst"), movieTimescale, edits);

@@ -10,6 +10,7 @@ namespace platform::audio {
 /// What an MP4 file says about which part of an audio stream is the song. Times are in the stream's
 /// own `timescale` units per second unless said otherwise.
 struct Mp4Edits {
+    bool plausible = true;     ///< False when the sample tables claim more samples than bytes.
     bool fragmented = false;   ///< The samples are listed along the file instead of in one table.
     uint32_t timescale = 0;    ///< 0 when the stream was not found; the rest is then meaningless.
     int64_t mediaTime = 0;     ///< Start of the song within the stream.
@@ -17,12 +18,9 @@ struct Mp4Edits {
     double editPrecision = 0;  ///< Unit that `editSeconds` was rounded to, in seconds.
 };
 
-/// Reads the edit list of the track with that ID (ISO/IEC 14496-12, 8.6.6).
+/// Reads the edit list of the track with that ID (ISO/IEC 14496-12, 8.6.6) and checks all tracks'
+/// tables.
 Mp4Edits readMp4Edits(QByteArrayView bytes, uint32_t trackId);
-
-/// False when a table of the file claims more entries than the file has bytes: the demuxer asks for
-/// the memory before it looks.
-bool mp4TablesArePlausible(QByteArrayView bytes);
 
 /// The movie's metadata and tables, the "moov" box's content; empty when there is none.
 QByteArrayView mp4MovieBox(QByteArrayView bytes);

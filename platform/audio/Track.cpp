@@ -175,7 +175,7 @@ void trimMp4(Track& track, const Mp4Edits& edits, QByteArrayView movie, int samp
 
 std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char* format) {
     // Whatever it is taken for: an MP4 file can begin with any box.
-    if (!mp4TablesArePlausible(bytes)) return {};
+    if (!readMp4Edits(bytes, 0).plausible) return {};
     MemoryReader reader(bytes);
     const FormatContextPointer container = openContainer(reader, format);
     if (!container) return {};
@@ -212,8 +212,11 @@ std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char
 }  // namespace
 
 std::shared_ptr<const Track> openTrack(const QByteArray& bytes) {
-    // A broken file is no news for the standard error stream.
+    // A broken file is no news for the standard error stream, and is not believed how much memory
+    // its tables and texts will take: the demuxers ask for it before they look.
+    constexpr size_t largestBlock = size_t{256} << 20;
     av_log_set_level(AV_LOG_QUIET);
+    av_max_alloc(largestBlock);
     switch (containerOf(bytes)) {
         case Container::mp4:
             return openWithLibrary(bytes, "mov");
