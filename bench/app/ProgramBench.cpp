@@ -2,88 +2,23 @@
 // much memory it holds.
 
 #include "bench/Figures.h"
-#include "bench/Pictures.h"
-#include "bench/TestLibrary.h"
+#include "bench/Home.h"
 #include "bench/app/RunningProgram.h"
 #include "bench/app/ScreenWatch.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
+#include <map>
+#include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
 using namespace bench;
 
 namespace {
 
 const QString kProgram = QStringLiteral(PROGRAM);
-
-struct Setting {
-    bool wallpaper = false;  ///< a JPEG of 5K
-    bool libraries = false;  ///< 10,000 tracks for each deck
-};
-
-void write(const QString& path, const QByteArray& content) {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        std::fprintf(stderr, "%s could not be written\n", qPrintable(path));
-}
-
-/// What a user's files say before the program starts.
-class Home {
-  public:
-    /// Makes it so, with nothing left of an earlier run.
-    void set(const Setting& setting) {
-        QDir(configuration_ + QStringLiteral("/com.ovrelin.Pairdeck")).removeRecursively();
-        QFile::remove(desktopFile());
-        if (setting.wallpaper) write(desktopFile(), channelWithWallpaper());
-        if (!setting.libraries) return;
-        const QByteArray folder = libraryOf(10'000).toUtf8();
-        write(configuration_ + QStringLiteral("/com.ovrelin.Pairdeck/defaults.json"),
-              "{\"PairdeckLeftDefaultDirectory\": \"" + folder +
-                  "\", \"PairdeckRightDefaultDirectory\": \"" + folder + "\"}");
-    }
-
-    /// The path of a song of four minutes with that name.
-    QString song(const QString& name) const {
-        const QString path = folder_.filePath(name + QStringLiteral(".mp3"));
-        QProcess::execute(
-            QStringLiteral("ffmpeg"),
-            {QStringLiteral("-loglevel"), QStringLiteral("error"), QStringLiteral("-f"),
-             QStringLiteral("lavfi"), QStringLiteral("-i"), QStringLiteral("sine=duration=240"),
-             QStringLiteral("-b:a"), QStringLiteral("192k"), path});
-        return path;
-    }
-
-  private:
-    QString desktopFile() const {
-        return configuration_ +
-               QStringLiteral("/xfce4/xfconf/xfce-perchannel-xml/xfce4-desktop.xml");
-    }
-
-    QByteArray channelWithWallpaper() {
-        const QString wallpaper = folder_.filePath(QStringLiteral("wallpaper.jpg"));
-        if (!QFile::exists(wallpaper)) write(wallpaper, jpegOf(photograph(kFiveK)));
-        QByteArray value = wallpaper.toUtf8();
-        QByteArray close;
-        QByteArray xml = "<channel name=\"xfce4-desktop\">";
-        for (const char* property : {"backdrop", "screen0", "monitor0", "workspace0"}) {
-            xml += QByteArray("<property name=\"") + property + "\" type=\"empty\">";
-            close += "</property>";
-        }
-        return xml + "<property name=\"last-image\" type=\"string\" value=\"" + value + "\"/>" +
-               close + "</channel>";
-    }
-
-    QTemporaryDir folder_;
-    QString configuration_ = qEnvironmentVariable("XDG_CONFIG_HOME");
-};
 
 std::int64_t nowNanoseconds() {
     return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -111,7 +46,8 @@ void raceStarts(Home& home, ScreenWatch& screen) {
     if (!isAnyWanted("start.")) return;
     Race race;
     std::vector<std::string> names;
-    const auto enter = [&](const char* name, const QString& executable, const Setting& setting) {
+    const auto enter = [&](const char* name, const QString& executable,
+                           const Home::Setting& setting) {
         if (!isWanted(name)) return;
         names.emplace_back(name);
         race.enter([&home, &screen, executable, setting] {
@@ -152,7 +88,7 @@ void traceStart(Home& home, ScreenWatch& screen) {
         print(std::string("start.trace.") + stage + "_ms", median(times[stage]), "ms");
 }
 
-void weigh(Home& home, const std::string& name, const Setting& setting,
+void weigh(Home& home, const std::string& name, const Home::Setting& setting,
            const QStringList& arguments = {}) {
     if (!isWanted("memory." + name + "_mb") && !isWanted("memory." + name + "_pss_mb")) return;
     home.set(setting);
@@ -178,15 +114,7 @@ void weighAll(Home& home) {
 int main(int argc, char** argv) {
     readCommandLine(argc, argv);
     if (!isAnyWanted("start.") && !isAnyWanted("memory.")) return 0;
-    if (qEnvironmentVariableIsEmpty("PAIRDECK_SESSION")) {
-        std::vector<char*> command = {const_cast<char*>(SESSION)};
-        command.insert(command.end(), argv, argv + argc + 1);
-        ::execv(SESSION, command.data());
-        std::perror(SESSION);
-        return 1;
-    }
-    // Nobody reads the screen aloud here, which would cost a start what few users pay.
-    qunsetenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON");
+    enterSession(argv);
     Home home;
     ScreenWatch screen;
     if (!screen.isOpen()) return 1;

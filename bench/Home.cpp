@@ -1,0 +1,87 @@
+#include "bench/Home.h"
+
+#include "bench/Pictures.h"
+#include "bench/TestLibrary.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+namespace {
+
+void write(const QString& path, const QByteArray& content) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        std::fprintf(stderr, "%s could not be written\n", qPrintable(path));
+}
+
+}  // namespace
+
+void enterSession(char** argv) {
+    if (!qEnvironmentVariableIsEmpty("PAIRDECK_SESSION")) {
+        qunsetenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON");
+        return;
+    }
+    std::string session = SESSION;
+    std::vector<char*> command = {session.data()};
+    while (*argv)
+        command.push_back(*argv++);
+    command.push_back(nullptr);
+    ::execv(command[0], command.data());
+    std::perror(command[0]);
+    std::exit(1);
+}
+
+void Home::set(const Setting& setting) const {
+    const QString own = configuration_ + QStringLiteral("/com.ovrelin.Pairdeck");
+    QDir(own).removeRecursively();
+    QFile::remove(desktopFile());
+    if (setting.wallpaper) write(desktopFile(), channelWithWallpaper());
+    if (!setting.libraries) return;
+    const QByteArray folder = libraryOf(10'000).toUtf8();
+    write(own + QStringLiteral("/defaults.json"), "{\"PairdeckLeftDefaultDirectory\": \"" + folder +
+                                                      "\", \"PairdeckRightDefaultDirectory\": \"" +
+                                                      folder + "\"}");
+}
+
+QString Home::song(const QString& name, const QByteArray& tag) const {
+    QProcess encoder;
+    encoder.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    encoder.start(QStringLiteral("ffmpeg"),
+                  QStringLiteral("-loglevel error -f lavfi -i sine=duration=240 -b:a 192k "
+                                 "-id3v2_version 0 -f mp3 -")
+                      .split(u' '));
+    encoder.waitForFinished();
+    const QString path = folder_.filePath(name + QStringLiteral(".mp3"));
+    write(path, tag + encoder.readAllStandardOutput());
+    return path;
+}
+
+QString Home::desktopFile() const {
+    return configuration_ + QStringLiteral("/xfce4/xfconf/xfce-perchannel-xml/xfce4-desktop.xml");
+}
+
+QByteArray Home::channelWithWallpaper() const {
+    const QString wallpaper = folder_.filePath(QStringLiteral("wallpaper.jpg"));
+    if (!QFile::exists(wallpaper)) write(wallpaper, jpegOf(photograph(kFiveK)));
+    QByteArray xml = "<channel name=\"xfce4-desktop\">";
+    QByteArray end = "</channel>";
+    for (const char* property : {"backdrop", "screen0", "monitor0", "workspace0"}) {
+        xml += QByteArray("<property name=\"") + property + "\" type=\"empty\">";
+        end.prepend("</property>");
+    }
+    return xml + "<property name=\"last-image\" type=\"string\" value=\"" + wallpaper.toUtf8() +
+           "\"/>" + end;
+}
+
+}  // namespace bench

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+namespace bench {
+
+/// Goes on inside a desktop session of its own (scripts/session), with a screen, a sound server and
+/// an empty home: the program of `argv` is started anew there, unless it runs in one already. What
+/// it starts finds no screen reader, which would cost a start what few users pay.
+void enterSession(char** argv);
+
+/// What stands in the session's home before a program under measurement starts.
+class Home {
+  public:
+    struct Setting {
+        bool wallpaper = false;  ///< the desktop's picture is a JPEG of 5K
+        bool libraries = false;  ///< both decks' default folder holds 10,000 tracks
+    };
+
+    /// Makes it so, with nothing left of an earlier run.
+    void set(const Setting& setting) const;
+
+    /// Writes an mp3 of four minutes with 192 kb/s, `tag` in front; gives its path.
+    QString song(const QString& name, const QByteArray& tag = {}) const;
+
+  private:
+    QString desktopFile() const;
+    QByteArray channelWithWallpaper() const;
+
+    QTemporaryDir folder_;
+    QString configuration_ = qEnvironmentVariable("XDG_CONFIG_HOME");
+};
+
+}  // namespace bench

@@ -1,0 +1,122 @@
+// A load as the main thread feels it: the whole operation on the program's own window, and its
+// steps one by one.
+
+#include "bench/Figures.h"
+#include "bench/Home.h"
+#include "bench/Pictures.h"
+#include "decks/Backdrop.h"
+#include "decks/InterfaceClasses.h"
+#include "decks/Pairdeck.h"
+#include "platform/foundation/Path.h"
+#include "platform/foundation/Workspace.h"
+#include "platform/media/MediaAsset.h"
+#include "platform/ui/Application.h"
+#include "tests/platform/media/TagBytes.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <string>
+
+using namespace bench;
+using platform::Image;
+
+namespace {
+
+constexpr int kRounds = 15;
+
+Image desktopPicture() {
+    const auto path = platform::Workspace::sharedWorkspace().desktopImageURLForScreen();
+    return path ? Image::initWithContentsOfURL(*path) : Image();
+}
+
+QByteArray artworkOf(const QString& path) {
+    for (const platform::MetadataItem& item :
+         platform::MediaAsset::URLAssetWithURL(path).metadata()) {
+        if (item.commonKey() == QLatin1String("artwork")) return item.dataValue().value_or("");
+    }
+    return {};
+}
+
+// What else the last load has set off, paints first of all, must not meet the next measurement.
+void settle() {
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.start(150);
+    while (timer.isActive())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+void benchLoad(Pairdeck& pairdeck, const std::string& name, const QString& path) {
+    if (!isWanted(name + "_ms") && !isWanted(name + "_painted_ms")) return;
+    std::vector<double> operation;
+    std::vector<double> painted;
+    for (int round = 0; round < kRounds; ++round) {
+        settle();
+        const auto load = [&] { pairdeck.playTrackAtWithPlayer(path, PDLeftPlayer); };
+        operation.push_back(elapsedMs(load));
+        painted.push_back(operation.back() + elapsedMs([] { QCoreApplication::processEvents(); }));
+    }
+    print(name + "_ms", median(operation), "ms");
+    print(name + "_painted_ms", median(painted), "ms");
+}
+
+// The steps of a load that are worth counting, each by itself.
+void traceLoad(const std::string& name, const QString& path, bool hasArtwork) {
+    const QByteArray song = platform::dataWithContentsOfFile(path).value_or("");
+    const QByteArray artwork = artworkOf(path);
+    const Image picture = hasArtwork ? Image::initWithData(artwork) : desktopPicture();
+    const auto step = [&](const char* words, const auto& work) {
+        print(name + ".trace." + words + "_ms", medianMs(kRounds, work), "ms");
+    };
+    step("read_file", [&] { platform::dataWithContentsOfFile(path); });
+    step("open_player", [&] { platform::AudioPlayer::initWithData(song); });
+    step("read_tags", [&] { artworkOf(path); });
+    step("decode_picture", [&] { hasArtwork ? Image::initWithData(artwork) : desktopPicture(); });
+    const double level = hasArtwork ? kArtworkBlurLevel : kDesktopBlurLevel;
+    step("backdrop", [&] { backdropFromImage(picture, level); });
+}
+
+class LoadBench final : public platform::ApplicationDelegate {
+  public:
+    bool applicationShouldLaunch(const QStringList&) override { return true; }
+    void applicationDidFinishLaunching(const platform::Interface& interface) override {
+        auto& pairdeck = dynamic_cast<Pairdeck&>(*interface.controller(QStringLiteral("Pairdeck")));
+        QTimer::singleShot(0, [this, &pairdeck] {
+            run(pairdeck);
+            platform::Application::sharedApplication().terminate();
+        });
+    }
+    void applicationOpenFiles(const QStringList&) override {}
+    void applicationWillTerminate() override {}
+
+    void setHome() const { home_.set({.wallpaper = true}); }
+
+  private:
+    void run(Pairdeck& pairdeck) const {
+        const QByteArray cover = platform::apic(jpegOf(photograph({600, 600})));
+        const QString adorned = home_.song(
+            QStringLiteral("adorned"), platform::id3Tag(4, platform::id3Frame(4, "APIC", cover)));
+        const QString plain = home_.song(QStringLiteral("plain"));
+        benchLoad(pairdeck, "load.600_artwork", adorned);
+        benchLoad(pairdeck, "load.5k_wallpaper", plain);
+        if (!hasOption("--trace")) return;
+        traceLoad("load.600_artwork", adorned, true);
+        traceLoad("load.5k_wallpaper", plain, false);
+    }
+
+    Home home_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    readCommandLine(argc, argv);
+    if (!isAnyWanted("load.")) return 0;
+    enterSession(argv);
+    LoadBench bench;
+    bench.setHome();
+    // The arguments are the bench's: to the program they would be files.
+    int none = 1;
+    return platform::ApplicationMain(none, argv, interfaceClasses(), &bench);
+}
