@@ -1,6 +1,8 @@
 // The engine's figures, taken on a private sound server with a null sink of 48 kHz.
 
+#include "bench/Figures.h"
 #include "bench/audio/Disturbances.h"
+#include "bench/audio/OtherPlayers.h"
 #include "platform/audio/AudioEngine.h"
 #include "platform/audio/AudioPlayer.h"
 #include "platform/audio/Clock.h"
@@ -23,17 +25,8 @@
 namespace platform::audio {
 namespace {
 
-std::string prefix;
-
-bool isWanted(const std::string& name) {
-    const size_t common = std::min(name.size(), prefix.size());
-    return name.compare(0, common, prefix, 0, common) == 0;
-}
-
-void print(const std::string& name, double value, const char* unit) {
-    if (name.rfind(prefix, 0) == 0) std::printf("%s %.4g %s\n", name.c_str(), value, unit);
-    std::fflush(stdout);
-}
+using bench::isAnyWanted;
+using bench::print;
 
 double milliseconds(int64_t nanoseconds) {
     return static_cast<double>(nanoseconds) * 1e-6;
@@ -148,9 +141,15 @@ void benchCost(const QByteArray& song) {
     constexpr double seconds = 10;
     const double before = processorSeconds();
     runEvents(seconds);
-    print("sound.cpu_two_decks", (processorSeconds() - before) / seconds * 100, "%");
+    const double share = (processorSeconds() - before) / seconds;
     left->pause();
     right->pause();
+    print("sound.cpu_two_decks", share * 100, "%");
+    if (!bench::hasOption("--peers")) return;
+    for (const PlayerCost& other : costOfOtherPlayers(song)) {
+        print("sound.peer." + other.name + "_cpu_one_file", other.share * 100, "%");
+        print("sound.peer." + other.name + "_over_two_decks", other.share / share, "ratio");
+    }
 }
 
 /// A tone of -1 dBFS through decoder, resampler, voice and mixer.
@@ -219,35 +218,35 @@ void benchInterruptions(SoundServer& server, double busySeconds) {
 }
 
 void run() {
-    if (isWanted("sound.thd_n") || isWanted("sound.gain_error")) benchQuality();
+    if (isAnyWanted("sound.thd_n") || isAnyWanted("sound.gain_error")) benchQuality();
     SoundServer server;
     server.start();
     const QByteArray song = longSong("-b:a 320k", "mp3");
-    if (isWanted("sound.cpu") || isWanted("sound.memory")) benchCost(song);
+    if (isAnyWanted("sound.cpu") || isAnyWanted("sound.memory") || isAnyWanted("sound.peer"))
+        benchCost(song);
     const auto other = playing(song, -1);
     runEvents(1);
     other->pause();
-    if (isWanted("sound.load_to_first_sample")) {
+    if (isAnyWanted("sound.load_to_first_sample") || isAnyWanted("sound.file_size")) {
         benchLoad("mp3", song);
-        benchLoad("m4a", longSong("-c:a aac -b:a 320k", "m4a"));
+        benchLoad("m4a", longSong("-c:a aac -b:a 320k", "m4a", 320));
     }
-    if (isWanted("sound.control_to_sample") || isWanted("sound.seek_to_sample") ||
-        isWanted("sound.callback_period") || isWanted("sound.latency"))
+    if (isAnyWanted("sound.control_to_sample") || isAnyWanted("sound.seek_to_sample") ||
+        isAnyWanted("sound.callback_period") || isAnyWanted("sound.latency"))
         benchControls(song);
-    // The full minute only where nothing else is measured: a run of all benches stays short.
-    const bool alone = prefix.rfind("sound.missing", 0) == 0;
-    if (isWanted("sound.missing_frames") || isWanted("sound.recorded_glitches"))
-        benchInterruptions(server, alone ? 60 : 10);
+    // The full minute only where it is asked for: a run of all benches stays short.
+    const bool whole = bench::hasOption("--whole-minute");
+    if (isAnyWanted("sound.missing_frames") || isAnyWanted("sound.recorded_glitches"))
+        benchInterruptions(server, whole ? 60 : 10);
 }
 
 }  // namespace
 }  // namespace platform::audio
 
 int main(int argc, char** argv) {
+    bench::readCommandLine(argc, argv);
+    if (!bench::isAnyWanted("sound.")) return 0;
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("bench"));
-    const QStringList arguments = application.arguments().mid(1);
-    if (!arguments.isEmpty() && !arguments.front().startsWith(u'-'))
-        platform::audio::prefix = arguments.front().toStdString();
     platform::audio::run();
 }

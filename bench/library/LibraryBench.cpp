@@ -1,52 +1,25 @@
+#include "bench/Figures.h"
+#include "bench/TestLibrary.h"
 #include "bench/library/Readers.h"
 #include "library/PDSourceManager.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/media/MediaAsset.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QVBoxLayout>
 
-#include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <fstream>
-#include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
+using namespace bench;
+
 namespace {
-
-std::string prefix;
-
-bool wanted(const std::string& name) {
-    return name.starts_with(prefix);
-}
-
-void print(const std::string& name, double value, const char* unit) {
-    if (wanted(name)) std::printf("%s %.3f %s\n", name.c_str(), value, unit);
-    std::fflush(stdout);
-}
-
-double milliseconds(const std::function<void()>& work) {
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
-// The folder of a library of `count` tracks, made when it is not there yet.
-QString libraryOf(int count) {
-    const QString folder = QStringLiteral(LIBRARY_FOLDER "/library_%1").arg(count);
-    const int result =
-        QProcess::execute(QStringLiteral(MAKE_LIBRARY), {folder, QString::number(count)});
-    if (result != 0) std::fprintf(stderr, "the library could not be made\n");
-    return folder;
-}
 
 QStringList pathsIn(const QString& folder) {
     return trackPaths(folder, platform::FileManager::subpathsOfDirectoryAtPath(folder));
@@ -110,41 +83,23 @@ class Deck {
     PDLeftSourceManager manager_;
 };
 
-// Measures its contestants in turn, round after round, so that what else the machine does meets
-// them all alike.
-class Race {
-  public:
-    void enter(std::function<void()> work) { contestants_.push_back({std::move(work), {}}); }
+const QString kSearched = QStringLiteral("\u00E9t\u00E9");
 
-    // The median of each in milliseconds, in the order of entry.
-    std::vector<double> run(int rounds) {
-        for (int round = 0; round < rounds; ++round) {
-            for (Contestant& contestant : contestants_)
-                contestant.times.push_back(milliseconds(contestant.work));
-        }
-        std::vector<double> medians;
-        for (Contestant& contestant : contestants_) {
-            const auto middle = contestant.times.begin() + rounds / 2;
-            std::nth_element(contestant.times.begin(), middle, contestant.times.end());
-            medians.push_back(*middle);
-        }
-        return medians;
-    }
+void printOver(const std::string& peer, double time, double ours) {
+    print("library.peer." + peer + "_ms", time, "ms");
+    print("library.peer." + peer + "_over_ours", time / ours, "ratio");
+}
 
-  private:
-    struct Contestant {
-        std::function<void()> work;
-        std::vector<double> times;
-    };
-    std::vector<Contestant> contestants_;
-};
-
-void raceOnWarmCache(const QString& folder) {
+// Gives the time of a scan by ours.
+double raceOnWarmCache(const QString& folder) {
     Deck deck;
-    deck.scan(folder);
     Race race;
+    race.enter([&] {
+        deck.scan(QString());
+        return elapsedMs([&] { deck.scan(folder); });
+    });
     race.enter([&] { deck.scan(folder); });
-    race.enter([&] { deck.search(QStringLiteral("\u00E9t\u00E9")); });
+    race.enter([&] { deck.search(kSearched); });
     race.enter([&] { deck.scanWithTagLib(folder); });
     race.enter([&] { pathsIn(folder); });
     race.enter([&] { readStarts(pathsIn(folder)); });
@@ -157,15 +112,18 @@ void raceOnWarmCache(const QString& folder) {
     race.enter([&] { readWithTagLib(pathsIn(folder), 2); });
     constexpr int kRounds = 9;
     const std::vector<double> times = race.run(kRounds);
-    const char* const names[] = {
-        "scan_10k.warm_ms",       "search_10k.warm_ms", "scan_10k.through_taglib_ms",
-        "list_10k.warm_ms",       "starts_10k.warm_ms", "minimal_10k.warm_ms",
-        "one_thread_10k.warm_ms", "taglib_10k.warm_ms", "taglib_two_threads_10k.warm_ms"};
-    for (std::size_t i = 0; i < times.size(); ++i)
+    const char* const names[] = {"scan_10k.warm_ms",    "scan_10k.rescan_ms",
+                                 "search_keystroke_ms", "scan_10k.through_taglib_ms",
+                                 "list_10k.warm_ms",    "starts_10k.warm_ms",
+                                 "minimal_10k.warm_ms", "one_thread_10k.warm_ms"};
+    for (std::size_t i = 0; i < std::size(names); ++i)
         print(std::string("library.") + names[i], times[i], "ms");
-    print("library.scan_10k.over_taglib", times[2] / times[0], "ratio");
-    print("library.scan_10k.over_minimal", times[0] / times[5], "ratio");
-    print("library.search_over_scan", times[1] / times[0], "ratio");
+    print("library.scan_10k.over_taglib", times[3] / times[0], "ratio");
+    print("library.scan_10k.over_minimal", times[0] / times[6], "ratio");
+    print("library.search_over_scan", times[2] / times[1], "ratio");
+    printOver("taglib", times[8], times[0]);
+    printOver("taglib_two_threads", times[9], times[0]);
+    return times[0];
 }
 
 // Empties the page cache, which only the superuser may; false otherwise.
@@ -179,12 +137,12 @@ bool forgetFiles() {
 void raceOnColdCache(const QString& folder) {
     if (!forgetFiles()) return;
     Deck deck;
-    print("library.scan_10k.cold_ms", milliseconds([&] { deck.scan(folder); }), "ms");
+    print("library.scan_10k.cold_ms", elapsedMs([&] { deck.scan(folder); }), "ms");
     forgetFiles();
     print("library.scan_10k.through_taglib_cold_ms",
-          milliseconds([&] { deck.scanWithTagLib(folder); }), "ms");
+          elapsedMs([&] { deck.scanWithTagLib(folder); }), "ms");
     forgetFiles();
-    print("library.minimal_10k.cold_ms", milliseconds([&] { readMinimal(pathsIn(folder)); }), "ms");
+    print("library.minimal_10k.cold_ms", elapsedMs([&] { readMinimal(pathsIn(folder)); }), "ms");
 }
 
 double residentBytes() {
@@ -195,50 +153,49 @@ double residentBytes() {
     return static_cast<double>(resident * ::sysconf(_SC_PAGESIZE));
 }
 
-void weighTracks(const QString& folder) {
+double bytesPerTrack(const QString& folder) {
     Deck deck;
     deck.scan(folder);
     const auto count = static_cast<double>(PDLeftSourceManager::trackArray().size());
     const double full = residentBytes();
     deck.scan(QString());
-    print("library.bytes_per_track", (full - residentBytes()) / count, "bytes");
+    return (full - residentBytes()) / count;
 }
 
-void raceOfSizes() {
-    for (const auto& [count, name] : {std::pair{1000, "1k"}, {100'000, "100k"}}) {
-        const std::string figure = std::string("library.scan_") + name + ".warm_ms";
-        // A library of 100,000 tracks takes minutes to make: only who asks for it waits.
-        if (!wanted(figure) || (count > 10'000 && prefix.size() < figure.size() - 8)) continue;
+// What a scan, a search and a track cost as libraries grow. The largest takes minutes to make.
+void grow() {
+    for (const auto& [count, name] : {std::pair{1000, "1k"}, {10'000, "10k"}, {100'000, "100k"}}) {
+        const std::string figure = std::string("library.growth.") + name;
+        if (!isAnyWanted(figure)) continue;
         const QString folder = libraryOf(count);
         Deck deck;
         deck.scan(folder);
         Race race;
         race.enter([&] { deck.scan(folder); });
+        race.enter([&] { deck.search(kSearched); });
         constexpr int kRounds = 5;
-        print(figure, race.run(kRounds)[0], "ms");
+        const std::vector<double> times = race.run(kRounds);
+        print(figure + ".scan_ms", times[0], "ms");
+        print(figure + ".search_ms", times[1], "ms");
+        print(figure + ".bytes_per_track", bytesPerTrack(folder), "bytes");
     }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    bool peers = false;
-    for (int i = 1; i < argc; ++i) {
-        if (std::string(argv[i]) == "--peers")
-            peers = true;
-        else
-            prefix = argv[i];
-    }
-    const std::string ours = "library.";
-    if (!ours.starts_with(prefix) && !prefix.starts_with(ours)) return 0;
+    readCommandLine(argc, argv);
+    if (!isAnyWanted("library.")) return 0;
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
     const QString folder = libraryOf(10'000);
-    weighTracks(folder);
-    raceOnWarmCache(folder);
+    if (isWanted("library.bytes_per_track"))
+        print("library.bytes_per_track", bytesPerTrack(folder), "bytes");
+    if (hasOption("--growth")) grow();
+    const double scanMs = raceOnWarmCache(folder);
     raceOnColdCache(folder);
-    raceOfSizes();
-    if (peers) QProcess::execute(QStringLiteral(LIBRARY_PEERS), {folder});
+    if (hasOption("--peers"))
+        QProcess::execute(QStringLiteral(LIBRARY_PEERS), {folder, QString::number(scanMs)});
     return 0;
 }

@@ -85,10 +85,10 @@ void DecodeWorker::run() {
         std::erase_if(feeds_, [](const auto& feed) { return feed->isDone(); });
         lock.lock();
         const auto called = [this] { return woken_ || ending_; };
-        if (next)
-            condition_.wait_for(lock, *next, called);
-        else
+        if (!next)
             condition_.wait(lock, called);
+        else if (*next > milliseconds(0))
+            condition_.wait_for(lock, *next, called);
     }
     lock.unlock();
     feeds_.clear();

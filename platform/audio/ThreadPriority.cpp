@@ -16,12 +16,11 @@ namespace {
 
 // Modest, as sound servers use it: above all ordinary threads, below the kernel's own.
 constexpr int realTimePriority = 5;
-constexpr int highPriorityNice = -11;
 // The service refuses threads that could hold a processor for longer without a pause.
 constexpr rlim_t longestBurstMicroseconds = 200'000;
 
 // https://github.com/heftig/rtkit, org.freedesktop.RealtimeKit1.xml
-bool askService(const QString& method, pid_t thread, const QVariant& priority) {
+bool askService(pid_t thread) {
     const QString connectionName = QStringLiteral("thread-priority");
     const QString service = QStringLiteral("org.freedesktop.RealtimeKit1");
     bool granted = false;
@@ -29,8 +28,10 @@ bool askService(const QString& method, pid_t thread, const QVariant& priority) {
         const auto bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, connectionName);
         if (bus.isConnected()) {
             QDBusMessage call = QDBusMessage::createMethodCall(
-                service, QStringLiteral("/org/freedesktop/RealtimeKit1"), service, method);
-            call << QVariant::fromValue<qulonglong>(static_cast<qulonglong>(thread)) << priority;
+                service, QStringLiteral("/org/freedesktop/RealtimeKit1"), service,
+                QStringLiteral("MakeThreadRealtime"));
+            call << QVariant::fromValue<qulonglong>(static_cast<qulonglong>(thread))
+                 << QVariant::fromValue<uint>(realTimePriority);
             constexpr int patience = 500;
             granted = bus.call(call, QDBus::Block, patience).type() == QDBusMessage::ReplyMessage;
         }
@@ -57,15 +58,7 @@ bool askForRealTime(pid_t thread) {
     getrlimit(RLIMIT_RTTIME, &burst);
     burst.rlim_cur = burst.rlim_max = std::min(burst.rlim_max, longestBurstMicroseconds);
     if (setrlimit(RLIMIT_RTTIME, &burst) != 0) return false;
-    return askService(QStringLiteral("MakeThreadRealtime"), thread,
-                      QVariant::fromValue<uint>(realTimePriority));
-}
-
-bool askForHighPriority(pid_t thread) {
-    if (thread <= 0) return false;
-    if (setpriority(PRIO_PROCESS, static_cast<id_t>(thread), highPriorityNice) == 0) return true;
-    return askService(QStringLiteral("MakeThreadHighPriority"), thread,
-                      QVariant::fromValue<int>(highPriorityNice));
+    return askService(thread);
 }
 
 }  // namespace platform::audio

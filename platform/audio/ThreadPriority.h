@@ -13,7 +13,4 @@ pid_t kernelThreadId(pthread_t thread);
 /// then but safety under load. May take some milliseconds.
 bool askForRealTime(pid_t thread);
 
-/// Asks the same way for a better share than ordinary threads have.
-bool askForHighPriority(pid_t thread);
-
 }  // namespace platform::audio

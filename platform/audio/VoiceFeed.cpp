@@ -15,8 +15,13 @@ namespace {
 constexpr double laneSeconds = 0.6;
 // What it holds when first offered: more than the callback takes at once.
 constexpr double primedSeconds = 0.05;
-// How often a playing voice is looked after.
-constexpr milliseconds playingPeriod(20);
+// How often a playing voice's lane is filled up. Each time costs a cold start of decoder and
+// resampler; so long as two thirds of the lane remain, rarely is as safe as often.
+constexpr milliseconds fillingPeriod(200);
+// How soon to look again whether the end, which is due, has been heard.
+constexpr milliseconds endingPeriod(5);
+// How soon to ask again for a place in a full mix.
+constexpr milliseconds admissionPeriod(20);
 // How soon to look again for a lane that the callback is about to give back.
 constexpr milliseconds settlingPeriod(2);
 // A released voice that the output does not fade out, because it stands still, goes anyway.
@@ -56,20 +61,21 @@ Lane* VoiceFeed::freeLane() {
 
 std::optional<milliseconds> VoiceFeed::serve() {
     if (voice_->isReleased()) return settlingPeriod;
-    if (!isMixed_ && !(isMixed_ = mixer_.add(*voice_))) return playingPeriod;
+    if (!isMixed_ && !(isMixed_ = mixer_.add(*voice_))) return admissionPeriod;
     if (needsLane()) {
         Lane* lane = freeLane();
         if (!lane) return settlingPeriod;
         prime(*lane);
         return milliseconds(0);
     }
-    if (!newest_->complete.load(std::memory_order_relaxed) &&
-        newest_->ring.writable() >= stepFrames) {
+    const bool complete = newest_->complete.load(std::memory_order_relaxed);
+    if (!complete && newest_->ring.writable() >= stepFrames) {
         fill(*newest_, stepFrames);
         return milliseconds(0);
     }
-    if (noticeEndWhenHeard()) return {};
-    return voice_->isPlaying() ? std::optional(playingPeriod) : std::nullopt;
+    noticeEndWhenHeard();
+    if (noticed_ == wanted_.number || !voice_->isPlaying()) return {};
+    return complete ? std::clamp(untilEnd(), endingPeriod, fillingPeriod) : fillingPeriod;
 }
 
 void VoiceFeed::prime(Lane& lane) {
@@ -104,14 +110,22 @@ void VoiceFeed::fill(Lane& lane, size_t frames) {
     }
 }
 
-bool VoiceFeed::noticeEndWhenHeard() {
-    if (voice_->finishedRequest() != wanted_.number || noticed_ == wanted_.number) return false;
-    const Progress progress = voice_->progress();
-    const double since = static_cast<double>(nowNanoseconds() - progress.at) * 1e-9;
-    if (since < mixer_.latency()) return false;
+milliseconds VoiceFeed::untilEnd() const {
+    double left = static_cast<double>(newest_->ring.readable()) / newest_->rate;
+    if (voice_->finishedRequest() == wanted_.number) left = untilHeard();
+    return milliseconds(static_cast<int64_t>(std::ceil(left * 1000)));
+}
+
+double VoiceFeed::untilHeard() const {
+    const double since = static_cast<double>(nowNanoseconds() - voice_->progress().at) * 1e-9;
+    return mixer_.latency() - since;
+}
+
+void VoiceFeed::noticeEndWhenHeard() {
+    if (voice_->finishedRequest() != wanted_.number || noticed_ == wanted_.number) return;
+    if (untilHeard() > 0) return;
     noticed_ = wanted_.number;
     voice_->noticeEnd(wanted_.number, !song_.brokeOff());
-    return true;
 }
 
 }  // namespace platform::audio

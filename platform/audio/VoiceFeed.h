@@ -42,7 +42,11 @@ class VoiceFeed {
     Lane* freeLane();
     void prime(Lane& lane);
     void fill(Lane& lane, size_t frames);
-    bool noticeEndWhenHeard();
+    /// Until the song's end is heard, as far as it can be told; its lane is complete.
+    std::chrono::milliseconds untilEnd() const;
+    /// Seconds until the block delivered last is heard.
+    double untilHeard() const;
+    void noticeEndWhenHeard();
 
     std::shared_ptr<Voice> voice_;
     SongStream song_;

@@ -44,16 +44,8 @@ std::optional<QString> fehPicture(const QByteArray& command, int screen) {
 }  // namespace
 
 std::optional<QString> pathOfURL(const QString& url) {
-    constexpr QLatin1String kScheme("file://");
-    QString path = url;
-    if (url.startsWith(kScheme, Qt::CaseInsensitive)) {
-        const qsizetype root = url.indexOf(QLatin1Char('/'), kScheme.size());  // after a host
-        if (root < 0) return std::nullopt;
-        path = stringWithFileSystemRepresentation(
-            QByteArray::fromPercentEncoding(fileSystemRepresentation(url.mid(root))));
-    }
-    const bool isPath = path.startsWith(QLatin1Char('/')) && !path.contains(QChar::Null);
-    return isPath ? std::optional(path) : std::nullopt;
+    const bool isPath = url.startsWith(QLatin1Char('/')) && !url.contains(QChar::Null);
+    return isPath ? std::optional(url) : pathWithFileURL(fileSystemRepresentation(url));
 }
 
 std::optional<QString> pictureForScreen(const QList<SizedPicture>& pictures, const QSize& screen) {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 
 namespace platform {
 
@@ -41,6 +42,18 @@ qsizetype sequenceLength(QByteArrayView bytes) {
         return within(1, low, high) && within(2, 0x80, 0xBF) && within(3, 0x80, 0xBF) ? 4 : 0;
     }
     return 0;
+}
+
+// A buffer of that size; none where the process could not hold it without harm, as a sparse or
+// damaged file may ask for.
+std::optional<QByteArray> bufferOfSize(qint64 size) {
+    const qint64 memory = qint64{::sysconf(_SC_PHYS_PAGES)} * ::sysconf(_SC_PAGESIZE);
+    if (size > memory / 2) return std::nullopt;
+    try {
+        return QByteArray(static_cast<qsizetype>(size), Qt::Uninitialized);
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
 }
 
 }  // namespace
@@ -135,9 +148,9 @@ std::optional<QByteArray> dataWithContentsOfFile(const QString& path) {
     std::optional<QByteArray> content;
     struct stat status = {};
     if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-        content.emplace(static_cast<qsizetype>(status.st_size), Qt::Uninitialized);
+        content = bufferOfSize(status.st_size);
         qsizetype filled = 0;
-        while (filled < content->size()) {
+        while (content && filled < content->size()) {
             const ssize_t count = ::read(file, content->data() + filled,
                                          static_cast<size_t>(content->size() - filled));
             if (count < 0 && errno == EINTR) continue;

@@ -7,11 +7,10 @@
 
 namespace platform {
 
-/// A timer on the main thread's event loop. It runs while its owner holds it; destroying it, also
-/// from within its own block, stops it.
+/// A timer on the main thread's event loop. It runs while its owner holds it.
 class Timer {
   public:
-    /// A started timer that calls `block` every `seconds` (to the millisecond, at least one), or
+    /// A started timer that calls `block` every `seconds` (to the millisecond; up to 24 days), or
     /// once where `repeats` is false. A repeating timer keeps to its schedule: what one call comes
     /// late is not added to the next.
     [[nodiscard]] static std::unique_ptr<Timer> scheduledTimerWithTimeInterval(

@@ -28,7 +28,9 @@ class Image::Representation {
 
     void load() {
         if (path_.isNull()) return;
-        if (const auto data = dataWithContentsOfFile(path_)) bitmap_ = decodedImage(*data);
+        if (const auto data = dataWithContentsOfFile(path_)) {
+            bitmap_ = decodedImage(*data, Drawings::Decoded);
+        }
         size_ = bitmap_.size();
         path_ = QString();
     }

@@ -28,7 +28,8 @@ class Image {
     static Image initByReferencingURL(const QString& path);
     /// The image in the file at `path`, read at once; null when it can't be.
     static Image initWithContentsOfURL(const QString& path);
-    /// The image encoded in `data`; null when it can't be decoded.
+    /// The image encoded in `data`; null when it can't be decoded or is a drawing, which may name
+    /// files to be read.
     static Image initWithData(const QByteArray& data);
 
     bool isNull() const;

@@ -17,14 +17,14 @@ namespace platform {
 namespace {
 
 // What the reader's plugins know beyond these has no place in artwork or among wallpapers.
-constexpr const char* kFormats[] = {"png", "webp", "gif", "bmp", "tiff", "svg"};
+constexpr const char* kFormats[] = {"png", "webp", "gif", "bmp", "tiff"};
 
 bool isSixteenBit(QImage::Format format) {
     return format == QImage::Format_RGBX64 || format == QImage::Format_RGBA64 ||
            format == QImage::Format_RGBA64_Premultiplied || format == QImage::Format_Grayscale16;
 }
 
-QImage decodedByReader(const QByteArray& data) {
+QImage decodedByReader(const QByteArray& data, Drawings drawings) {
     QBuffer buffer;
     buffer.setData(data);
     buffer.open(QIODevice::ReadOnly);
@@ -33,7 +33,9 @@ QImage decodedByReader(const QByteArray& data) {
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
     const QByteArray format = reader.format();
-    if (std::find(std::begin(kFormats), std::end(kFormats), format) == std::end(kFormats))
+    const bool isDrawing = drawings == Drawings::Decoded && format == "svg";
+    if (!isDrawing &&
+        std::find(std::begin(kFormats), std::end(kFormats), format) == std::end(kFormats))
         return {};
     const QSize size = reader.size();
     const QImage::Format pixels = reader.imageFormat();
@@ -48,8 +50,7 @@ QImage decodedByReader(const QByteArray& data) {
 
 bool isDecodableSize(QSize size, qint64 bytesPerPixel) {
     if (size.isEmpty()) return false;
-    const qint64 pixels = qint64{size.width()} * size.height();
-    return pixels <= kMaxPixels && pixels * bytesPerPixel <= kMaxDecodedBytes;
+    return qint64{size.width()} * size.height() <= kMaxDecodedBytes / bytesPerPixel;
 }
 
 QImage premultiplied(QImage image) {
@@ -63,9 +64,9 @@ QImage premultiplied(QImage image) {
     return image;
 }
 
-QImage decodedImage(const QByteArray& data) {
+QImage decodedImage(const QByteArray& data, Drawings drawings) {
     if (isJpeg(data)) return decodedJpeg(data);
-    QImage image = decodedByReader(data);
+    QImage image = decodedByReader(data, drawings);
     if (image.isNull()) return image;
     image = inStandardColours(image, image.colorSpace().iccProfile());
     image.setColorSpace(QColorSpace());

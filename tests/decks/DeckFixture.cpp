@@ -15,8 +15,11 @@ using platform::UserDefaults;
 DeckFixture::DeckFixture() {
     for (const char* side : {"Left", "Right"}) {
         const QString prefix = QStringLiteral("Pairdeck") + QLatin1String(side);
-        store(prefix + QStringLiteral("RepeatState"), 0);
-        store(prefix + QStringLiteral("ShuffleState"), false);
+        // Only over what an earlier test of this process has left: a first start finds nothing.
+        const QString repeat = prefix + QStringLiteral("RepeatState");
+        const QString shuffle = prefix + QStringLiteral("ShuffleState");
+        if (stored(repeat)) store(repeat, 0);
+        if (stored(shuffle)) store(shuffle, false);
     }
     PDLeftSourceManager::trackArray().clear();
     PDRightSourceManager::trackArray().clear();

@@ -97,12 +97,3 @@ TEST_F(Keyboard, SearchesAndPlaysFromTheTable) {
     press(Qt::Key_F5);
     EXPECT_TRUE(deck(PDLeftPlayer).trackArray.empty());
 }
-
-TEST_F(Keyboard, SpacePressesTheButtonInFocus) {
-    deck(PDLeftPlayer).shuffleButton->setFocus();
-    press(Qt::Key_Space);
-    EXPECT_TRUE(deck(PDLeftPlayer).shuffle);
-    press(Qt::Key_Space);
-    EXPECT_FALSE(deck(PDLeftPlayer).shuffle);
-    EXPECT_FALSE(deck(PDLeftPlayer).isPlaying());
-}

@@ -1,5 +1,6 @@
 #include "library/PDSourceManager.h"
 #include "platform/foundation/Path.h"
+#include "presentation/BlurredBackdrop.h"
 #include "tests/decks/DeckFixture.h"
 #include "tests/platform/media/TagBytes.h"
 
@@ -58,9 +59,10 @@ TEST_F(Loading, ATrackPlaysAndShowsItsTags) {
     EXPECT_EQ(left.songAlbumArtist->stringValue(), QStringLiteral("Hues - Ann"));
     EXPECT_EQ(fontSize(left.songAlbumArtist), 16);
     EXPECT_EQ(left.songAlbumArt->image().size(), QSizeF(60, 40));
-    const QSizeF backdrop = left.background->image().size();
-    EXPECT_NEAR(backdrop.width(), 575.0, 1e-9);
-    EXPECT_NEAR(backdrop.height(), 575.0 * 40 / 60, 1e-9);
+    const Image backdrop =
+        blurWithLevelAndSize(left.songAlbumArt->image(), 27.0, {575.0, 575.0 * 40 / 60});
+    EXPECT_TRUE(sameImage(left.background->image(), backdrop));
+    EXPECT_EQ(left.background->image().size(), backdrop.size());
     EXPECT_EQ(left.timeSlider->minValue(), 0.0);
     EXPECT_NEAR(left.timeSlider->maxValue(), 2.0, 0.1);
     EXPECT_EQ(left.timeSlider->doubleValue(), 0.0);

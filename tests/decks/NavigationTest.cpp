@@ -103,33 +103,6 @@ TEST_F(Navigation, ShuffleDrawsFromTheWholeList) {
     EXPECT_EQ(randomObject(std::vector<int>()), nullptr);
 }
 
-TEST_F(Navigation, TheEndOfATrackFollowsTheRepeatState) {
-    startWithSongs(0.4);
-    const Deck& left = deck(PDLeftPlayer);
-    const auto playToEnd = [&] {
-        decks().playTrackAtWithPlayer(songs_[2], PDLeftPlayer);
-        return waitUntil(
-            [&] { return !left.isPlaying() || loaded(PDLeftPlayer) != QStringLiteral("c.mp3"); });
-    };
-    ASSERT_TRUE(playToEnd());
-    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("c.mp3"));
-    EXPECT_EQ(left.currentTime(), left.duration());
-
-    left.repeatButton->click();
-    ASSERT_EQ(left.repeat, PDRepeatAll);
-    decks().playTrackAtWithPlayer(songs_[2], PDLeftPlayer);
-    EXPECT_TRUE(waitUntil([&] { return loaded(PDLeftPlayer) == QStringLiteral("a.mp3"); }));
-    EXPECT_TRUE(left.isPlaying());
-
-    left.repeatButton->click();
-    ASSERT_EQ(left.repeat, PDRepeatOne);
-    decks().playTrackAtWithPlayer(songs_[2], PDLeftPlayer);
-    const platform::AudioPlayer* first = left.player.get();
-    EXPECT_TRUE(waitUntil([&] { return left.player.get() != first; }));
-    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("c.mp3"));
-    EXPECT_TRUE(left.isPlaying());
-}
-
 TEST_F(Navigation, APlayerThatIsNoLongerTheDecksIsIgnored) {
     startWithSongs();
     deck(PDLeftPlayer).repeatButton->click();

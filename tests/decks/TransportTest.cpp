@@ -81,6 +81,7 @@ TEST_F(Transport, ShuffleFollowsItsButton) {
     left.shuffleButton->click();
     EXPECT_TRUE(left.shuffle);
     EXPECT_EQ(stored(key), DefaultsValue(true));
+    EXPECT_NE(onDisk().value(key), QJsonValue(true)) << "written before the store saves itself";
     EXPECT_EQ(left.shuffleButton->state(), 1);
     EXPECT_EQ(deck(PDRightPlayer).shuffleButton->state(), 0);
     EXPECT_EQ(stored(QStringLiteral("PairdeckRightShuffleState")), DefaultsValue(false));

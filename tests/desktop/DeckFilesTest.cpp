@@ -1,7 +1,6 @@
 #include "desktop/DeckFiles.h"
 #include "library/PDSourceManager.h"
 #include "platform/foundation/Path.h"
-#include "platform/ui/FileDragging.h"
 #include "tests/decks/DeckFixture.h"
 
 #include <QApplication>
@@ -91,16 +90,6 @@ TEST_F(Files, ADropIsForItsOwnDeck) {
     EXPECT_EQ(deck(PDRightPlayer).currentURL, song_);
     EXPECT_TRUE(PDLeftSourceManager::trackArray().empty());
     EXPECT_FALSE(deck(PDLeftPlayer).currentURL);
-}
-
-TEST_F(Files, ARowLeavesAsItsFile) {
-    files_->open({album_});
-    const QAbstractItemModel& rows = *deck(PDLeftPlayer).tableView->model();
-    EXPECT_TRUE(deck(PDLeftPlayer).tableView->dragEnabled());
-    const std::unique_ptr<QMimeData> dragged(rows.mimeData({rows.index(0, 1)}));
-    ASSERT_NE(dragged, nullptr);
-    EXPECT_EQ(platform::pathsOfMimeData(dragged.get()),
-              QStringList{album_ + QStringLiteral("/b.mp3")});
 }
 
 TEST(FileURLs, NameOnlyFilesOfThisMachine) {

@@ -5,8 +5,6 @@
 #include "tests/decks/DeckFixture.h"
 
 #include <QDBusConnectionInterface>
-#include <QDBusPendingReply>
-#include <QXmlStreamReader>
 
 #include <limits>
 
@@ -46,73 +44,7 @@ class Remote : public DeckFixture {
     QString song_;
 };
 
-/// An interface's members, as "method Seek(x)", "signal Seeked(x)" or "property Volume d
-/// readwrite".
-QStringList membersOf(const QString& xml, const QString& interface) {
-    QStringList members;
-    QXmlStreamReader reader(xml);
-    QString name, current;
-    while (!reader.atEnd()) {
-        reader.readNext();
-        const auto attribute = [&reader](const char* key) {
-            return reader.attributes().value(QLatin1String(key)).toString();
-        };
-        const QString tag = reader.name().toString();
-        if (reader.isStartElement()) {
-            if (tag == QLatin1String("interface")) current = attribute("name");
-            if (current != interface) continue;
-            if (tag == QLatin1String("method") || tag == QLatin1String("signal")) {
-                name = tag + QLatin1Char(' ') + attribute("name") + QLatin1Char('(');
-            } else if (tag == QLatin1String("arg")) {
-                name += attribute("type");
-            } else if (tag == QLatin1String("property")) {
-                members << QStringList{tag, attribute("name"), attribute("type"),
-                                       attribute("access")}
-                               .join(QLatin1Char(' '));
-            }
-        } else if (reader.isEndElement() && current == interface && name.contains(tag)) {
-            members << name + QLatin1Char(')');
-            name.clear();
-        }
-    }
-    members.sort();
-    return members;
-}
-
-QStringList lines(const char* text) {
-    QStringList members = QString::fromLatin1(text).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    members.sort();
-    return members;
-}
-
 }  // namespace
-
-TEST_F(Remote, HasTheInterfacesMembersAndNoOthers) {
-    const QDBusPendingReply<QString> reply =
-        QDBusConnection::sessionBus().asyncCall(QDBusMessage::createMethodCall(
-            QStringLiteral("org.mpris.MediaPlayer2.pairdeck.left"),
-            QStringLiteral("/org/mpris/MediaPlayer2"),
-            QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect")));
-    ASSERT_TRUE(waitUntil([&] { return reply.isFinished(); }));
-    EXPECT_EQ(membersOf(reply.value(), QStringLiteral("org.mpris.MediaPlayer2")),
-              lines("method Raise()\nmethod Quit()\n"
-                    "property CanQuit b read\nproperty CanRaise b read\n"
-                    "property HasTrackList b read\nproperty Identity s read\n"
-                    "property DesktopEntry s read\nproperty SupportedUriSchemes as read\n"
-                    "property SupportedMimeTypes as read\n"));
-    EXPECT_EQ(membersOf(reply.value(), QStringLiteral("org.mpris.MediaPlayer2.Player")),
-              lines("method Next()\nmethod Previous()\nmethod Pause()\nmethod PlayPause()\n"
-                    "method Stop()\nmethod Play()\nmethod Seek(x)\nmethod SetPosition(ox)\n"
-                    "method OpenUri(s)\nsignal Seeked(x)\n"
-                    "property PlaybackStatus s read\nproperty LoopStatus s readwrite\n"
-                    "property Rate d readwrite\nproperty Shuffle b readwrite\n"
-                    "property Metadata a{sv} read\nproperty Volume d readwrite\n"
-                    "property Position x read\nproperty MinimumRate d read\n"
-                    "property MaximumRate d read\nproperty CanGoNext b read\n"
-                    "property CanGoPrevious b read\nproperty CanPlay b read\n"
-                    "property CanPause b read\nproperty CanSeek b read\n"
-                    "property CanControl b read\n"));
-}
 
 TEST_F(Remote, ANameThatIsTakenGetsASuffix) {
     const RemotePlayer second(deck(PDRightPlayer), *files_, *interface_->mainWindow());

@@ -66,16 +66,6 @@ class Scene(unittest.TestCase):
 
 
 class Playing(Scene):
-    def test_idle_decks(self):
-        for deck, tones in ((self.deck, self.left), (self.other, self.right)):
-            deck.shows("title", "No Music Playing")
-            deck.shows("album and artist", "Import a folder, then play a song")
-            deck.shows("elapsed time", "00:00")
-            deck.shows("remaining time", "-00:00")
-            deck.show("library")
-            self.assertCountEqual(deck.titles(), [tone.title for tone in tones])
-        self.hears()
-
     def test_one_song_in_each_ear(self):
         self.deck.play("Amber")
         self.deck.shows("album and artist", "Woods - Ann")
@@ -309,20 +299,6 @@ class Windows(Scene):
         self.deck.show("library")
         self.assertCountEqual(self.deck.titles(), ["Elm", "Fir"])
 
-    def test_window_follows_the_hand(self):
-        window = self.screen.look_for("Pairdeck")
-        left, top, width, _ = window.rectangle
-        grip = (left + width // 3, top + 30)
-        hand("mousemove", *grip, "mousedown", 1)
-        for step in range(1, 21):
-            hand("mousemove", grip[0] + 12 * step, grip[1] + 8 * step)
-        hand("mouseup", 1)
-        wait_until(lambda: window.rectangle[0] > left + 200, "the window moved")
-        moved = window.rectangle
-        self.deck.show("library")
-        self.assertEqual(window.rectangle, moved)
-
-
     def test_keyboard_alone(self):
         def focus():
             return next((control.name for control in self.screen.controls() if control.focused), None)
@@ -359,32 +335,6 @@ class Windows(Scene):
 
 
 class BadInput(Scene):
-    left = [*music.LEFT[:1], music.Tone("plain.mp3", None, "", 650, 4)]
-
-    @classmethod
-    def setUpClass(cls):
-        super().setUpClass()
-        (cls.folder / "Left" / "broken.mp3").write_bytes(b"This is no music.\n" * 100)
-        (cls.folder / "Left" / "folder.mp3").mkdir()
-
-    def test_what_cannot_be_played(self):
-        self.deck.play("Amber")
-        for name in ("broken.mp3", "folder.mp3"):
-            self.deck.play(name)
-            self.deck.shows("album and artist", "(null) - (null)")
-            self.deck.shows("remaining time", "-00:00")
-            self.assertFalse(self.deck.overlay().checked)
-            self.hears()
-        self.deck.play("plain.mp3")
-        self.hears(left=650)
-        song, elsewhere = self.folder / "Left" / "amber.mp3", self.folder / "amber.mp3"
-        song.rename(elsewhere)
-        self.addCleanup(elsewhere.rename, song)
-        self.deck.double_click("Amber")
-        self.deck.show("player")
-        self.deck.shows("title", "amber.mp3")
-        self.hears()
-
     def test_double_click_beside_the_rows(self):
         self.deck.play("Amber")
         self.deck.show("library")

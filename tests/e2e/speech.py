@@ -2,22 +2,15 @@
 state and value of each in words.
 
 Usage: speech.py PROGRAM FOLDER [unittest argument]..., in the session that scripts/session
-starts. FOLDER is not used.
+starts. FOLDER receives a screenshot of each scene that fails.
 """
 
 import collections
-import pathlib
-import shutil
 import sys
-import tempfile
 import unittest
 
-import music
-from deck import Deck
-from program import Program, folders, store
+from scenes import Evidence, Scene
 from screen import Control, press, wait_until
-
-EXECUTABLE = sys.argv[1]
 
 # What only groups other things needs no name of its own; the toolkit's table corner is a panel.
 GROUPS = {"filler", "panel"}
@@ -31,17 +24,7 @@ def tree(accessible):
             yield from tree(child)
 
 
-class Speech(unittest.TestCase):
-    def setUp(self):
-        folder = pathlib.Path(tempfile.mkdtemp(prefix="music-"))
-        self.addCleanup(shutil.rmtree, folder)
-        music.make_all(music.LEFT, folder / "Left")
-        music.make_all(music.RIGHT, folder / "Right")
-        store(**folders(folder / "Left", folder / "Right"))
-        self.program = self.enterContext(Program(EXECUTABLE))
-        self.screen = self.program.screen
-        self.deck = Deck(self.screen, "Left")
-
+class Speech(Scene):
     def says(self, role, pattern):
         control = self.deck.control(role)
         wait_until(lambda: control.description, f"words for {role}")
@@ -89,4 +72,5 @@ class Speech(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=[sys.argv[0], *sys.argv[3:]], verbosity=2)
+    runner = unittest.TextTestRunner(verbosity=2, resultclass=Evidence)
+    unittest.main(argv=[sys.argv[0], *sys.argv[3:]], testRunner=runner)

@@ -71,6 +71,9 @@ class SourceManager : public testing::Test {
         ASSERT_NE(panel, nullptr);
         EXPECT_EQ(panel->windowTitle(), QStringLiteral("Choose a Playlist folder"));
         EXPECT_FALSE(panel->isModal());
+        EXPECT_TRUE(panel->isSizeGripEnabled());
+        EXPECT_FALSE(panel->filter() & QDir::Hidden);
+        EXPECT_EQ(panel->fileMode(), QFileDialog::Directory);  // one, not several
         if (path.isEmpty()) {
             panel->reject();
         } else {
@@ -174,13 +177,17 @@ TEST_F(SourceManager, TheFolderPanelLoadsNowOrRemembers) {
     choose(file("sub"), [this] { left.manager.changeDefaultDirectory(); });
     EXPECT_EQ(left.names().size(), 2);
     EXPECT_EQ(left.label.stringValue(), QStringLiteral("Current Default Directory:\nsub"));
-    choose(file("sub"), [this] { right.manager.changeDefaultDirectory(); });
 
-    // What is on disk: the right deck's folder at once, and at the next start both are scanned.
-    UserDefaults onDisk(qEnvironmentVariable("XDG_CONFIG_HOME") +
-                        QStringLiteral("/com.ovrelin.Pairdeck/defaults.json"));
-    EXPECT_EQ(onDisk.valueForKey(QStringLiteral("PairdeckRightDefaultDirectory")),
-              platform::DefaultsValue(file("sub")));
+    // What is on disk: the right deck's folder at once, the left one's when the store saves itself;
+    // at the next start both are scanned.
+    const auto onDisk = [](const char* key) {
+        return UserDefaults(qEnvironmentVariable("XDG_CONFIG_HOME") +
+                            QStringLiteral("/com.ovrelin.Pairdeck/defaults.json"))
+            .valueForKey(QLatin1String(key));
+    };
+    EXPECT_EQ(onDisk("PairdeckLeftDefaultDirectory"), std::nullopt);
+    choose(file("sub"), [this] { right.manager.changeDefaultDirectory(); });
+    EXPECT_EQ(onDisk("PairdeckRightDefaultDirectory"), platform::DefaultsValue(file("sub")));
     left.manager.awakeFromNib();
     EXPECT_EQ(left.names(), QStringList{QStringLiteral("Red")});
 }

@@ -58,6 +58,9 @@ TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
     runFor(20);
     ASSERT_EQ(art.subviews().size(), 1);
     EXPECT_TRUE(art.firstSubview()->size().isEmpty());
+    EXPECT_EQ(art.animations()[QStringLiteral("subviews")].type, platform::Transition::Type::Fade);
+    EXPECT_EQ(art.trackingArea().rect, QRectF(0, 0, 100, 100));
+    EXPECT_EQ(art.trackingArea().options, 0x81U);
 
     hover(art, QEvent::HoverMove, {50, 50});
     EXPECT_EQ(art.firstSubview(), controls);

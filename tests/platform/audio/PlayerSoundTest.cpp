@@ -1,6 +1,5 @@
 #include "platform/audio/AudioEngine.h"
 #include "platform/audio/AudioPlayer.h"
-#include "tests/platform/audio/Listener.h"
 #include "tests/platform/audio/Signals.h"
 #include "tests/platform/audio/Songs.h"
 #include "tests/platform/audio/SoundServer.h"
@@ -31,39 +30,10 @@ std::vector<float> channelOf(const std::vector<float>& samples, size_t channels,
     return stereo;
 }
 
-float peak(const std::vector<float>& samples) {
-    float highest = 0;
-    for (const float sample : samples)
-        highest = std::max(highest, std::abs(sample));
-    return highest;
-}
-
 /// The tone within the last second.
 Tone toneIn(const std::vector<float>& stereo, double frequency, int rate) {
     const size_t window = std::min(stereo.size(), 2 * static_cast<size_t>(rate));
     return fitTone(std::span(stereo).last(window), frequency, rate);
-}
-
-TEST(PlayerSound, APlayerOnOneSideIsSilentOnTheOther) {
-    SoundServer server;
-    server.start();
-    for (const float pan : {1.0F, -1.0F}) {
-        Listener listener;
-        const auto player = AudioPlayer::initWithData(
-            encodedSong(1, QStringLiteral("-b:a 192k"), QStringLiteral("mp3")));
-        ASSERT_TRUE(player);
-        player->setDelegate(&listener);
-        player->setPan(pan);
-        server.startRecording();
-        player->play();
-        EXPECT_TRUE(runEventsUntil([&] { return listener.ended; }, 5));
-        runEvents(0.2);
-        const auto heard = server.stopRecording();
-        EXPECT_EQ(peak(channelOf(heard, 2, pan > 0 ? 0 : 1)), 0);
-        EXPECT_GT(peak(channelOf(heard, 2, pan > 0 ? 1 : 0)), 0.2);
-        EXPECT_TRUE(listener.decoded);
-        EXPECT_EQ(player->currentTime(), player->duration());
-    }
 }
 
 TEST(PlayerSound, EverySinkKeepsPitchAndSides) {

@@ -1,11 +1,10 @@
 #include "tests/platform/audio/Songs.h"
 
-#include "platform/audio/FfmpegPointers.h"
-#include "platform/audio/MemoryReader.h"
-
 #include <QByteArrayList>
+#include <QDataStream>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QtEndian>
 
 #include <spawn.h>
@@ -13,6 +12,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 
 namespace platform::audio {
 
@@ -67,90 +67,34 @@ QByteArray encodedSong(double seconds, const QString& options, const QString& su
 
 QByteArray waveFile(const std::vector<float>& stereo, int rate) {
     QByteArray bytes;
-    const auto number = [&](uint32_t value, int size) {
-        const uint32_t little = qToLittleEndian(value);
-        bytes.append(reinterpret_cast<const char*>(&little), size);
-    };
-    const auto size = static_cast<uint32_t>(stereo.size() * sizeof(float));
-    constexpr uint32_t ieeeFloat = 3;
-    bytes += "RIFF";
-    number(36 + size, 4);
-    bytes += "WAVEfmt ";
-    number(16, 4);
-    number(ieeeFloat, 2);
-    number(2, 2);
-    number(static_cast<uint32_t>(rate), 4);
-    number(static_cast<uint32_t>(rate) * 8, 4);
-    number(8, 2);
-    number(32, 2);
-    bytes += "data";
-    number(size, 4);
-    bytes.append(reinterpret_cast<const char*>(stereo.data()), size);
-    return bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setByteOrder(QDataStream::LittleEndian);
+    const auto size = static_cast<quint32>(stereo.size() * sizeof(float));
+    constexpr quint16 ieeeFloat = 3;
+    out.writeRawData("RIFF", 4);
+    out << 36 + size;
+    out.writeRawData("WAVEfmt ", 8);
+    out << quint32{16} << ieeeFloat << quint16{2} << rate << 8 * rate << quint16{8} << quint16{32};
+    out.writeRawData("data", 4);
+    out << size;
+    return bytes.append(reinterpret_cast<const char*>(stereo.data()), size);
 }
-
-namespace {
-
-void append(Reference& reference, const AVFrame& frame) {
-    const int channels = frame.ch_layout.nb_channels;
-    reference.channels = channels;
-    reference.rate = frame.sample_rate;
-    for (int i = 0; i < frame.nb_samples; ++i) {
-        for (int c = 0; c < channels; ++c) {
-            const uint8_t* plane = frame.extended_data[c];
-            switch (frame.format) {
-                case AV_SAMPLE_FMT_FLTP:
-                    reference.samples.push_back(reinterpret_cast<const float*>(plane)[i]);
-                    break;
-                case AV_SAMPLE_FMT_S16P: {
-                    const auto sample = reinterpret_cast<const int16_t*>(plane)[i];
-                    reference.samples.push_back(static_cast<float>(sample) / 32768.0F);
-                    break;
-                }
-                case AV_SAMPLE_FMT_S32P: {
-                    const auto sample = reinterpret_cast<const int32_t*>(plane)[i];
-                    reference.samples.push_back(static_cast<float>(sample / 2147483648.0));
-                    break;
-                }
-                default:
-                    std::abort();
-            }
-        }
-    }
-}
-
-}  // namespace
 
 Reference wholeFileDecode(const QByteArray& bytes) {
-    MemoryReader reader(bytes);
-    AVFormatContext* opened = avformat_alloc_context();
-    opened->pb = reader.context();
-    if (avformat_open_input(&opened, nullptr, nullptr, nullptr) != 0) std::abort();
-    const FormatContextPointer container(opened);
-    if (avformat_find_stream_info(opened, nullptr) < 0) std::abort();
-    const int index = av_find_best_stream(opened, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-    const AVCodecParameters& parameters = *opened->streams[index]->codecpar;
-    const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
-    const CodecContextPointer context(avcodec_alloc_context3(codec));
-    avcodec_parameters_to_context(context.get(), &parameters);
-    context->pkt_timebase = opened->streams[index]->time_base;
-    if (avcodec_open2(context.get(), codec, nullptr) != 0) std::abort();
-    const PacketPointer packet(av_packet_alloc());
-    const FramePointer frame(av_frame_alloc());
+    QTemporaryFile song;
+    if (!song.open() || song.write(bytes) != bytes.size() || !song.flush()) std::abort();
+    const QByteArray wave =
+        encodedBy({QStringLiteral("ffmpeg"), QStringLiteral("-v"), QStringLiteral("error"),
+                   QStringLiteral("-i"), song.fileName(), QStringLiteral("-c:a"),
+                   QStringLiteral("pcm_f32le"), QStringLiteral("OUT")},
+                  QStringLiteral("wav"));
     Reference reference;
-    const auto receive = [&] {
-        while (avcodec_receive_frame(context.get(), frame.get()) == 0)
-            append(reference, *frame);
-    };
-    while (av_read_frame(opened, packet.get()) == 0) {
-        if (packet->stream_index == index) {
-            avcodec_send_packet(context.get(), packet.get());
-            receive();
-        }
-        av_packet_unref(packet.get());
-    }
-    avcodec_send_packet(context.get(), nullptr);
-    receive();
+    reference.channels = qFromLittleEndian<quint16>(wave.constData() + 22);
+    reference.rate = qFromLittleEndian<qint32>(wave.constData() + 24);
+    const QByteArray data = wave.sliced(wave.indexOf("data", 36) + 8);
+    reference.samples.resize(static_cast<size_t>(data.size()) / sizeof(float));
+    std::memcpy(reference.samples.data(), data.constData(),
+                reference.samples.size() * sizeof(float));
     return reference;
 }
 

@@ -22,7 +22,7 @@ QString songSource(double seconds, int rate = 44100, int channels = 2);
 /// Stereo samples as they are, in a WAV file of 32-bit floats.
 QByteArray waveFile(const std::vector<float>& stereo, int rate);
 
-/// A file's whole decode by the library's own demuxer and decoder, as interleaved samples.
+/// A file's whole decode by ffmpeg, as interleaved samples.
 struct Reference {
     std::vector<float> samples;
     int channels = 0;

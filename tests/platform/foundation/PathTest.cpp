@@ -1,9 +1,6 @@
 #include "platform/foundation/Path.h"
 
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace platform {
 namespace {
@@ -35,16 +32,6 @@ TEST(Path, LastComponent) {
     EXPECT_EQ(lastPathComponent(QStringLiteral("Song.mp3")), QStringLiteral("Song.mp3"));
     EXPECT_EQ(lastPathComponent(QStringLiteral("///")), QStringLiteral("/"));
     EXPECT_EQ(lastPathComponent(QString()), QString());
-}
-
-TEST(Path, OnlyRegularFilesAreRead) {
-    const QTemporaryDir folder;
-    const QString fifo = folder.filePath(QStringLiteral("a.mp3"));
-    ASSERT_EQ(::mkfifo(fileSystemRepresentation(fifo).constData(), 0600), 0);
-    EXPECT_FALSE(dataWithContentsOfFile(fifo));
-    EXPECT_FALSE(dataWithContentsOfFile(folder.path()));
-    EXPECT_FALSE(dataWithContentsOfFile(folder.filePath(QStringLiteral("gone"))));
-    EXPECT_FALSE(dataWithContentsOfFile(QStringLiteral("/dev/zero")));
 }
 
 }  // namespace

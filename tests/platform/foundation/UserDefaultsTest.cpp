@@ -1,4 +1,3 @@
-#include "platform/foundation/Bundle.h"
 #include "platform/foundation/UserDefaults.h"
 #include "tests/platform/foundation/TestFiles.h"
 
@@ -10,19 +9,14 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sched.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
-#include <filesystem>
 #include <functional>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -197,69 +191,6 @@ TEST_F(UserDefaultsTest, DamagedFilesCountAsEmptyAndAreAllKept) {
     EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(1)));
 }
 
-TEST_F(UserDefaultsTest, AKillAtAnyMomentLeavesTheLastSavedOrTheNextValue) {
-    std::mt19937 random(std::random_device{}());
-    const QString padding(50'000, u'x');  // makes a half written file likely to be met
-    for (int round = 0; round < 25; ++round) {
-        int saved[2] = {};
-        ASSERT_EQ(::pipe(saved), 0);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            UserDefaults defaults(file);
-            for (std::int32_t count = 1;; ++count) {
-                defaults.setValueForKey(count, kKey);
-                defaults.setValueForKey(QString::number(count) + padding, kOther);
-                if (!defaults.synchronize()) ::_exit(1);
-                if (::write(saved[1], &count, sizeof count) < 0) ::_exit(1);
-            }
-        }
-        ::close(saved[1]);
-        std::int32_t lastSaved = 0;
-        ASSERT_EQ(::read(saved[0], &lastSaved, sizeof lastSaved), ssize_t{sizeof lastSaved});
-        ::usleep(std::uniform_int_distribution<useconds_t>(0, 20'000)(random));
-        ::kill(child, SIGKILL);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status)) << "the writer gave up by itself";
-        while (::read(saved[0], &lastSaved, sizeof lastSaved) > 0) {
-        }
-        ::close(saved[0]);
-
-        const UserDefaults defaults(file);
-        ASSERT_TRUE(defaults.valueForKey(kKey)) << "round " << round;
-        const std::int32_t found = std::get<std::int32_t>(*defaults.valueForKey(kKey));
-        EXPECT_TRUE(found == lastSaved || found == lastSaved + 1) << found << " " << lastSaved;
-        EXPECT_THAT(defaults.valueForKey(kOther),
-                    Optional(DefaultsValue(QString::number(found) + padding)));
-    }
-    EXPECT_LE(entries().size(), 2) << qPrintable(entries().join(u' '));
-}
-
-TEST_F(UserDefaultsTest, AFullDiskLeavesTheOldFileAndTheChangeWaits) {
-    UserDefaults defaults(file);
-    defaults.setValueForKey(text("old"), kKey);
-    ASSERT_TRUE(defaults.synchronize());
-    const QByteArray old = content();
-
-    rlimit limit = {};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit full = {.rlim_cur = 100, .rlim_max = limit.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    ::setrlimit(RLIMIT_FSIZE, &full);
-    defaults.setValueForKey(QString(10'000, u'n'), kKey);
-    const bool saved = defaults.synchronize();
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, handler);
-
-    EXPECT_FALSE(saved);
-    EXPECT_EQ(content(), old);
-    EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json")));
-    EXPECT_THAT(defaults.valueForKey(kKey), Optional(DefaultsValue(QString(10'000, u'n'))));
-    EXPECT_TRUE(defaults.synchronize());
-    EXPECT_THAT(UserDefaults(file).valueForKey(kKey),
-                Optional(DefaultsValue(QString(10'000, u'n'))));
-}
-
 TEST_F(UserDefaultsTest, AChangeIsOnDiskBeforeSynchronizeReturns) {
     UserDefaults defaults(file);
     const auto changed = [&](std::int32_t value, const char* failing) {
@@ -275,6 +206,7 @@ TEST_F(UserDefaultsTest, AChangeIsOnDiskBeforeSynchronizeReturns) {
     for (const char* failing : {"flush file", "rename"}) {
         EXPECT_FALSE(changed(2, failing)) << failing;
         EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(1))) << failing;
+        EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json"))) << failing;
     }
     EXPECT_FALSE(changed(3, "flush folder")) << "it may not be there after a power cut";
     diskCalls = {};
@@ -351,45 +283,6 @@ TEST_F(UserDefaultsTest, TwoProcessesKeepEachOthersValues) {
     EXPECT_EQ(content(), others);
     EXPECT_TRUE(ours.synchronize());
     EXPECT_THAT(UserDefaults(file).valueForKey(kOther), Optional(DefaultsValue(4)));
-}
-
-TEST_F(UserDefaultsTest, ProcessesSavingAtOnceLoseNothingAndNeverShowHalfAFile) {
-    constexpr std::int32_t kLast = 100;
-    const QString keys[] = {kKey, kOther};
-    for (const QString& key : keys) {
-        if (::fork() != 0) continue;
-        UserDefaults defaults(file);
-        for (std::int32_t count = 1; count <= kLast; ++count) {
-            defaults.setValueForKey(count, key);
-            while (!defaults.synchronize())
-                ::sched_yield();
-        }
-        ::_exit(0);
-    }
-    for (int running = 2; running > 0;) {
-        const std::optional<QByteArray> seen = dataWithContentsOfFile(file);
-        EXPECT_TRUE(!seen || QJsonDocument::fromJson(*seen).isObject()) << seen->constData();
-        if (::waitpid(-1, nullptr, WNOHANG) > 0) --running;
-    }
-    for (const QString& key : keys)
-        EXPECT_THAT(UserDefaults(file).valueForKey(key), Optional(DefaultsValue(kLast)));
-    EXPECT_EQ(entries(), QStringList(QStringLiteral("defaults.json")));
-}
-
-TEST_F(UserDefaultsTest, TheStandardFileStandsInTheFolderOfTheBundle) {
-    EXPECT_EQ(Bundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleVersion")),
-              QStringLiteral("7"));
-    EXPECT_EQ(Bundle::mainBundle().objectForInfoDictionaryKey(kKey), std::nullopt);
-    const QByteArray configuration = QFile::encodeName(folder.path()) + "/conf\xE9";
-    const QByteArray expected = configuration + "/org.example.FoundationTest/defaults.json";
-    qputenv("XDG_CONFIG_HOME", configuration);
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    defaults.setValueForKey(true, kKey);
-    ASSERT_TRUE(defaults.synchronize());
-    struct stat status = {};
-    EXPECT_EQ(::stat(expected.constData(), &status), 0);
-    // The folder of the test does not find its own names when they are no valid UTF-8.
-    std::filesystem::remove_all(configuration.constData());
 }
 
 }  // namespace

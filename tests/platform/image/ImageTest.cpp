@@ -7,6 +7,7 @@
 #include <QImageWriter>
 #include <QPainter>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QtEndian>
 
 #include <gtest/gtest.h>
@@ -108,9 +109,9 @@ TEST(Image, SurvivesDamage) {
 }
 
 TEST(Image, RefusesDeclaredSizesBeyondItsLimits) {
-    EXPECT_TRUE(isDecodableSize({16384, 16384}, 4));
-    EXPECT_FALSE(isDecodableSize({16384, 16385}, 4));
-    EXPECT_FALSE(isDecodableSize({16384, 16384}, 8));
+    EXPECT_TRUE(isDecodableSize({16384, 8192}, 4));
+    EXPECT_FALSE(isDecodableSize({16384, 8193}, 4));
+    EXPECT_FALSE(isDecodableSize({16384, 8192}, 8));
     EXPECT_FALSE(isDecodableSize({0, 5}, 4));
 
     QByteArray jpeg = encoded(flat({16, 16}, Qt::red), "jpg");
@@ -188,6 +189,15 @@ TEST(Image, InksBecomeColours) {
     const QByteArray data = cmykJpeg({255, 0, 128, 51});
     ASSERT_TRUE(data.contains("Adobe"));
     expectNear(Image::initWithData(data).bitmap().pixel(8, 8), qRgb(51, 0, 26), 3);
+}
+
+TEST(Image, DrawingsAreReadFromFilesAlone) {
+    const QByteArray drawing =
+        "<svg xmlns='http://www.w3.org/2000/svg' width='30' height='20'><rect/></svg>";
+    EXPECT_TRUE(Image::initWithData(drawing).isNull());
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open() && file.write(drawing) > 0 && file.flush());
+    EXPECT_EQ(Image::initWithContentsOfURL(file.fileName()).size(), QSizeF(30, 20));
 }
 
 TEST(Image, AReferencedFileIsReadWhenItIsAskedFor) {

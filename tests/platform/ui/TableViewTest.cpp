@@ -1,8 +1,6 @@
-#include "platform/ui/Controller.h"
 #include "platform/ui/TableView.h"
 
 #include <QApplication>
-#include <QKeyEvent>
 #include <QScrollBar>
 
 #include <gtest/gtest.h>
@@ -20,16 +18,6 @@ class Source final : public TableViewDataSource {
     }
     std::int64_t rows = 0;
     int asked = 0;
-};
-
-class Player : public Controller {
-  public:
-    Player() {
-        action(QStringLiteral("play"), [this](Control* sender) {
-            played << dynamic_cast<TableView*>(sender)->selectedRow();
-        });
-    }
-    QList<std::int64_t> played;
 };
 
 class Table : public testing::Test {
@@ -69,22 +57,6 @@ TEST_F(Table, SelectionAndScrollPositionOutliveAReload) {
     source.rows = 0;
     table.reloadData();
     EXPECT_EQ(table.selectedRow(), -1);
-}
-
-TEST_F(Table, ReturnPlaysTheSelectedRow) {
-    Player player;
-    table.setTarget(&player);
-    table.setDoubleAction(QStringLiteral("play"));
-    const auto pressReturn = [this] {
-        QKeyEvent event(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
-        QApplication::sendEvent(&table, &event);
-    };
-    table.clearSelection();
-    pressReturn();
-    EXPECT_TRUE(player.played.isEmpty());
-    table.selectRow(7);
-    pressReturn();
-    EXPECT_EQ(player.played, QList<std::int64_t>{7});
 }
 
 }  // namespace

@@ -50,12 +50,6 @@ TEST(TextCell, WrapsWithinItsViewAndEndsCleanly) {
     EXPECT_EQ(inkedRows(label).first, -1);
 }
 
-TEST(TextCell, AnUnpairedSurrogateIsShownAsReplacement) {
-    TextField label;
-    label.setStringValue(QStringLiteral("caf") + QChar(0xDCE9));
-    EXPECT_EQ(label.stringValue(), QStringLiteral("caf\uFFFD"));
-}
-
 TEST(NamedFont, KeepsItsWeightInTheStandIn) {
     const QFont thin = fontWithNameSize(QStringLiteral("Helvetica Neue Thin"), 18.0);
     EXPECT_EQ(thin.weight(), QFont::Thin);

@@ -1,0 +1,43 @@
+#include "bench/app/RunningProgram.h"
+
+#include <chrono>
+#include <fstream>
+
+namespace bench {
+
+RunningProgram::RunningProgram(const QString& executable, const QStringList& arguments)
+    : began_(
+          std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count()) {
+    process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process_.start(executable, arguments);
+}
+
+RunningProgram::~RunningProgram() {
+    end();
+}
+
+RunningProgram::Memory RunningProgram::memory() const {
+    Memory memory{};
+    std::ifstream rollup("/proc/" + std::to_string(process_.processId()) + "/smaps_rollup");
+    for (std::string word; rollup >> word;) {
+        double kibibytes = 0;
+        if (word == "Rss:" && rollup >> kibibytes) memory.resident = kibibytes * 1024e-6;
+        if (word == "Pss:" && rollup >> kibibytes) memory.proportional = kibibytes * 1024e-6;
+    }
+    return memory;
+}
+
+std::map<std::string, std::int64_t> RunningProgram::end() {
+    std::map<std::string, std::int64_t> numbers;
+    if (process_.state() == QProcess::NotRunning) return numbers;
+    process_.terminate();
+    if (!process_.waitForFinished(10'000)) process_.kill();
+    process_.waitForFinished();
+    for (const QByteArray& line : process_.readAllStandardOutput().split('\n')) {
+        const QList<QByteArray> words = line.split(' ');
+        if (words.size() == 2) numbers[words[0].toStdString()] = words[1].toLongLong();
+    }
+    return numbers;
+}
+
+}  // namespace bench
