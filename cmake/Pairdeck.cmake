@@ -33,6 +33,11 @@ if(PAIRDECK_SANITIZE)
   target_compile_definitions(pairdeck_options INTERFACE QT_FORCE_ASSERTS _GLIBCXX_ASSERTIONS)
   target_link_options(pairdeck_options INTERFACE -fsanitize=${PAIRDECK_SANITIZE})
 endif()
+if(PAIRDECK_COVERAGE)
+  # Threads count the same lines, and a process that forked writes where others do.
+  target_compile_options(pairdeck_options INTERFACE --coverage -O1 -fprofile-update=atomic)
+  target_link_options(pairdeck_options INTERFACE --coverage)
+endif()
 
 # pairdeck_room(name SOURCES ... LINKS ... PRIVATE_LINKS ...): one room of the house.
 function(pairdeck_room name)

@@ -9,8 +9,8 @@ struct xcb_connection_t;
 namespace bench {
 
 /// Sees what a person before the screen sees: the pixels of the root window with all that the
-/// compositor lays over it. It looks at every 100th line, which no window as tall as ours slips through,
-/// some eight hundred times a second, which costs the X server next to nothing.
+/// compositor lays over it. It looks at every 100th line, which no window as tall as ours slips
+/// through, some eight hundred times a second, which costs the X server next to nothing.
 class ScreenWatch {
   public:
     /// Of the display that the environment names.

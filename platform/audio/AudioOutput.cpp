@@ -1,6 +1,7 @@
 #include "platform/audio/AudioOutput.h"
 
 #include "platform/audio/ThreadPriority.h"
+#include "platform/audio/ThreadStart.h"
 
 #include <algorithm>
 
@@ -42,7 +43,7 @@ void AudioOutput::wake() {
     {
         const std::lock_guard lock(mutex_);
         woken_ = true;
-        if (!thread_.joinable()) thread_ = std::thread(&AudioOutput::run, this);
+        startIfNeeded(thread_, [this] { run(); });
     }
     condition_.notify_one();
 }

@@ -1,5 +1,7 @@
 #include "platform/audio/DecodeWorker.h"
 
+#include "platform/audio/ThreadStart.h"
+
 #include <algorithm>
 
 namespace platform::audio {
@@ -23,7 +25,7 @@ void DecodeWorker::add(std::shared_ptr<Voice> voice, std::shared_ptr<const Track
         voices_.push_back(voice);
         arrivals_.push_back({std::move(voice), std::move(track), request});
         woken_ = true;
-        if (!thread_.joinable()) thread_ = std::thread(&DecodeWorker::run, this);
+        startIfNeeded(thread_, [this] { run(); });
     }
     condition_.notify_one();
 }
@@ -33,6 +35,7 @@ void DecodeWorker::request(const Voice& voice, const FeedRequest& request) {
         const std::lock_guard lock(mutex_);
         requests_.emplace_back(&voice, request);
         woken_ = true;
+        startIfNeeded(thread_, [this] { run(); });
     }
     condition_.notify_one();
 }

@@ -6,9 +6,9 @@
 
 namespace platform {
 
-/// Pictures that would be larger than this when decoded are refused: 512 MiB, 134 million pixels.
-/// Changing their format may take as much again for a moment.
-constexpr qint64 kMaxDecodedBytes = qint64{1} << 29;
+/// Pictures that would be larger than this when decoded are refused: 1 GiB, 2^28 pixels. Changing
+/// their format may take as much again for a moment.
+constexpr qint64 kMaxDecodedBytes = qint64{1} << 30;
 
 /// Whether a picture of `size` pixels of `bytesPerPixel` may be decoded.
 bool isDecodableSize(QSize size, qint64 bytesPerPixel);

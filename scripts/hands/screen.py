@@ -150,9 +150,11 @@ class Control:
         table = self.accessible.get_table_iface()
         cell = Control(table.get_accessible_at(number, 0))
         _, top, _, height = self.rectangle
+        bottom = top + height
+        top += Control(table.get_column_header(0)).rectangle[3]
         for _ in range(200):
             middle = cell.point()[1]
-            if top < middle < top + height and cell.showing:
+            if top < middle < bottom and cell.showing:
                 break
             hand("mousemove", *self.point(), "click", 4 if middle < top else 5)
         return cell

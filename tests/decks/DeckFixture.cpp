@@ -1,7 +1,6 @@
 #include "tests/decks/DeckFixture.h"
 
 #include "decks/InterfaceClasses.h"
-#include "library/PDSourceManager.h"
 #include "platform/foundation/Path.h"
 #include "tests/platform/audio/Songs.h"
 
@@ -59,6 +58,11 @@ void DeckFixture::fillList(PDPlayerType side, const QStringList& paths) {
     for (const QString& path : paths)
         tracks.push_back(PDTrack::trackFromURL(path));
     deck(side).tableView->reloadData();
+}
+
+PDSourceManager& DeckFixture::library(PDPlayerType side) {
+    const QString name = QStringLiteral("PD%1SourceManager").arg(deck(side).name);
+    return dynamic_cast<PDSourceManager&>(*interface_->controller(name));
 }
 
 QString DeckFixture::loaded(PDPlayerType side) {

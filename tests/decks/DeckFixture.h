@@ -1,6 +1,7 @@
 #pragma once
 
 #include "decks/Pairdeck.h"
+#include "library/PDSourceManager.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/ui/InterfaceLoader.h"
 
@@ -30,6 +31,7 @@ class DeckFixture : public testing::Test {
 
     Pairdeck& decks() { return *pairdeck_; }
     const Deck& deck(PDPlayerType side) { return pairdeck_->deck(side); }
+    PDSourceManager& library(PDPlayerType side);
     /// The file name of what the deck has loaded.
     QString loaded(PDPlayerType side);
 

@@ -1,4 +1,3 @@
-#include "library/PDSourceManager.h"
 #include "platform/foundation/Path.h"
 #include "presentation/BlurredBackdrop.h"
 #include "tests/decks/DeckFixture.h"

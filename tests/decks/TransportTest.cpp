@@ -37,14 +37,12 @@ TEST_F(Transport, PlayAndPauseBySender) {
     decks().playTrackAtWithPlayer(makeSong(QStringLiteral("a.mp3"), 3.0), PDLeftPlayer);
     decks().playTrackAtWithPlayer(makeSong(QStringLiteral("b.mp3"), 3.0), PDRightPlayer);
     posts_ = 0;
-    deck(PDLeftPlayer).playPause->click();
-    EXPECT_FALSE(deck(PDLeftPlayer).isPlaying());
-    EXPECT_EQ(deck(PDLeftPlayer).playPause->state(), 0);
-    EXPECT_TRUE(deck(PDRightPlayer).isPlaying());
-    EXPECT_EQ(deck(PDRightPlayer).playPause->state(), 1);
-    deck(PDLeftPlayer).playPause->click();
-    EXPECT_TRUE(deck(PDLeftPlayer).isPlaying());
-    EXPECT_EQ(deck(PDLeftPlayer).playPause->state(), 1);
+    for (const bool playing : {false, true}) {
+        deck(PDLeftPlayer).playPause->click();
+        EXPECT_EQ(deck(PDLeftPlayer).isPlaying(), playing);
+        EXPECT_EQ(deck(PDLeftPlayer).playPause->state(), playing ? 1 : 0);
+        EXPECT_EQ(deck(PDRightPlayer).playPause->state(), 1);
+    }
     decks().playPauseTrackAt(deck(PDLeftPlayer).next);
     decks().playPauseTrackAt(nullptr);
     EXPECT_TRUE(deck(PDLeftPlayer).isPlaying());

@@ -1,5 +1,4 @@
 #include "desktop/DeckFiles.h"
-#include "library/PDSourceManager.h"
 #include "platform/foundation/Path.h"
 #include "tests/decks/DeckFixture.h"
 
@@ -17,11 +16,8 @@ class Files : public DeckFixture {
   protected:
     Files() {
         start();
-        const auto library = [this](const char* name) -> PDSourceManager& {
-            return dynamic_cast<PDSourceManager&>(*interface_->controller(QLatin1String(name)));
-        };
-        files_ = std::make_unique<DeckFiles>(decks(), library("PDLeftSourceManager"),
-                                             library("PDRightSourceManager"));
+        files_ =
+            std::make_unique<DeckFiles>(decks(), library(PDLeftPlayer), library(PDRightPlayer));
         song_ = makeSong(QStringLiteral("Song.MP3"), 1.0);
         text_ = folder_.filePath(QStringLiteral("notes.txt"));
         QFile(text_).open(QIODevice::WriteOnly);

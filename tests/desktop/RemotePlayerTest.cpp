@@ -1,7 +1,6 @@
 #include "desktop/DeckFiles.h"
 #include "desktop/MediaPlayerAdaptors.h"
 #include "desktop/RemotePlayer.h"
-#include "library/PDSourceManager.h"
 #include "tests/decks/DeckFixture.h"
 
 #include <QDBusConnectionInterface>
@@ -14,11 +13,8 @@ class Remote : public DeckFixture {
   protected:
     Remote() {
         start();
-        const auto library = [this](const char* name) -> PDSourceManager& {
-            return dynamic_cast<PDSourceManager&>(*interface_->controller(QLatin1String(name)));
-        };
-        files_ = std::make_unique<DeckFiles>(decks(), library("PDLeftSourceManager"),
-                                             library("PDRightSourceManager"));
+        files_ =
+            std::make_unique<DeckFiles>(decks(), library(PDLeftPlayer), library(PDRightPlayer));
         remote_ =
             std::make_unique<RemotePlayer>(deck(PDLeftPlayer), *files_, *interface_->mainWindow());
         player_ = remote_->findChild<PlayerAdaptor*>();

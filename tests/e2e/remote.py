@@ -7,15 +7,13 @@ starts. FOLDER receives a screenshot of each scene that fails.
 import os
 import signal
 import subprocess
-import sys
 import time
-import unittest
 
 from gi.repository import Gio
 
 import music
 from program import settings
-from scenes import EXECUTABLE, Evidence, Scene
+from scenes import EXECUTABLE, Scene, perform
 from screen import hand, wait_until
 
 
@@ -156,5 +154,4 @@ class Endings(Scene):
 
 
 if __name__ == "__main__":
-    runner = unittest.TextTestRunner(verbosity=2, resultclass=Evidence)
-    unittest.main(argv=[sys.argv[0], *sys.argv[3:]], testRunner=runner)
+    perform()

@@ -384,6 +384,11 @@ class Evidence(unittest.TextTestResult):
             self.stream.writeln(f"\n{screen.outline()}")
 
 
-if __name__ == "__main__":
+def perform():
+    """Plays every scene of the module that was started."""
     runner = unittest.TextTestRunner(verbosity=2, resultclass=Evidence)
     unittest.main(argv=[sys.argv[0], *sys.argv[3:]], testRunner=runner)
+
+
+if __name__ == "__main__":
+    perform()

@@ -6,10 +6,8 @@ starts. FOLDER receives a screenshot of each scene that fails.
 """
 
 import collections
-import sys
-import unittest
 
-from scenes import Evidence, Scene
+from scenes import Scene, perform
 from screen import Control, press, wait_until
 
 # What only groups other things needs no name of its own; the toolkit's table corner is a panel.
@@ -72,5 +70,4 @@ class Speech(Scene):
 
 
 if __name__ == "__main__":
-    runner = unittest.TextTestRunner(verbosity=2, resultclass=Evidence)
-    unittest.main(argv=[sys.argv[0], *sys.argv[3:]], testRunner=runner)
+    perform()
