@@ -5,7 +5,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
-#include <QtEndian>
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -88,9 +87,13 @@ Reference wholeFileDecode(const QByteArray& bytes) {
                    QStringLiteral("-i"), song.fileName(), QStringLiteral("-c:a"),
                    QStringLiteral("pcm_f32le"), QStringLiteral("OUT")},
                   QStringLiteral("wav"));
-    Reference reference;
-    reference.channels = qFromLittleEndian<quint16>(wave.constData() + 22);
-    reference.rate = qFromLittleEndian<qint32>(wave.constData() + 24);
+    QDataStream header(wave);
+    header.setByteOrder(QDataStream::LittleEndian);
+    header.skipRawData(22);
+    quint16 channels = 0;
+    qint32 rate = 0;
+    header >> channels >> rate;
+    Reference reference = {{}, channels, rate};
     const QByteArray data = wave.sliced(wave.indexOf("data", 36) + 8);
     reference.samples.resize(static_cast<size_t>(data.size()) / sizeof(float));
     std::memcpy(reference.samples.data(), data.constData(),
