@@ -30,7 +30,7 @@ void readProfile(const QByteArray& profile) {
 }
 
 void decodeAndBlur(const QByteArray& data) {
-    const QImage image = platform::decodedImage(data);
+    const QImage image = platform::decodedImage(data, platform::Drawings::Decoded);
     if (image.isNull()) return;
     if (image.format() != QImage::Format_RGBA8888_Premultiplied) std::abort();
     QImage blurred;
