@@ -145,21 +145,20 @@ void raceOnColdCache(const QString& folder) {
     print("library.minimal_10k.cold_ms", elapsedMs([&] { readMinimal(pathsIn(folder)); }), "ms");
 }
 
-double residentBytes() {
-    ::malloc_trim(0);
-    long total = 0;
-    long resident = 0;
-    std::ifstream("/proc/self/statm") >> total >> resident;
-    return static_cast<double>(resident * ::sysconf(_SC_PAGESIZE));
+// What the heap has given out, its own bookkeeping included: unlike resident memory it tells
+// nothing of what came before.
+double allocatedBytes() {
+    const struct mallinfo2 heap = ::mallinfo2();
+    return static_cast<double>(heap.uordblks + heap.hblkhd);
 }
 
 double bytesPerTrack(const QString& folder) {
     Deck deck;
     deck.scan(folder);
     const auto count = static_cast<double>(PDLeftSourceManager::trackArray().size());
-    const double full = residentBytes();
+    const double full = allocatedBytes();
     deck.scan(QString());
-    return (full - residentBytes()) / count;
+    return (full - allocatedBytes()) / count;
 }
 
 // What a scan, a search and a track cost as libraries grow. The largest takes minutes to make.
