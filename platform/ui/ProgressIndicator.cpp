@@ -24,12 +24,15 @@ int ProgressIndicator::filledPixels() const {
 
 void ProgressIndicator::displayIfNeeded() {
     // A redraw costs ten times what reading a file's tags does: a scan of thousands of files must
-    // not pay it more often than the bar visibly moves.
-    if (isVisible() && filledPixels() != drawnPixels_) repaint();
+    // not pay it more often than the bar visibly moves and the screen shows anything new.
+    constexpr qint64 frameMilliseconds = 16;
+    if (!isVisible() || filledPixels() == drawnPixels_) return;
+    if (!sinceDrawing_.isValid() || sinceDrawing_.elapsed() >= frameMilliseconds) repaint();
 }
 
 void ProgressIndicator::paintEvent(QPaintEvent*) {
     drawnPixels_ = filledPixels();
+    sinceDrawing_.start();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QWidget>
 
 namespace platform {
@@ -18,7 +19,8 @@ class ProgressIndicator : public QWidget {
     void setDoubleValue(double value) { value_ = value; }
     double doubleValue() const { return value_; }
 
-    /// Redraws at once, without the event loop, if what shows has changed since the last drawing.
+    /// Redraws at once, without the event loop, if what shows has changed since the last drawing
+    /// and that is a frame of the screen ago.
     void displayIfNeeded();
 
     QSize sizeHint() const override { return {120, 4}; }
@@ -33,6 +35,7 @@ class ProgressIndicator : public QWidget {
     double maxValue_ = 1.0;
     double value_ = 0.0;
     int drawnPixels_ = -1;
+    QElapsedTimer sinceDrawing_;
 };
 
 }  // namespace platform

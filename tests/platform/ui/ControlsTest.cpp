@@ -8,8 +8,11 @@
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <utility>
 
 namespace platform {
 namespace {
@@ -132,7 +135,7 @@ TEST(Search, ActsAfterTheLastKeyAndAtOnceOnReturnAndClearing) {
     EXPECT_EQ(counter.count, 3);
 }
 
-TEST(Progress, IsDrawnAtOnceAndOnlyWhenItShows) {
+TEST(Progress, IsDrawnAtOnceAndNoOftenerThanItShows) {
     class Bar : public ProgressIndicator {
       public:
         int drawings = 0;
@@ -146,17 +149,25 @@ TEST(Progress, IsDrawnAtOnceAndOnlyWhenItShows) {
     bar.show();
     QApplication::processEvents();
     bar.setMaxValue(10'000.0);
-    bar.drawings = 0;
-    for (int i = 0; i < 10'000; ++i) {
-        bar.setDoubleValue(i);
+    const auto show = [&](double value) {
+        bar.setDoubleValue(value);
         bar.displayIfNeeded();
-    }
-    EXPECT_GE(bar.drawings, 99);
-    EXPECT_LE(bar.drawings, 101);
+        return std::exchange(bar.drawings, 0);
+    };
+    show(0);
+    QThread::msleep(20);
+    EXPECT_EQ(show(5'000), 1);
+    QThread::msleep(20);
+    EXPECT_EQ(show(5'001), 0);
+    QElapsedTimer passed;
+    passed.start();
+    int drawings = 0;
+    for (int i = 0; i < 10'000; ++i)
+        drawings += show(i);
+    EXPECT_LE(drawings, 1 + passed.elapsed() / 16);
     bar.setHidden(true);
-    bar.setDoubleValue(0.0);
-    bar.displayIfNeeded();
-    EXPECT_LE(bar.drawings, 101);
+    QThread::msleep(20);
+    EXPECT_EQ(show(0), 0);
 }
 
 }  // namespace
