@@ -26,6 +26,6 @@ std::int64_t storedRepeatState(const Deck& deck) {
     const auto state =
         platform::UserDefaults::standardUserDefaults().valueOfTypeForKey<std::int32_t>(
             deck.repeatKey());
-    const bool isKnown = state == PDRepeatAll || state == PDRepeatOne;
-    return isKnown ? *state : std::int64_t{PDRepeatOff};
+    const std::int64_t known = state.value_or(PDRepeatOff);
+    return known == PDRepeatAll || known == PDRepeatOne ? known : std::int64_t{PDRepeatOff};
 }

@@ -27,7 +27,7 @@ Container containerOf(QByteArrayView bytes) {
 
 /// Bounds what a stranger's container may be taken for.
 constexpr const char* probedFormats = "aac,aiff,caf,flac,mov,mp3,ogg,wav";
-constexpr int64_t probeSize = 256 * 1024;
+constexpr int64_t probeSize = int64_t{256} << 10;
 
 FormatContextPointer openContainer(MemoryReader& reader, const char* format) {
     AVFormatContext* context = avformat_alloc_context();

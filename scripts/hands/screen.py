@@ -137,13 +137,16 @@ class Control:
         hand("mouseup", 1)
 
     def rows(self):
-        """A table's rows as lists of their cells' texts, from the first row to the last."""
+        """A table's rows as lists of their cells' texts, from the first row to the last; None for
+        the text of a cell that went while the others were read."""
         table = self.accessible.get_table_iface()
         columns = range(table.get_n_columns())
-        return [
-            [table.get_accessible_at(row, column).get_name() for column in columns]
-            for row in range(table.get_n_rows())
-        ]
+
+        def text(row, column):
+            cell = table.get_accessible_at(row, column)
+            return cell and cell.get_name()
+
+        return [[text(row, column) for column in columns] for row in range(table.get_n_rows())]
 
     def row(self, number):
         """The first cell of a table's row, scrolled to where the pointer can reach it."""
