@@ -61,7 +61,6 @@ set(CPACK_PACKAGE_NAME pairdeck)
 set(CPACK_PACKAGE_VENDOR "the Pairdeck authors")
 set(CPACK_PACKAGE_CONTACT "Pairdeck maintainers <maintainers@ovrelin.com>")
 set(CPACK_STRIP_FILES ON)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "desktop music player with two independent decks")
 # The description's lines carry no indent; the generator gives them Debian's.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
