@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 
 namespace bench {
 
@@ -38,6 +39,14 @@ void print(const std::string& name, double value, const char* unit) {
     if (!isWanted(name)) return;
     std::printf("%s %.4g %s\n", name.c_str(), value, unit);
     std::fflush(stdout);
+}
+
+double ownStatus(const std::string& field) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(field + ":")) return std::stod(line.substr(field.size() + 1));
+    }
+    return 0;
 }
 
 double median(std::vector<double> values) {

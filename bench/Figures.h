@@ -24,6 +24,13 @@ bool isAnyWanted(const std::string& start);
 /// Prints the line "name value unit", to four digits, if the figure is asked for.
 void print(const std::string& name, double value, const char* unit);
 
+/// The number behind `field` in this process's /proc/self/status (proc(5)); 0 where there is none.
+double ownStatus(const std::string& field);
+/// Memory that this process has resident, in MB.
+inline double residentMegabytes() {
+    return ownStatus("VmRSS") * 1024e-6;
+}
+
 /// The time that `work` takes, in milliseconds.
 template <typename Work>
 double elapsedMs(const Work& work) {

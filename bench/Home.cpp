@@ -16,16 +16,12 @@
 
 namespace bench {
 
-namespace {
-
-void write(const QString& path, const QByteArray& content) {
+void writeFile(const QString& path, const QByteArray& content) {
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
         std::fprintf(stderr, "%s could not be written\n", qPrintable(path));
 }
-
-}  // namespace
 
 void enterSession(char** argv) {
     if (!qEnvironmentVariableIsEmpty("PAIRDECK_SESSION")) {
@@ -46,12 +42,12 @@ void Home::set(const Setting& setting) const {
     const QString own = configuration_ + QStringLiteral("/com.ovrelin.Pairdeck");
     QDir(own).removeRecursively();
     QFile::remove(desktopFile());
-    if (setting.wallpaper) write(desktopFile(), channelWithWallpaper());
+    if (setting.wallpaper) writeFile(desktopFile(), channelWithWallpaper());
     if (!setting.libraries) return;
     const QByteArray folder = libraryOf(10'000).toUtf8();
-    write(own + QStringLiteral("/defaults.json"), "{\"PairdeckLeftDefaultDirectory\": \"" + folder +
-                                                      "\", \"PairdeckRightDefaultDirectory\": \"" +
-                                                      folder + "\"}");
+    writeFile(own + QStringLiteral("/defaults.json"),
+              "{\"PairdeckLeftDefaultDirectory\": \"" + folder +
+                  "\", \"PairdeckRightDefaultDirectory\": \"" + folder + "\"}");
 }
 
 QString Home::song(const QString& name, const QByteArray& tag) const {
@@ -63,7 +59,7 @@ QString Home::song(const QString& name, const QByteArray& tag) const {
                       .split(u' '));
     encoder.waitForFinished();
     const QString path = folder_.filePath(name + QStringLiteral(".mp3"));
-    write(path, tag + encoder.readAllStandardOutput());
+    writeFile(path, tag + encoder.readAllStandardOutput());
     return path;
 }
 
@@ -73,7 +69,7 @@ QString Home::desktopFile() const {
 
 QByteArray Home::channelWithWallpaper() const {
     const QString wallpaper = folder_.filePath(QStringLiteral("wallpaper.jpg"));
-    if (!QFile::exists(wallpaper)) write(wallpaper, jpegOf(photograph(kFiveK)));
+    if (!QFile::exists(wallpaper)) writeFile(wallpaper, jpegOf(photograph(kFiveK)));
     QByteArray xml = "<channel name=\"xfce4-desktop\">";
     QByteArray end = "</channel>";
     for (const char* property : {"backdrop", "screen0", "monitor0", "workspace0"}) {

@@ -11,6 +11,9 @@ namespace bench {
 /// it starts finds no screen reader, which would cost a start what few users pay.
 void enterSession(char** argv);
 
+/// Writes a file, and the folders that it lies in; what fails is said on stderr.
+void writeFile(const QString& path, const QByteArray& content);
+
 /// What stands in the session's home before a program under measurement starts.
 class Home {
   public:

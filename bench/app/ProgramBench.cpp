@@ -5,6 +5,7 @@
 #include "bench/Home.h"
 #include "bench/app/RunningProgram.h"
 #include "bench/app/ScreenWatch.h"
+#include "platform/audio/Clock.h"
 
 #include <chrono>
 #include <cstdio>
@@ -15,14 +16,11 @@
 #include <vector>
 
 using namespace bench;
+using platform::audio::nowNanoseconds;
 
 namespace {
 
 const QString kProgram = QStringLiteral(PROGRAM);
-
-std::int64_t nowNanoseconds() {
-    return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
 
 /// When the first frame of the program that `start` starts is on the screen; 0 if it never is.
 template <typename Start>

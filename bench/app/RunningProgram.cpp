@@ -1,13 +1,13 @@
 #include "bench/app/RunningProgram.h"
 
-#include <chrono>
+#include "platform/audio/Clock.h"
+
 #include <fstream>
 
 namespace bench {
 
 RunningProgram::RunningProgram(const QString& executable, const QStringList& arguments)
-    : began_(
-          std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count()) {
+    : began_(platform::audio::nowNanoseconds()) {
     process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process_.start(executable, arguments);
 }

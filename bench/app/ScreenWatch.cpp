@@ -63,21 +63,13 @@ void ScreenWatch::remember() {
     }
 }
 
-bool ScreenWatch::await(bool changed, double seconds) const {
+bool ScreenWatch::awaitChange(double seconds) const {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while ((look() != remembered_) != changed) {
+    while (look() == remembered_) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
-}
-
-bool ScreenWatch::awaitChange(double seconds) const {
-    return await(true, seconds);
-}
-
-bool ScreenWatch::awaitReturn(double seconds) const {
-    return await(false, seconds);
 }
 
 }  // namespace bench

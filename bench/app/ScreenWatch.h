@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 struct xcb_connection_t;
@@ -22,18 +21,15 @@ class ScreenWatch {
     /// False where there is no display to be watched.
     bool isOpen() const;
 
-    /// Takes the screen as it is for the one that `awaitChange` and `awaitReturn` compare with,
-    /// once it has not changed for a tenth of a second.
+    /// Takes the screen as it is for the one that `awaitChange` compares with, once it has not
+    /// changed for a tenth of a second.
     void remember();
     /// Waits until any pixel looked at differs from the remembered one. False after `seconds`.
     bool awaitChange(double seconds) const;
-    /// Waits until all pixels looked at are as remembered. False after `seconds`.
-    bool awaitReturn(double seconds) const;
 
   private:
     using Pixels = std::vector<std::uint8_t>;
     Pixels look() const;
-    bool await(bool changed, double seconds) const;
 
     xcb_connection_t* connection_;
     std::uint32_t root_ = 0;

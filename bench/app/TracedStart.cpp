@@ -3,11 +3,11 @@
 
 #include "decks/InterfaceClasses.h"
 #include "desktop/DesktopSession.h"
+#include "platform/audio/Clock.h"
 #include "platform/ui/Application.h"
 
 #include <QWidget>
 
-#include <chrono>
 #include <cstdio>
 #include <set>
 #include <string>
@@ -18,9 +18,8 @@ namespace {
 void ended(const std::string& stage) {
     static std::set<std::string> seen;
     if (!seen.insert(stage).second) return;
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
     std::printf("%s %lld\n", stage.c_str(),
-                static_cast<long long>(std::chrono::nanoseconds(now).count()));
+                static_cast<long long>(platform::audio::nowNanoseconds()));
     std::fflush(stdout);
 }
 

@@ -1,5 +1,6 @@
 #include "bench/audio/OtherPlayers.h"
 
+#include "bench/Home.h"
 #include "tests/platform/audio/SoundServer.h"
 
 #include <QFile>
@@ -48,9 +49,7 @@ double shareOf(const QString& player, const QStringList& arguments) {
 std::vector<PlayerCost> costOfOtherPlayers(const QByteArray& song) {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("song.mp3"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(song) != song.size() || !file.flush())
-        return {};
+    bench::writeFile(path, song);
     qputenv("SDL_AUDIODRIVER", "pulseaudio");
     const std::pair<QString, QStringList> players[] = {
         {QStringLiteral("mpv"),

@@ -6,13 +6,13 @@ extern "C" {
 #include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
+#include "bench/Figures.h"
 #include "tests/platform/audio/Signals.h"
 
 #include <samplerate.h>
 #include <soxr.h>
 
 #include <chrono>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -116,7 +116,7 @@ double costPercent(const Resample& resample) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::string prefix = argc > 1 ? argv[1] : "";
+    bench::readCommandLine(argc, argv);
     const auto swr = [](std::vector<std::pair<const char*, double>> options) {
         return [options](const Samples& in, int from, int to) {
             return throughSwr(in, from, to, options);
@@ -145,10 +145,9 @@ int main(int argc, char** argv) {
     };
     for (const auto& [name, resample] : candidates) {
         const std::string line = std::string("sound.resampler.") + name;
-        if (line.compare(0, std::min(prefix.size(), line.size()), prefix, 0, line.size()) != 0)
-            continue;
+        if (!bench::isAnyWanted(line)) continue;
         const auto print = [&](const char* what, double value, const char* unit) {
-            std::printf("%s.%s %.4g %s\n", line.c_str(), what, value, unit);
+            bench::print(line + "." + what, value, unit);
         };
         print("thd_n_44100_48000", toneThdN(resample, 44100, 48000), "dB");
         print("thd_n_48000_44100", toneThdN(resample, 48000, 44100), "dB");

@@ -18,7 +18,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <string>
 #include <thread>
 
@@ -27,6 +26,7 @@ namespace {
 
 using bench::isAnyWanted;
 using bench::print;
+using bench::residentMegabytes;
 
 double milliseconds(int64_t nanoseconds) {
     return static_cast<double>(nanoseconds) * 1e-6;
@@ -120,14 +120,6 @@ double processorSeconds() {
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
     };
     return seconds(used.ru_utime) + seconds(used.ru_stime);
-}
-
-double residentMegabytes() {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind("VmRSS:", 0) == 0) return std::stod(line.substr(6)) * 1024e-6;
-    }
-    return 0;
 }
 
 void benchCost(const QByteArray& song) {

@@ -1,11 +1,11 @@
 #include "bench/Figures.h"
+#include "bench/Home.h"
 #include "bench/Pictures.h"
 #include "platform/image/GaussianBlur.h"
 #include "platform/image/ImageDecoder.h"
 #include "presentation/BlurredBackdrop.h"
 #include "tests/platform/image/ReferenceBlur.h"
 
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -102,13 +102,12 @@ void instructionSetFigures() {
 }
 
 void wholeFigures(const Image& wallpaper) {
-    const auto whole = [&] {
-        return medianMs(
-            11, [&] { blurWithLevelAndSize(wallpaper, kDesktopLevel, backdropSize(wallpaper)); });
-    };
-    figure("blur.whole_5k_s150_ms", "ms", whole);
+    if (!isWanted("blur.whole_5k_s150_ms") && !isWanted("blur.whole_over_kernel")) return;
+    const double whole = medianMs(
+        11, [&] { blurWithLevelAndSize(wallpaper, kDesktopLevel, backdropSize(wallpaper)); });
+    print("blur.whole_5k_s150_ms", whole, "ms");
     figure("blur.whole_over_kernel", "ratio",
-           [&] { return whole() / kernelMs(kFiveK, kDesktopLevel, 2, 11); });
+           [&] { return whole / kernelMs(kFiveK, kDesktopLevel, 2, 11); });
 }
 
 // The picture's part of a load, from encoded bytes to backdrop.
@@ -130,13 +129,13 @@ void loadFigures() {
 
 // The same picture through the blurs of others; bench/image/peers says how they are judged.
 void meetPeers(const char* name, QSize size, double sigma) {
-    if (!isAnyWanted(std::string("blur.peer."))) return;
+    if (!isAnyWanted("blur.peer.")) return;
     const QTemporaryDir folder;
     const auto written = [&folder](const QString& file, const QImage& image) {
-        QFile pixels(folder.filePath(file));
-        if (pixels.open(QIODevice::WriteOnly))
-            pixels.write(reinterpret_cast<const char*>(image.constBits()), image.sizeInBytes());
-        return pixels.fileName();
+        const QString path = folder.filePath(file);
+        writeFile(path, QByteArray::fromRawData(reinterpret_cast<const char*>(image.constBits()),
+                                                image.sizeInBytes()));
+        return path;
     };
     const QImage picture = photograph(size);
     QImage blurred;

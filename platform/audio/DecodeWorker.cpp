@@ -17,35 +17,32 @@ DecodeWorker::~DecodeWorker() {
     if (thread_.joinable()) thread_.join();
 }
 
-void DecodeWorker::add(std::shared_ptr<Voice> voice, std::shared_ptr<const Track> track,
-                       const FeedRequest& request) {
+template <typename Message>
+void DecodeWorker::post(Message leave) {
     {
         const std::lock_guard lock(mutex_);
+        leave();
+        woken_ = true;
+        startIfNeeded(thread_, [this] { run(); });
+    }
+    condition_.notify_one();
+}
+
+void DecodeWorker::add(std::shared_ptr<Voice> voice, std::shared_ptr<const Track> track,
+                       const FeedRequest& request) {
+    post([&] {
         std::erase_if(voices_, [](const auto& known) { return known.expired(); });
         voices_.push_back(voice);
         arrivals_.push_back({std::move(voice), std::move(track), request});
-        woken_ = true;
-        startIfNeeded(thread_, [this] { run(); });
-    }
-    condition_.notify_one();
+    });
 }
 
 void DecodeWorker::request(const Voice& voice, const FeedRequest& request) {
-    {
-        const std::lock_guard lock(mutex_);
-        requests_.emplace_back(&voice, request);
-        woken_ = true;
-        startIfNeeded(thread_, [this] { run(); });
-    }
-    condition_.notify_one();
+    post([&] { requests_.emplace_back(&voice, request); });
 }
 
 void DecodeWorker::wake() {
-    {
-        const std::lock_guard lock(mutex_);
-        woken_ = true;
-    }
-    condition_.notify_one();
+    post([] {});
 }
 
 bool DecodeWorker::hasPlayingVoice() const {

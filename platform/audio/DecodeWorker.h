@@ -38,6 +38,9 @@ class DecodeWorker {
         FeedRequest request;
     };
 
+    /// Has `leave` leave a message, under the mutex, and wakes the worker, or starts it.
+    template <typename Message>
+    void post(Message leave);
     void run();
     void takeMessages();
 

@@ -34,10 +34,10 @@ class Program:
     """One run of the program; as a context it does not outlive its block."""
 
     # The superuser, too, may then open only what its modes allow.
-    BOUND = ("setpriv", "--bounding-set=-dac_override,-dac_read_search")
+    BOUND = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"] if os.geteuid() == 0 else []
 
     def __init__(self, executable):
-        self.process = subprocess.Popen([*self.BOUND, executable] if os.geteuid() == 0 else [executable])
+        self.process = subprocess.Popen([*self.BOUND, executable])
         self.screen = Screen(self.process.pid)
 
     def __enter__(self):

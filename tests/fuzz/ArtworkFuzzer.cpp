@@ -4,7 +4,6 @@
 #include "platform/image/ImageDecoder.h"
 
 #include <QBuffer>
-#include <QGuiApplication>
 #include <QImageReader>
 
 #include <cstdint>
@@ -42,13 +41,6 @@ void decodeAndBlur(const QByteArray& data) {
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_LOGGING_RULES", "*=false");
-    new QGuiApplication(*count, *arguments);  // until the process ends
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Decoding what is allowed to be large would take the time from everything else.

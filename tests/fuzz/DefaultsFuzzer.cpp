@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static int count = 0;
     static const QCoreApplication application(count, nullptr);
     // In memory, as every save waits for the disk.
-    static const QTemporaryDir folder(QStringLiteral("/dev/shm/defaults-XXXXXX"));
+    static const QTemporaryDir folder(QStringLiteral("/dev/shm/defaults"));
     const QString file = folder.filePath(QStringLiteral("defaults.json"));
     const QString damaged = file + QStringLiteral(".damaged");
     const QByteArray content(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));

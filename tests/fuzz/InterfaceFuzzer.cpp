@@ -2,7 +2,6 @@
 #include "platform/ui/InterfaceLoader.h"
 #include "platform/ui/Window.h"
 
-#include <QApplication>
 #include <QResource>
 #include <QXmlStreamWriter>
 #include <QtEndian>
@@ -113,13 +112,6 @@ QByteArray fileOf(const QStringList& lines) {
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_LOGGING_RULES", "*=false");
-    new QApplication(*count, *arguments);  // until the process ends
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QString text =
