@@ -62,6 +62,7 @@ std::vector<double> Race::run(int rounds) const {
             values[i].push_back(contestants_[i]());
     }
     std::vector<double> medians;
+    medians.reserve(values.size());
     for (const std::vector<double>& own : values)
         medians.push_back(median(own));
     return medians;

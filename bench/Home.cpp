@@ -58,7 +58,7 @@ QString Home::song(const QString& name, const QByteArray& tag) const {
                                  "-id3v2_version 0 -f mp3 -")
                       .split(u' '));
     encoder.waitForFinished();
-    const QString path = folder_.filePath(name + QStringLiteral(".mp3"));
+    QString path = folder_.filePath(name + QStringLiteral(".mp3"));
     writeFile(path, tag + encoder.readAllStandardOutput());
     return path;
 }

@@ -83,7 +83,7 @@ std::span<const float> middle(const Samples& stereo) {
 
 double toneThdN(const Resample& resample, int from, int to) {
     const double level = std::pow(10, -1.0 / 20);
-    const Samples out = resample(sine(1000, level, from, static_cast<size_t>(2 * from)), from, to);
+    const Samples out = resample(sine(1000, level, from, 2 * static_cast<size_t>(from)), from, to);
     return fitTone(middle(out), 1000, to).residueDecibel;
 }
 
@@ -106,7 +106,7 @@ double alias(const Resample& resample, int from, int to, double frequency) {
 }
 
 double costPercent(const Resample& resample) {
-    const Samples in = sine(1000, 0.5, 44100, 44100 * 20);
+    const Samples in = sine(1000, 0.5, 44100, size_t{44100} * 20);
     const auto start = std::chrono::steady_clock::now();
     resample(in, 44100, 48000);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
@@ -117,7 +117,7 @@ double costPercent(const Resample& resample) {
 
 int main(int argc, char** argv) {
     bench::readCommandLine(argc, argv);
-    const auto swr = [](std::vector<std::pair<const char*, double>> options) {
+    const auto swr = [](const std::vector<std::pair<const char*, double>>& options) {
         return [options](const Samples& in, int from, int to) {
             return throughSwr(in, from, to, options);
         };

@@ -148,7 +148,7 @@ void benchCost(const QByteArray& song) {
 void benchQuality() {
     Rig rig(48000);
     const double level = std::pow(10, -1.0 / 20);
-    const auto voice = rig.play(waveFile(sine(1000, level, 44100, 3 * 44100), 44100));
+    const auto voice = rig.play(waveFile(sine(1000, level, 44100, size_t{3} * 44100), 44100));
     rig.render(24000);
     const Tone tone = fitTone(rig.render(48000), 1000, 48000);
     print("sound.thd_n", tone.residueDecibel, "dB");
@@ -164,7 +164,8 @@ int glitches(const std::vector<float>& recording, double leftTone, double rightT
             mono.insert(mono.end(), 2, recording[i]);
         int bad = 0;
         // What was recorded before the first block of sound and after the last does not count.
-        for (size_t at = 2 * 48000; at + 2 * (window + 24000) < mono.size(); at += 2 * window) {
+        for (size_t at = size_t{2} * 48000; at + 2 * (window + 24000) < mono.size();
+             at += 2 * window) {
             const Tone tone = fitTone(std::span(mono).subspan(at, 2 * window), frequency, 48000);
             if (tone.amplitude < 0.4 || tone.residueDecibel > -50) ++bad;
         }
@@ -175,7 +176,7 @@ int glitches(const std::vector<float>& recording, double leftTone, double rightT
 
 void benchInterruptions(SoundServer& server, double busySeconds) {
     const auto tone = [](double frequency) {
-        return waveFile(sine(frequency, 0.5, 44100, 44100 * 120), 44100);
+        return waveFile(sine(frequency, 0.5, 44100, size_t{44100} * 120), 44100);
     };
     const auto left = playing(tone(440), 1);
     const auto right = playing(tone(660), -1);

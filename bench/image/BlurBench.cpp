@@ -132,7 +132,7 @@ void meetPeers(const char* name, QSize size, double sigma) {
     if (!isAnyWanted("blur.peer.")) return;
     const QTemporaryDir folder;
     const auto written = [&folder](const QString& file, const QImage& image) {
-        const QString path = folder.filePath(file);
+        QString path = folder.filePath(file);
         writeFile(path, QByteArray::fromRawData(reinterpret_cast<const char*>(image.constBits()),
                                                 image.sizeInBytes()));
         return path;

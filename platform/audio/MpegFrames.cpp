@@ -20,7 +20,7 @@ constexpr uint32_t sameStreamMask = 0xFFFE0C00;
 constexpr int decoderDelay = 529;
 constexpr qsizetype headerSize = 4;
 // Where junk precedes the first frame, look no further than this.
-constexpr qsizetype searchLimit = 1024 * 1024;
+constexpr qsizetype searchLimit = qsizetype{1} << 20;
 // A chance match of one header is common in other data; so many in a row are not.
 constexpr int framesToTrust = 3;
 

@@ -118,7 +118,7 @@ class Listing {
     QStringList& entries_;
     QString prefix_;
     std::vector<Level> levels_;
-    alignas(dirent64) std::array<char, 256 * 1024> buffer_;
+    alignas(dirent64) std::array<char, size_t{256} << 10> buffer_;
 };
 
 }  // namespace

@@ -13,6 +13,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+// Positions are counted in 64 bits; lanes and chains, of which there are few, in any type.
+// NOLINTBEGIN(bugprone-implicit-widening-of-multiplication-result)
 HWY_BEFORE_NAMESPACE();
 namespace platform {
 namespace HWY_NAMESPACE {
@@ -25,8 +27,8 @@ using Ints = hn::Rebind<int32_t, Floats>;
 
 constexpr Floats kFloats;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(kFloats));
-// How far ahead of the first run, in bytes, samples are fetched: strips come from memory, faster than
-// the machine fetches them by itself.
+// How far ahead of the first run, in bytes, samples are fetched: strips come from memory, faster
+// than the machine fetches them by itself.
 constexpr int64_t kFetchedAhead = 2048;
 // Two vectors' worth of chains hides the recursion's latency and still fits the registers.
 constexpr int kChains = std::min(2, kBundleLanes / kLanes);
@@ -306,6 +308,7 @@ void blurColumnsOnTarget(const ColumnPass& pass, int x, int columns, const BlurS
 }  // namespace HWY_NAMESPACE
 }  // namespace platform
 HWY_AFTER_NAMESPACE();
+// NOLINTEND(bugprone-implicit-widening-of-multiplication-result)
 
 #if HWY_ONCE
 namespace platform {

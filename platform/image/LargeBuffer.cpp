@@ -76,7 +76,7 @@ QImage largeBitmap(QSize size, QImage::Format format) {
     QImage bitmap(pixels, size.width(), size.height(), static_cast<qsizetype>(stride), format,
                   release, buffer.get());
     // A null bitmap took no ownership.
-    if (!bitmap.isNull()) buffer.release();
+    if (!bitmap.isNull()) static_cast<void>(buffer.release());
     return bitmap;
 }
 

@@ -14,9 +14,9 @@ namespace platform {
 class ByteReader {
   public:
     static constexpr qsizetype kViewSize = 4096;
-    static constexpr qsizetype kLargestView = 64 * 1024;
+    static constexpr qsizetype kLargestView = qsizetype{64} << 10;
     static constexpr int kReads = 1024;
-    static constexpr qint64 kBytes = 32 * 1024 * 1024;
+    static constexpr qint64 kBytes = qint64{32} << 20;
 
     /// The regular file at `path`; absent for anything else. Never waits for a FIFO's writer and
     /// reads no device.

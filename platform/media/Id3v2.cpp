@@ -213,7 +213,7 @@ std::optional<Id3v2Header> id3v2HeaderAt(ByteReader& file, qint64 offset) {
     const QByteArrayView bytes = file.view(offset, kHeaderSize);
     if (bytes.size() < kHeaderSize || !bytes.startsWith("ID3")) return std::nullopt;
     Id3v2Header header;
-    header.version = bytes[3];
+    header.version = static_cast<unsigned char>(bytes[3]);
     if (header.version < 2 || header.version > 4 || !isSynchsafe(bytes.sliced(6, 4)))
         return std::nullopt;
     const auto flags = static_cast<unsigned char>(bytes[5]);

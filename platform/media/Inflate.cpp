@@ -14,7 +14,7 @@ std::optional<QByteArray> inflated(QByteArrayView bytes, qint64 limit, ByteReade
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
     stream.avail_in = static_cast<uInt>(bytes.size());
     QByteArray plain;
-    std::array<char, 16 * 1024> chunk;
+    std::array<char, size_t{16} << 10> chunk;
     int result = Z_OK;
     while (result == Z_OK && plain.size() < limit) {
         stream.next_out = reinterpret_cast<Bytef*>(chunk.data());

@@ -170,7 +170,7 @@ std::optional<QByteArray> mp4Picture(ByteReader& file) {
         AtomWalk inCovers(file, covers->begin, covers->end);
         while (const auto data = inCovers.nextOfType(type("data"))) {
             constexpr qint64 kHeader = 8;
-            const auto picture =
+            auto picture =
                 pictureOfBytes(file.copy(data->begin + kHeader, data->end - data->begin - kHeader));
             if (picture) return picture;
         }

@@ -126,7 +126,7 @@ void Slider::keyPressEvent(QKeyEvent* event) {
             return moveByUser(maxValue_);
         default:
             // Not the base class, which would take keys that it gives another meaning.
-            QWidget::keyPressEvent(event);
+            QWidget::keyPressEvent(event);  // NOLINT(bugprone-parent-virtual-call)
     }
 }
 

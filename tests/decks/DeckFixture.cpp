@@ -43,7 +43,7 @@ std::optional<platform::DefaultsValue> DeckFixture::stored(const QString& key) c
 }
 
 QString DeckFixture::makeSong(const QString& name, double seconds, const QByteArray& tags) const {
-    const QString path = folder_.filePath(name);
+    QString path = folder_.filePath(name);
     QFile file(path);
     EXPECT_TRUE(file.open(QIODevice::WriteOnly));
     const auto options = QStringLiteral("-c:a libmp3lame -b:a 128k -id3v2_version 0");
