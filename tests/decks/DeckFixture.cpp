@@ -4,10 +4,7 @@
 #include "platform/foundation/Path.h"
 #include "tests/platform/audio/Songs.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QFile>
-#include <QThread>
 
 using platform::UserDefaults;
 
@@ -67,16 +64,6 @@ PDSourceManager& DeckFixture::library(PDPlayerType side) {
 
 QString DeckFixture::loaded(PDPlayerType side) {
     return platform::lastPathComponent(deck(side).currentURL.value_or(QString()));
-}
-
-bool waitUntil(const std::function<bool()>& condition) {
-    const QDeadlineTimer deadline(10'000);
-    while (!condition()) {
-        if (deadline.hasExpired()) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(2);
-    }
-    return true;
 }
 
 bool sameImage(const platform::Image& one, const platform::Image& other) {

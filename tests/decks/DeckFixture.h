@@ -7,10 +7,10 @@
 
 #include <QString>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gmock/gmock.h>
 
-#include <functional>
 #include <memory>
 
 /// Both decks as the real interface files lay them out, with songs to play in a folder.
@@ -41,7 +41,10 @@ class DeckFixture : public testing::Test {
 };
 
 /// Runs the event loop until `condition` holds; false when it does not within ten seconds.
-bool waitUntil(const std::function<bool()>& condition);
+template <typename Condition>
+bool waitUntil(Condition condition) {
+    return QTest::qWaitFor(condition, 10'000);
+}
 
 /// Whether both show the same pixels.
 bool sameImage(const platform::Image& one, const platform::Image& other);

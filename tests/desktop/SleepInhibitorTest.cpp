@@ -3,7 +3,7 @@
 
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
-#include <QDeadlineTimer>
+#include <QTest>
 
 namespace {
 
@@ -41,11 +41,8 @@ class Guardian : public QDBusVirtualObject {
     QVariant grant_;
 };
 
-/// Lets every message that is under way arrive.
-void settle() {
-    QDeadlineTimer deadline(300);
-    waitUntil([&deadline] { return deadline.hasExpired(); });
-}
+/// Long enough for every message that is under way to arrive.
+constexpr int settling = 300;
 
 const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString kHandle = QStringLiteral("/org/freedesktop/portal/desktop/request/1");
@@ -70,7 +67,7 @@ TEST(SleepInhibitor, HoldsByThePortalAndLetsGoInPause) {
     inhibitor.setActive(false);
     inhibitor.setActive(true);
     ASSERT_TRUE(waitUntil([&] { return portal.calls.size() == 3; }));
-    settle();
+    QTest::qWait(settling);
     ASSERT_EQ(portal.calls.size(), 3);
     inhibitor.setActive(false);
     EXPECT_TRUE(waitUntil([&] { return portal.calls == once + once; }));
@@ -83,7 +80,7 @@ TEST(SleepInhibitor, TakesTheNextServiceWhereOneIsMissing) {
         SleepInhibitor inhibitor(QDBusConnection::sessionBus());
         inhibitor.setActive(true);
         ASSERT_TRUE(waitUntil([&] { return screenSaver.calls.size() == 1; }));
-        settle();
+        QTest::qWait(settling);
         ASSERT_EQ(screenSaver.calls.size(), 1);
     }
     EXPECT_TRUE(waitUntil([&] {

@@ -1,28 +1,12 @@
 #include "presentation/CenteredTextFieldCell.h"
 #include "presentation/HoverControlView.h"
+#include "tests/support/Pointer.h"
 
-#include <QApplication>
-#include <QDeadlineTimer>
-#include <QHoverEvent>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTest>
 
 #include <gtest/gtest.h>
-
-namespace {
-
-void hover(QWidget& view, QEvent::Type type, QPointF at) {
-    QHoverEvent event(type, at, view.mapToGlobal(at), at);
-    QApplication::sendEvent(&view, &event);
-}
-
-void runFor(int milliseconds) {
-    const QDeadlineTimer deadline(milliseconds);
-    while (!deadline.hasExpired())
-        QApplication::processEvents(QEventLoop::AllEvents, 5);
-}
-
-}  // namespace
 
 TEST(CenteredCell, CentresOneLineWhateverFollows) {
     CenteredTextFieldCell cell;
@@ -55,7 +39,7 @@ TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
     EXPECT_EQ(art.firstSubview(), nullptr);
     window.show();
     art.grab();
-    runFor(20);
+    QTest::qWait(20);
     ASSERT_EQ(art.subviews().size(), 1);
     EXPECT_TRUE(art.firstSubview()->size().isEmpty());
     EXPECT_EQ(art.animations()[QStringLiteral("subviews")].type, platform::Transition::Type::Fade);
@@ -69,7 +53,7 @@ TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
     hover(art, QEvent::HoverLeave, {-1, -1});
     EXPECT_NE(art.firstSubview(), controls);
     hover(art, QEvent::HoverEnter, {50, 50});
-    runFor(400);
+    QTest::qWait(400);
     EXPECT_EQ(art.firstSubview(), controls);
     EXPECT_TRUE(controls->isVisible());
     EXPECT_EQ(controls->graphicsEffect(), nullptr);
@@ -79,7 +63,7 @@ TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
     EXPECT_EQ(art.firstSubview(), controls);
     EXPECT_EQ(art.trackingAreas().size(), 1u);
     hover(art, QEvent::HoverLeave, {-1, -1});
-    runFor(400);
+    QTest::qWait(400);
     EXPECT_FALSE(controls->isVisible());
     EXPECT_EQ(art.subviews().size(), 1);
     EXPECT_FALSE(art.entered());

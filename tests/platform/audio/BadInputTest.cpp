@@ -43,17 +43,10 @@ TEST(BadInput, WhatIsNoAudioIsNoTrack) {
     QByteArray noise(1 << 20, '\0');
     for (char& byte : noise)
         byte = static_cast<char>(random());
-    const QByteArray picture =
-        encodedBy({QStringLiteral("ffmpeg"), QStringLiteral("-v"), QStringLiteral("error"),
-                   QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                   QStringLiteral("testsrc2=size=800x600"), QStringLiteral("-frames:v"),
-                   QStringLiteral("1"), QStringLiteral("OUT")},
-                  QStringLiteral("jpg"));
+    const QByteArray picture = encodedFrom(QStringLiteral("testsrc2=size=800x600"),
+                                           QStringLiteral("-frames:v 1"), QStringLiteral("jpg"));
     const QByteArray video =
-        encodedBy({QStringLiteral("ffmpeg"), QStringLiteral("-v"), QStringLiteral("error"),
-                   QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                   QStringLiteral("testsrc2=size=64x64:duration=1"), QStringLiteral("OUT")},
-                  QStringLiteral("mp4"));
+        encodedFrom(QStringLiteral("testsrc2=size=64x64:duration=1"), {}, QStringLiteral("mp4"));
     const QByteArray zeros(1 << 20, '\0');
     const QByteArray ones(1 << 20, '\xFF');
     for (const QByteArray& bytes :
@@ -136,12 +129,8 @@ TEST(BadInput, TheContentDecidesNotTheLabel) {
     ASSERT_TRUE(fragmented);
     EXPECT_NEAR(fragmented->duration(), 5, 0.1);
     EXPECT_TRUE(sounds(fragmented));
-    const auto surround =
-        openTrack(encodedBy({QStringLiteral("ffmpeg"), QStringLiteral("-v"),
-                             QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
-                             QStringLiteral("-i"), QStringLiteral("sine=d=1"),
-                             QStringLiteral("-ac"), QStringLiteral("6"), QStringLiteral("OUT")},
-                            QStringLiteral("m4a")));
+    const auto surround = openTrack(
+        encodedFrom(QStringLiteral("sine=d=1"), QStringLiteral("-ac 6"), QStringLiteral("m4a")));
     ASSERT_TRUE(surround);
     EXPECT_TRUE(sounds(surround));
 }

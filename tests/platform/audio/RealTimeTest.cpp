@@ -110,7 +110,7 @@ struct ConfinedRenderer {
 TEST(RealTime, TheCallbackNeitherLocksNorAllocatesNorCallsTheSystem) {
     Rig rig(48000);
     ConfinedRenderer renderer{rig.mixer};
-    pthread_t thread;
+    pthread_t thread = {};
     ASSERT_EQ(pthread_create(&thread, nullptr, &ConfinedRenderer::run, &renderer), 0);
     const QByteArray song = encodedSong(3, QStringLiteral("-b:a 128k"), QStringLiteral("mp3"));
     const auto track = openTrack(song);

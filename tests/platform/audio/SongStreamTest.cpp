@@ -56,7 +56,7 @@ TEST_P(Resampling, IsTransparent) {
         EXPECT_LE(std::abs(decibel(amplitude / 0.5)), 0.1) << frequency;
     }
     // What the target can't hold must not come back as another tone.
-    for (double frequency = to / 2 + 1000; frequency < from / 2; frequency += 3000) {
+    for (int frequency = to / 2 + 1000; frequency < from / 2; frequency += 3000) {
         const auto out = through(frequency, 1);
         EXPECT_LE(decibel(rootMeanSquare(middle(out)) * std::numbers::sqrt2), -120) << frequency;
     }

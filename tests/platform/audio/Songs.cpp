@@ -50,18 +50,15 @@ QString songSource(double seconds, int rate, int channels) {
         .arg(seconds);
 }
 
+QByteArray encodedFrom(const QString& source, const QString& options, const QString& suffix) {
+    QStringList command = QStringLiteral("ffmpeg -v error -f lavfi -i").split(u' ');
+    command << source << options.split(u' ', Qt::SkipEmptyParts) << QStringLiteral("OUT");
+    return encodedBy(command, suffix);
+}
+
 QByteArray encodedSong(double seconds, const QString& options, const QString& suffix, int rate,
                        int channels) {
-    QStringList command = {QStringLiteral("ffmpeg"),
-                           QStringLiteral("-v"),
-                           QStringLiteral("error"),
-                           QStringLiteral("-f"),
-                           QStringLiteral("lavfi"),
-                           QStringLiteral("-i"),
-                           songSource(seconds, rate, channels)};
-    command += options.split(u' ', Qt::SkipEmptyParts);
-    command += QStringLiteral("OUT");
-    return encodedBy(command, suffix);
+    return encodedFrom(songSource(seconds, rate, channels), options, suffix);
 }
 
 QByteArray waveFile(const std::vector<float>& stereo, int rate) {

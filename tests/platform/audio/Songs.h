@@ -12,7 +12,10 @@ namespace platform::audio {
 /// back; stops the test program when the encoder fails.
 QByteArray encodedBy(const QStringList& command, const QString& suffix);
 
-/// `seconds` of noise and tones, encoded by ffmpeg with `options` into a file named *.`suffix`.
+/// A lavfi source, encoded by ffmpeg with `options` into a file named *.`suffix`.
+QByteArray encodedFrom(const QString& source, const QString& options, const QString& suffix);
+
+/// `seconds` of noise and tones, encoded likewise.
 QByteArray encodedSong(double seconds, const QString& options, const QString& suffix,
                        int rate = 44100, int channels = 2);
 

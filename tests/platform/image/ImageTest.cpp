@@ -58,7 +58,7 @@ QByteArray cmykJpeg(std::array<uchar, 4> inks) {
     EXPECT_EQ(tjCompress2(encoder, pixels.data(), 16, 64, 16, TJPF_CMYK, &bytes, &size, TJSAMP_444,
                           100, 0),
               0);
-    const QByteArray data(reinterpret_cast<const char*>(bytes), static_cast<qsizetype>(size));
+    QByteArray data(reinterpret_cast<const char*>(bytes), static_cast<qsizetype>(size));
     tjFree(bytes);
     tjDestroy(encoder);
     return data;

@@ -1,9 +1,8 @@
 #include "platform/ui/ImageView.h"
 #include "platform/ui/View.h"
+#include "tests/support/Pointer.h"
 
-#include <QApplication>
-#include <QDeadlineTimer>
-#include <QHoverEvent>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -20,17 +19,6 @@ class TrackedView : public View {
     void mouseEntered() override { ++entered; }
     void mouseExited() override { ++exited; }
 };
-
-void hover(QWidget& widget, QEvent::Type type, QPointF at) {
-    QHoverEvent event(type, at, widget.mapToGlobal(at), at);
-    QApplication::sendEvent(&widget, &event);
-}
-
-void runFor(int milliseconds) {
-    const QDeadlineTimer deadline(milliseconds);
-    while (!deadline.hasExpired())
-        QApplication::processEvents(QEventLoop::AllEvents, 5);
-}
 
 TEST(Subviews, ReplacementKeepsItsOwnFrameAndTheOrder) {
     View container;
@@ -63,13 +51,13 @@ TEST(Subviews, TransitionsEndInOneViewHoweverTheyAreInterrupted) {
         container.setSubviews({player});
         container.setAnimations({{QStringLiteral("subviews"), {type}}});
         container.show();
-        runFor(1);
+        QTest::qWait(1);
         for (int i = 0; i < 7; ++i) {
             container.animator().replaceSubviewWith(container.firstSubview(),
                                                     i % 2 == 0 ? library : player);
-            runFor(i * 15);
+            QTest::qWait(i * 15);
         }
-        runFor(400);
+        QTest::qWait(400);
         EXPECT_EQ(container.firstSubview(), library);
         EXPECT_EQ(container.subviews().size(), 1);
         EXPECT_TRUE(library->isVisible());
@@ -94,7 +82,7 @@ TEST(Subviews, WhatTheViewOwnsIsFreedWhenReplaced) {
 TEST(Animations, ADurationLastsForOneTurnOfTheLoop) {
     AnimationContext::currentContext().setDuration(3.5);
     EXPECT_EQ(AnimationContext::currentContext().duration(), 3.5);
-    runFor(1);
+    QTest::qWait(1);
     EXPECT_EQ(AnimationContext::currentContext().duration(), 0.25);
 }
 
