@@ -6,6 +6,10 @@
 #include <cstring>
 #include <limits>
 
+#if HWY_ARCH_X86
+#include <pmmintrin.h>
+#endif
+
 // The instruction sets that the code below is compiled for, the best chosen at run time: the plain
 // one is the fallback, compiled though every supported machine has better, so that it is tested.
 #define HWY_COMPILE_ALL_ATTAINABLE
@@ -40,93 +44,154 @@ HWY_INLINE Vector loadSamples(const Sample* samples) {
     return hn::ConvertTo(kFloats, hn::PromoteTo(Ints(), hn::Load(tag, samples)));
 }
 
-struct SectionWeights {
-    Vector feedback1, feedback2, weight0, weight1;
-};
+// What multiplies the states of a run. Set in a function of its own: a generated constructor would
+// miss the target's attributes.
+struct Feedback {
+    Vector a1, a2, b1, b2, c1;
 
-// Reset in a function of its own: a generated constructor would miss the target's attributes.
-struct SectionState {
-    Vector w1, w2;
-
-    HWY_INLINE void reset() { w1 = w2 = hn::Zero(kFloats); }
-    HWY_INLINE void feed(const SectionWeights& section, Vector x) {
-        const Vector w = hn::MulAdd(section.feedback1, w1, hn::MulAdd(section.feedback2, w2, x));
-        w2 = w1;
-        w1 = w;
-    }
-    HWY_INLINE Vector addTo(Vector sum, const SectionWeights& section) const {
-        return hn::MulAdd(section.weight0, w1, hn::MulAdd(section.weight1, w2, sum));
+    HWY_INLINE void set(const RecursiveGaussian& filter) {
+        a1 = hn::Set(kFloats, filter.feedback[0]);
+        a2 = hn::Set(kFloats, filter.feedback[1]);
+        b1 = hn::Set(kFloats, filter.feedback[2]);
+        b2 = hn::Set(kFloats, filter.feedback[3]);
+        c1 = hn::Set(kFloats, filter.feedback[4]);
     }
 };
 
-// The filter's response to `samples` at each of `length` positions, for kChains vectors of the
-// bundle. Zero states at both ends are exact: all is transparent out there.
+// One vector's run along the line; `states` holds a bundle's lanes of each state.
+struct Run {
+    Vector a1, a2, b1, b2, c1;
+
+    HWY_INLINE void begin(const float* states) {
+        a1 = hn::Load(kFloats, states);
+        a2 = hn::Load(kFloats, states + kBundleLanes);
+        b1 = hn::Load(kFloats, states + 2 * kBundleLanes);
+        b2 = hn::Load(kFloats, states + 3 * kBundleLanes);
+        c1 = hn::Load(kFloats, states + 4 * kBundleLanes);
+    }
+    HWY_INLINE Vector feed(const Feedback& feedback, Vector x) {
+        const Vector a = hn::MulAdd(feedback.a1, a1, hn::MulAdd(feedback.a2, a2, x));
+        const Vector b = hn::MulAdd(feedback.b1, b1, hn::MulAdd(feedback.b2, b2, a));
+        a2 = a1;
+        a1 = a;
+        b2 = b1;
+        b1 = b;
+        c1 = hn::MulAdd(feedback.c1, c1, b);
+        return c1;
+    }
+    HWY_INLINE void end(float* states) const {
+        hn::Store(a1, kFloats, states);
+        hn::Store(a2, kFloats, states + kBundleLanes);
+        hn::Store(b1, kFloats, states + 2 * kBundleLanes);
+        hn::Store(b2, kFloats, states + 3 * kBundleLanes);
+        hn::Store(c1, kFloats, states + 4 * kBundleLanes);
+    }
+};
+
 template <typename Sample>
-HWY_NOINLINE void filterChains(const RecursiveGaussian& filter, const Sample* samples, int length,
-                               float* line) {
-    const auto weights = [&](int i, auto weight0, auto weight1) {
-        const RecursiveGaussian::Section& section = filter.sections[i];
-        return SectionWeights{
-            hn::Set(kFloats, section.feedback1), hn::Set(kFloats, section.feedback2),
-            hn::Set(kFloats, section.*weight0), hn::Set(kFloats, section.*weight1)};
-    };
-    using Section = RecursiveGaussian::Section;
-    {
-        const SectionWeights a = weights(0, &Section::causal0, &Section::causal1);
-        const SectionWeights b = weights(1, &Section::causal0, &Section::causal1);
-        SectionState stateA[kChains];
-        SectionState stateB[kChains];
-        for (int c = 0; c < kChains; ++c) {
-            stateA[c].reset();
-            stateB[c].reset();
-        }
-        for (int i = 0; i < length; ++i) {
-            const Sample* const in = samples + static_cast<int64_t>(i) * kBundleLanes;
-            float* const out = line + static_cast<int64_t>(i) * kBundleLanes;
-            hwy::Prefetch(in + kFetchedAhead / static_cast<int64_t>(sizeof(Sample)));
+HWY_NOINLINE void runForward(const RecursiveGaussian& filter, const Sample* samples, int length,
+                             float* line, float* states) {
+    Feedback feedback;
+    feedback.set(filter);
+    Run runs[kChains];
+    for (int c = 0; c < kChains; ++c)
+        runs[c].begin(states + c * kLanes);
+    for (int i = 0; i < length; ++i, samples += kBundleLanes, line += kBundleLanes) {
+        hwy::Prefetch(samples + kFetchedAhead / static_cast<int64_t>(sizeof(Sample)));
 #pragma GCC unroll 4
-            for (int c = 0; c < kChains; ++c) {
-                const Vector x = loadSamples(in + c * kLanes);
-                stateA[c].feed(a, x);
-                stateB[c].feed(b, x);
-                hn::Store(stateA[c].addTo(stateB[c].addTo(hn::Zero(kFloats), b), a), kFloats,
-                          out + c * kLanes);
+        for (int c = 0; c < kChains; ++c)
+            hn::Store(runs[c].feed(feedback, loadSamples(samples + c * kLanes)), kFloats,
+                      line + c * kLanes);
+    }
+    for (int c = 0; c < kChains; ++c)
+        runs[c].end(states + c * kLanes);
+}
+
+// Calls `take(i, lane, vector)` with the response at each position i, from the last to the first.
+template <typename Take>
+HWY_NOINLINE void runBackward(const RecursiveGaussian& filter, const float* line, int length,
+                              const float* states, const Take& take) {
+    Feedback feedback;
+    feedback.set(filter);
+    Run runs[kChains];
+    for (int c = 0; c < kChains; ++c)
+        runs[c].begin(states + c * kLanes);
+    for (int64_t i = length - 1; i >= 0; --i) {
+        const float* const in = line + i * kBundleLanes;
+#pragma GCC unroll 4
+        for (int c = 0; c < kChains; ++c)
+            take(i, c * kLanes, runs[c].feed(feedback, hn::Load(kFloats, in + c * kLanes)));
+    }
+}
+
+void turnAround(const RecursiveGaussian& filter, float* states) {
+    constexpr int kStates = RecursiveGaussian::kStates;
+    for (int lane = 0; lane < kBundleLanes; lane += kLanes) {
+        Vector turned[kStates];
+        for (int i = 0; i < kStates; ++i) {
+            turned[i] = hn::Zero(kFloats);
+            for (int j = 0; j < kStates; ++j) {
+                const Vector state = hn::Load(kFloats, states + j * kBundleLanes + lane);
+                turned[i] = hn::MulAdd(hn::Set(kFloats, filter.turn[i][j]), state, turned[i]);
             }
         }
+        for (int i = 0; i < kStates; ++i)
+            hn::Store(turned[i], kFloats, states + i * kBundleLanes + lane);
     }
-    const SectionWeights a = weights(0, &Section::anticausal0, &Section::anticausal1);
-    const SectionWeights b = weights(1, &Section::anticausal0, &Section::anticausal1);
-    SectionState stateA[kChains];
-    SectionState stateB[kChains];
-    for (int c = 0; c < kChains; ++c) {
-        stateA[c].reset();
-        stateB[c].reset();
-    }
-    for (int i = length - 1; i >= 0; --i) {
-        const Sample* const in = samples + static_cast<int64_t>(i) * kBundleLanes;
-        float* const out = line + static_cast<int64_t>(i) * kBundleLanes;
-#pragma GCC unroll 4
-        for (int c = 0; c < kChains; ++c) {
-            const Vector causal = hn::Load(kFloats, out + c * kLanes);
-            hn::Store(stateA[c].addTo(stateB[c].addTo(causal, b), a), kFloats, out + c * kLanes);
-            const Vector x = loadSamples(in + c * kLanes);
-            stateA[c].feed(a, x);
-            stateB[c].feed(b, x);
+}
+
+template <typename Sample, typename Take>
+void filterRecursively(const RecursiveGaussian& filter, const Sample* samples, int length,
+                       float* line, const Take& take) {
+    // Zero states before the first sample are exact: all is transparent out there.
+    alignas(64) float states[RecursiveGaussian::kStates * kBundleLanes] = {};
+    constexpr int kLanesAtOnce = kChains * kLanes;
+    for (int lane = 0; lane < kBundleLanes; lane += kLanesAtOnce)
+        runForward(filter, samples + lane, length, line + lane, states + lane);
+    turnAround(filter, states);
+    for (int lane = 0; lane < kBundleLanes; lane += kLanesAtOnce)
+        runBackward(filter, line + lane, length, states + lane, take.from(lane));
+}
+
+// Blurs by the weights themselves, in blocks that stay in the nearest cache.
+template <typename Sample>
+void convolve(const std::vector<float>& weights, const Sample* samples, int length, float* line) {
+    constexpr int kBlock = 64;
+    constexpr int kMostReach = 5 * static_cast<int>(RecursiveGaussian::kLeastSigma);
+    alignas(64) float block[(kBlock + 2 * kMostReach) * kBundleLanes];
+    const int reach = static_cast<int>(weights.size()) - 1;
+    for (int64_t begin = 0; begin < length; begin += kBlock) {
+        const int64_t end = std::min<int64_t>(begin + kBlock, length);
+        float* sample = block;
+        for (int64_t i = begin - reach; i < end + reach; ++i, sample += kBundleLanes) {
+            for (int lane = 0; lane < kBundleLanes; lane += kLanes) {
+                const bool outside = i < 0 || i >= length;
+                hn::Store(
+                    outside ? hn::Zero(kFloats) : loadSamples(samples + i * kBundleLanes + lane),
+                    kFloats, sample + lane);
+            }
+        }
+        const float* centre = block + reach * kBundleLanes;
+        for (int64_t i = begin; i < end; ++i, centre += kBundleLanes) {
+            for (int lane = 0; lane < kBundleLanes; lane += kLanes) {
+                const auto at = [&](int n) {
+                    return hn::Load(kFloats, centre + n * kBundleLanes + lane);
+                };
+                Vector sum = hn::Mul(hn::Set(kFloats, weights[0]), at(0));
+                for (int n = 1; n <= reach; ++n) {
+                    const Vector weight = hn::Set(kFloats, weights[static_cast<size_t>(n)]);
+                    sum = hn::MulAdd(weight, hn::Add(at(-n), at(n)), sum);
+                }
+                hn::Store(sum, kFloats, line + i * kBundleLanes + lane);
+            }
         }
     }
 }
 
-// Blurs a bundle of `length` positions and resamples it; where the pixels stand.
-template <typename Sample>
-const float* blurredPixels(const RecursiveGaussian& filter, const AxisResampling& resampling,
-                           const Sample* samples, int length, const BlurScratch& scratch) {
-    for (int lane = 0; lane < kBundleLanes; lane += kChains * kLanes)
-        filterChains(filter, samples + lane, length, scratch.line + lane);
-    if (resampling.taps == 0) return scratch.line;
+void resample(const AxisResampling& resampling, const float* line, float* out) {
     const float* weight = resampling.weights.data();
-    float* out = scratch.pixels;
     for (const int first : resampling.first) {
-        const float* in = scratch.line + static_cast<int64_t>(first) * kBundleLanes;
+        const float* in = line + static_cast<int64_t>(first) * kBundleLanes;
         Vector sums[kBundleLanes / kLanes];
         std::fill(std::begin(sums), std::end(sums), hn::Zero(kFloats));
         for (int t = 0; t < resampling.taps; ++t, ++weight, in += kBundleLanes) {
@@ -139,55 +204,115 @@ const float* blurredPixels(const RecursiveGaussian& filter, const AxisResampling
             hn::Store(sums[v], kFloats, out + v * kLanes);
         out += kBundleLanes;
     }
-    return scratch.pixels;
 }
 
-// Rounds a position's lanes times `gains` to unsigned integers, saturating. A sum with 1.5 * 2^23
-// has no room for fractions and holds the nearest integer in its lowest bits (IEEE 754), which
-// takes half the instructions of a conversion.
-template <typename Level>
-HWY_INLINE void storeLevels(const float* lanes, const float* gains, Level* levels) {
-    const hn::Rebind<Level, Floats> tag;
-    const hn::RebindToUnsigned<Floats> bits;
-    constexpr float kZero = 12582912.0f;
-    const Vector least = hn::Set(kFloats, kZero);
-    const Vector most = hn::Set(kFloats, kZero + std::numeric_limits<Level>::max());
-#pragma GCC unroll 4
-    for (int v = 0; v < kBundleLanes; v += kLanes) {
-        const Vector sum =
-            hn::MulAdd(hn::Load(kFloats, lanes + v), hn::Load(kFloats, gains + v), least);
+// Takes the response as it is, in place of what it came from.
+struct KeepFloats {
+    float* line;
+
+    KeepFloats from(int lane) const { return {line + lane}; }
+    HWY_INLINE void operator()(int64_t i, int lane, Vector response) const {
+        hn::Store(response, kFloats, line + i * kBundleLanes + lane);
+    }
+};
+
+// Takes the response times `gains`, and with `offsets` if it dithers, as integers: position i goes
+// to levels + i * step.
+template <typename Level, bool kDithers = false>
+struct Round {
+    Level* levels;
+    int64_t step;
+    const float* gains;
+    const float* offsets = nullptr;
+
+    Round from(int lane) const {
+        return {levels + lane, step, gains + lane, kDithers ? offsets + lane : nullptr};
+    }
+    // A sum with 1.5 * 2^23 has no room for fractions and holds the nearest integer in its lowest
+    // bits (IEEE 754), which takes half the instructions of a conversion.
+    HWY_INLINE void operator()(int64_t i, int lane, Vector response) const {
+        const hn::Rebind<Level, Floats> tag;
+        const hn::RebindToUnsigned<Floats> bits;
+        constexpr float kZero = 12582912.0f;
+        const Vector least = hn::Set(kFloats, kZero);
+        const Vector most = hn::Set(kFloats, kZero + std::numeric_limits<Level>::max());
+        const Vector gain = hn::Load(kFloats, gains + lane);
+        Vector sum;
+        if constexpr (kDithers)
+            sum = hn::Add(hn::MulAdd(response, gain, hn::Load(kFloats, offsets + lane)), least);
+        else
+            sum = hn::MulAdd(response, gain, least);
         const Vector level = hn::Min(hn::Max(sum, least), most);
-        hn::Store(hn::TruncateTo(tag, hn::BitCast(bits, level)), tag, levels + v);
+        hn::Store(hn::TruncateTo(tag, hn::BitCast(bits, level)), tag, levels + i * step + lane);
+    }
+};
+
+// Blurs a bundle of `length` positions, resamples it and rounds its pixels.
+template <typename Sample, typename Rounding>
+void blurBundle(const GaussianFilter& filter, const AxisResampling& resampling,
+                const Sample* samples, int length, const BlurScratch& scratch,
+                const Rounding& round) {
+    const bool resampled = resampling.taps > 0;
+    if (filter.isRecursive() && !resampled)
+        return filterRecursively(filter.recursion, samples, length, scratch.line, round);
+    if (filter.isRecursive())
+        filterRecursively(filter.recursion, samples, length, scratch.line,
+                          KeepFloats{scratch.line});
+    else
+        convolve(filter.weights, samples, length, scratch.line);
+    if (resampled) resample(resampling, scratch.line, scratch.pixels);
+    const float* pixels = resampled ? scratch.pixels : scratch.line;
+    const int count = resampling.pixels(length);
+    for (int i = 0; i < count; ++i, pixels += kBundleLanes) {
+        for (int lane = 0; lane < kBundleLanes; lane += kLanes)
+            round(i, lane, hn::Load(kFloats, pixels + lane));
     }
 }
 
-// Four pixels of each row become four positions of the bundle. The plain instruction set has no
-// vectors to shuffle within.
-HWY_INLINE void interleaveTile(const uint8_t* const* rows, int64_t offset, uint8_t* out) {
+// Transposes a tile of pixels: of each of four lines four pixels, RGBA levels, become four
+// positions of a bundle. The plain instruction set has no vectors to shuffle within.
+template <bool kStreams, typename Level>
+HWY_INLINE void transposeTile(const Level* const* lines, int64_t offset, Level* out) {
 #if HWY_TARGET == HWY_SCALAR
     for (int i = 0; i < 4 * kBundlePixels; ++i)
-        std::memcpy(out + i * 4, rows[i % kBundlePixels] + offset + i / kBundlePixels * 4, 4);
+        std::memcpy(out + i * 4, lines[i % kBundlePixels] + offset + i / kBundlePixels * 4,
+                    4 * sizeof(Level));
 #else
-    const hn::FixedTag<uint8_t, 16> bytes;
+    const hn::FixedTag<Level, 16 / sizeof(Level)> levels;
     const hn::FixedTag<uint32_t, 4> pixels;
     const hn::FixedTag<uint64_t, 2> pairs;
-    const auto load = [&](int r) {
-        return hn::BitCast(pixels, hn::LoadU(bytes, rows[r] + offset));
+    const auto load = [&](int line, int64_t at) {
+        return hn::BitCast(pixels, hn::LoadU(levels, lines[line] + offset + at));
     };
-    const auto storePairs = [&](auto low, auto high, uint8_t* to) {
-        const auto a = hn::BitCast(pairs, low);
-        const auto b = hn::BitCast(pairs, high);
-        hn::Store(hn::BitCast(bytes, hn::InterleaveLower(pairs, a, b)), bytes, to);
-        hn::Store(hn::BitCast(bytes, hn::InterleaveUpper(pairs, a, b)), bytes, to + 16);
+    const auto store = [&](auto pair, int64_t at) {
+        if constexpr (kStreams)
+            hn::Stream(hn::BitCast(levels, pair), levels, out + at);
+        else
+            hn::Store(hn::BitCast(levels, pair), levels, out + at);
     };
-    const auto row0 = load(0);
-    const auto row1 = load(1);
-    const auto row2 = load(2);
-    const auto row3 = load(3);
-    storePairs(hn::InterleaveLower(pixels, row0, row1), hn::InterleaveLower(pixels, row2, row3),
-               out);
-    storePairs(hn::InterleaveUpper(pixels, row0, row1), hn::InterleaveUpper(pixels, row2, row3),
-               out + 32);
+    const auto storePairs = [&](auto first, auto second, int64_t at) {
+        const auto a = hn::BitCast(pairs, first);
+        const auto b = hn::BitCast(pairs, second);
+        store(hn::InterleaveLower(pairs, a, b), at);
+        store(hn::InterleaveUpper(pairs, a, b), at + (sizeof(Level) == 1 ? 16 : kBundleLanes));
+    };
+    if constexpr (sizeof(Level) == 1) {
+        const auto line0 = load(0, 0);
+        const auto line1 = load(1, 0);
+        const auto line2 = load(2, 0);
+        const auto line3 = load(3, 0);
+        storePairs(hn::InterleaveLower(pixels, line0, line1),
+                   hn::InterleaveLower(pixels, line2, line3), 0);
+        storePairs(hn::InterleaveUpper(pixels, line0, line1),
+                   hn::InterleaveUpper(pixels, line2, line3), 32);
+    } else {
+#pragma GCC unroll 2
+        for (int half = 0; half < 2; ++half) {
+            const int64_t at = half * 8;
+            storePairs(load(0, at), load(1, at), half * 32);
+            storePairs(load(2, at), load(3, at), half * 32 + 8);
+        }
+    }
 #endif
 }
 
@@ -197,71 +322,73 @@ void interleaveRows(const RowPass& pass, int y, int rows, uint8_t* bytes) {
         row[r] = pass.source + (y + std::min(r, rows - 1)) * pass.stride;
     int x = 0;
     for (; x + 4 <= pass.width; x += 4, bytes += 4 * kBundleLanes)
-        interleaveTile(row, int64_t{4} * x, bytes);
+        transposeTile<false>(row, int64_t{4} * x, bytes);
     for (; x < pass.width; ++x, bytes += kBundleLanes) {
         for (int r = 0; r < kBundlePixels; ++r)
             std::memcpy(bytes + r * 4, row[r] + int64_t{4} * x, 4);
     }
 }
 
-// Stores a tile of columns, each with the pixels of kBundlePixels rows, row by row.
-template <bool kStreams>
-HWY_INLINE void storeTile(const uint16_t (*columns)[kBundleLanes], uint16_t* out) {
-#if HWY_TARGET == HWY_SCALAR
-    for (int i = 0; i < kBundlePixels * kBundlePixels; ++i)
-        std::memcpy(out + i * 4, columns[i % kBundlePixels] + i / kBundlePixels * 4,
-                    4 * sizeof(uint16_t));
-#else
-    const hn::FixedTag<uint16_t, 8> levels;
-    const hn::FixedTag<uint64_t, 2> pixels;
-    const auto load = [&](int c, int r) {
-        return hn::BitCast(pixels, hn::Load(levels, columns[c] + r * 4));
-    };
-    const auto store = [&](auto pair, int r, int c) {
-        uint16_t* const to = out + r * kBundleLanes + c * 4;
-        if constexpr (kStreams)
-            hn::Stream(hn::BitCast(levels, pair), levels, to);
-        else
-            hn::Store(hn::BitCast(levels, pair), levels, to);
-    };
-#pragma GCC unroll 2
-    for (int r = 0; r < kBundlePixels; r += 2) {
-        const auto column0 = load(0, r);
-        const auto column1 = load(1, r);
-        const auto column2 = load(2, r);
-        const auto column3 = load(3, r);
-        store(hn::InterleaveLower(pixels, column0, column1), r, 0);
-        store(hn::InterleaveLower(pixels, column2, column3), r, 2);
-        store(hn::InterleaveUpper(pixels, column0, column1), r + 1, 0);
-        store(hn::InterleaveUpper(pixels, column2, column3), r + 1, 2);
+// Stores bundles of rows, `bundleLevels` apart, as strips. Whatever the last one's columns beyond
+// the picture hold, the second pass leaves out.
+template <bool kStreams, typename Level>
+void storeStrips(const RowPass& pass, const Level* levels, int64_t bundleLevels, int y,
+                 int bundles) {
+    const int width = pass.resampling.pixels(pass.width);
+    for (int x = 0; x < width; x += kBundlePixels, levels += kBundlePixels * kBundleLanes) {
+        Level* out = pass.strips.at<Level>(x / kBundlePixels, y);
+        for (int b = 0; b < bundles; ++b, out += kBundlePixels * kBundleLanes) {
+            const Level* const first = levels + b * bundleLevels;
+            const Level* const positions[] = {first, first + kBundleLanes, first + 2 * kBundleLanes,
+                                              first + 3 * kBundleLanes};
+            transposeTile<kStreams>(positions, 0, out);
+        }
     }
-#endif
 }
 
-template <bool kStreams>
-void storeStrips(const RowPass& pass, const float* pixels, int y) {
-    alignas(64) float gains[kBundleLanes];
-    std::fill(std::begin(gains), std::end(gains), Strips::kLevelScale);
-    const int width = pass.resampling.pixels(pass.width);
-    for (int x = 0; x < width; x += kBundlePixels) {
-        alignas(64) uint16_t tile[kBundlePixels][kBundleLanes];
-        const int columns = std::min(kBundlePixels, width - x);
-        for (int c = 0; c < columns; ++c, pixels += kBundleLanes)
-            storeLevels(pixels, gains, tile[c]);
-        for (int c = columns; c < kBundlePixels; ++c)
-            std::memset(tile[c], 0, sizeof tile[c]);
-        storeTile<kStreams>(tile, pass.strips.at(x / kBundlePixels, y));
+// For each channel of a bundle's rows from `y` on a number in [-0.5, 0.5), the same at every call
+// but random to any picture, by the last steps of MurmurHash3 (A. Appleby).
+void setDither(int y, float* offsets) {
+    for (int lane = 0; lane < kBundleLanes; ++lane) {
+        uint32_t hash = static_cast<uint32_t>(y * 4 + lane + 1) * 0x9E3779B1U;
+        hash = (hash ^ hash >> 16) * 0x85EBCA6BU;
+        hash = (hash ^ hash >> 13) * 0xC2B2AE35U;
+        hash ^= hash >> 16;
+        offsets[lane] = static_cast<float>(hash >> 8) * 0x1p-24f - 0.5f;
     }
+}
+
+template <typename Level>
+void blurRowsTo(const RowPass& pass, int y, int rows, const BlurScratch& scratch) {
+    constexpr bool kDithers = sizeof(Level) == 1;
+    alignas(64) float gains[kBundleLanes];
+    std::fill(std::begin(gains), std::end(gains), pass.filter.gain() * pass.strips.levelScale());
+    const int64_t bundleLevels =
+        int64_t{kBundleLanes} *
+        (std::max(pass.width, pass.resampling.pixels(pass.width)) + kBundlePixels - 1);
+    auto* const levels = reinterpret_cast<Level*>(scratch.bytes);
+    int bundles = 0;
+    for (int r = 0; r < rows; r += kBundlePixels, ++bundles) {
+        Level* const out = levels + bundles * bundleLevels;
+        // Levels may stand where the samples stood: they come when all samples have been read.
+        auto* const samples = reinterpret_cast<uint8_t*>(out);
+        interleaveRows(pass, y + r, std::min(kBundlePixels, rows - r), samples);
+        alignas(64) float offsets[kBundleLanes];
+        if (kDithers) setDither(y + r, offsets);
+        blurBundle(pass.filter, pass.resampling, samples, pass.width, scratch,
+                   Round<Level, kDithers>{out, kBundleLanes, gains, offsets});
+    }
+    if (pass.strips.streams)
+        storeStrips<true>(pass, levels, bundleLevels, y, bundles);
+    else
+        storeStrips<false>(pass, levels, bundleLevels, y, bundles);
 }
 
 void blurRowsOnTarget(const RowPass& pass, int y, int rows, const BlurScratch& scratch) {
-    interleaveRows(pass, y, rows, scratch.bytes);
-    const float* const pixels =
-        blurredPixels(pass.filter, pass.resampling, scratch.bytes, pass.width, scratch);
-    if (pass.strips.streams)
-        storeStrips<true>(pass, pixels, y);
+    if (pass.strips.dithered)
+        blurRowsTo<uint8_t>(pass, y, rows, scratch);
     else
-        storeStrips<false>(pass, pixels, y);
+        blurRowsTo<uint16_t>(pass, y, rows, scratch);
 }
 
 // Sixteen levels with no colour above its alpha, to which rounding may have lifted it and which
@@ -291,27 +418,32 @@ void storeRows(const uint8_t* levels, int rows, int columns, const ColumnPass& p
     alignas(16) uint8_t part[kColumnsAtOnce * 4];
     for (int y = 0; y < rows; ++y, levels += kColumnsAtOnce * 4, out += pass.stride) {
         uint8_t* const row = whole ? out : part;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
         for (int i = 0; i < kColumnsAtOnce * 4; i += kBundleLanes)
             storeValidLevels(levels + i, pass.streams && whole, row + i);
         if (!whole) std::memcpy(out, part, static_cast<size_t>(columns) * 4);
     }
 }
 
-void blurColumnsOnTarget(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch) {
+template <typename Level>
+void blurColumnsFrom(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch) {
     alignas(64) float gains[kBundleLanes];
     for (int lane = 0; lane < kBundleLanes; ++lane)
-        gains[lane] = (lane % 4 == 3 ? 1.0f : pass.colourGain) / Strips::kLevelScale;
-    const int height = pass.resampling.pixels(pass.height);
-    for (int column = 0; column < columns; column += kBundlePixels) {
-        const float* pixels =
-            blurredPixels(pass.filter, pass.resampling,
-                          pass.strips.at((x + column) / kBundlePixels, 0), pass.height, scratch);
-        uint8_t* levels = scratch.bytes + int64_t{4} * column;
-        for (int y = 0; y < height; ++y, pixels += kBundleLanes, levels += kColumnsAtOnce * 4)
-            storeLevels(pixels, gains, levels);
-    }
-    storeRows(scratch.bytes, height, columns, pass, x);
+        gains[lane] = (lane % 4 == 3 ? 1.0f : pass.colourGain) * pass.filter.gain() /
+                      pass.strips.levelScale();
+    constexpr int64_t kStep = int64_t{4} * kColumnsAtOnce;
+    for (int column = 0; column < columns; column += kBundlePixels)
+        blurBundle(pass.filter, pass.resampling,
+                   pass.strips.at<const Level>((x + column) / kBundlePixels, 0), pass.height,
+                   scratch, Round<uint8_t>{scratch.bytes + int64_t{4} * column, kStep, gains});
+    storeRows(scratch.bytes, pass.resampling.pixels(pass.height), columns, pass, x);
+}
+
+void blurColumnsOnTarget(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch) {
+    if (pass.strips.dithered)
+        blurColumnsFrom<uint8_t>(pass, x, columns, scratch);
+    else
+        blurColumnsFrom<uint16_t>(pass, x, columns, scratch);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -322,14 +454,39 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace platform {
 
+namespace {
+
+// Far behind an edge the recursion's states are denormal numbers, with which processors compute up
+// to thirty times more slowly. While this lives, its thread takes them for zeros.
+class DenormalsAsZeros {
+#if HWY_ARCH_X86
+  public:
+    DenormalsAsZeros() {
+        _mm_setcsr(before_ | _MM_FLUSH_ZERO_ON | _MM_DENORMALS_ZERO_ON);
+    }
+    ~DenormalsAsZeros() {
+        _mm_setcsr(before_);
+    }
+    DenormalsAsZeros(const DenormalsAsZeros&) = delete;
+    DenormalsAsZeros& operator=(const DenormalsAsZeros&) = delete;
+
+  private:
+    const unsigned before_ = _mm_getcsr();
+#endif
+};
+
+}  // namespace
+
 HWY_EXPORT(blurRowsOnTarget);
 HWY_EXPORT(blurColumnsOnTarget);
 
 void blurRows(const RowPass& pass, int y, int rows, const BlurScratch& scratch) {
+    [[maybe_unused]] const DenormalsAsZeros faded;
     HWY_DYNAMIC_DISPATCH(blurRowsOnTarget)(pass, y, rows, scratch);
 }
 
 void blurColumns(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch) {
+    [[maybe_unused]] const DenormalsAsZeros faded;
     HWY_DYNAMIC_DISPATCH(blurColumnsOnTarget)(pass, x, columns, scratch);
 }
 

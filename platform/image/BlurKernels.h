@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/image/GaussianFilter.h"
+
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -11,22 +14,10 @@ namespace platform {
 // and store is contiguous.
 constexpr int kBundlePixels = 4;
 constexpr int kBundleLanes = 4 * kBundlePixels;
-// The second pass takes as many columns at once as fill a cache line of the result.
-constexpr int kColumnsAtOnce = 16;
-
-/// A Gaussian as the sum of a causal and an anticausal recursive filter, each of two second-order
-/// sections over one pair of states: w[n] = x[n] + feedback1 w[n-1] + feedback2 w[n-2].
-struct RecursiveGaussian {
-    struct Section {
-        float feedback1, feedback2;
-        float causal0, causal1;          ///< weights of w[n] and w[n-1]
-        float anticausal0, anticausal1;  ///< weights of w[n+1] and w[n+2]
-    };
-    Section sections[2];
-
-    /// The filter of standard deviation `sigma` >= 0, in samples; its weights sum to 1.
-    static RecursiveGaussian withSigma(double sigma);
-};
+// As many rows and columns are worked on together as fill two neighbouring cache lines of what the
+// pass stores, which memory takes in less time than two apart.
+constexpr int kRowsAtOnce = 8;
+constexpr int kColumnsAtOnce = 32;
 
 /// How an axis of samples becomes an axis of pixels: pixel i is the sum of weights[i * taps + t]
 /// times sample first[i] + t. With `taps` 0 the samples are the pixels.
@@ -45,31 +36,42 @@ struct AxisResampling {
 
 /// Working memory of one worker: room for a bundle as long as the longest line.
 struct BlurScratch {
-    uint8_t* bytes;  ///< 4 * kColumnsAtOnce per position
+    uint8_t* bytes;  ///< kBytes per position of a line rounded up to whole strips
     float* line;     ///< kBundleLanes per position
     float* pixels;   ///< kBundleLanes per resampled position
+
+    static constexpr int kBytes =
+        std::max<int>(sizeof(uint16_t) * 4 * kRowsAtOnce, 4 * kColumnsAtOnce);
 };
 
 /// The picture between the passes: strips of kBundlePixels columns, each from top to bottom, so
-/// that a strip is a bundle. Levels times kLevelScale, saturated.
+/// that a strip is a bundle. Levels are 16-bit integers, 256 times as fine as the picture's; or,
+/// for a large sigma, bytes dithered from row to row, half the memory to write and read: the second
+/// pass averages so many rows that a standard deviation of 0.03 levels is left of the dither.
 struct Strips {
-    static constexpr float kLevelScale = 256.0f;
-    uint16_t* levels;  ///< aligned to 64 bytes
-    int stripRows;     ///< the picture's height rounded up to whole bundles
-    bool streams;      ///< whether to store past the caches, which the picture would overflow
+    static constexpr double kLeastDitheredSigma = 64;
 
-    uint16_t* at(int strip, int y) const {
-        return levels + (static_cast<int64_t>(strip) * stripRows + y) * kBundleLanes;
+    void* levels;   ///< aligned to 64 bytes
+    int stripRows;  ///< the picture's height rounded up to whole bundles
+    bool dithered;  ///< whether the levels are uint8_t instead of uint16_t
+    bool streams;   ///< whether to store past the caches, which the picture would overflow
+
+    size_t levelBytes() const { return dithered ? sizeof(uint8_t) : sizeof(uint16_t); }
+    float levelScale() const { return dithered ? 1.0f : 256.0f; }
+    template <typename Level>
+    Level* at(int strip, int y) const {
+        return static_cast<Level*>(levels) +
+               (static_cast<int64_t>(strip) * stripRows + y) * kBundleLanes;
     }
 };
 
-/// The first pass for the rows [y, y + rows), rows <= kBundlePixels, of a picture of RGBA bytes:
-/// blurred, resampled and stored as columns.
+/// The first pass for the rows [y, y + rows), rows <= kRowsAtOnce, y a multiple of it, of a picture
+/// of RGBA bytes: blurred, resampled and stored as columns.
 struct RowPass {
     const uint8_t* source;  ///< of the whole picture
     int64_t stride;         ///< bytes from row to row
     int width;              ///< in pixels
-    const RecursiveGaussian& filter;
+    const GaussianFilter& filter;
     const AxisResampling& resampling;
     Strips strips;
 };
@@ -81,7 +83,7 @@ void blurRows(const RowPass& pass, int y, int rows, const BlurScratch& scratch);
 struct ColumnPass {
     Strips strips;
     int height;  ///< in samples
-    const RecursiveGaussian& filter;
+    const GaussianFilter& filter;
     const AxisResampling& resampling;
     float colourGain;
     uint8_t* result;  ///< of the whole picture

@@ -8,51 +8,6 @@
 
 namespace platform {
 
-RecursiveGaussian RecursiveGaussian::withSigma(double sigma) {
-    // The half-Gaussian exp(-t^2 / 2), t >= 0 in units of sigma, as a sum of two terms
-    // exp(-decay t) (cosine cos(frequency t) + sine sin(frequency t)), after R. Deriche,
-    // "Recursively implementing the Gaussian and its derivatives", INRIA report 1893 (1993),
-    // refitted; nowhere more than 0.0006 off.
-    struct Term {
-        double cosine, sine, decay, frequency;
-    };
-    static constexpr Term kTerms[] = {{1.680177, 3.745717, 1.784524, 0.631905},
-                                      {-0.680765, -0.262516, 1.724217, 1.997219}};
-    if (sigma <= 0) return {{{0, 0, 1, 0, 0, 0}, {0, 0, 0, 0, 0, 0}}};
-
-    RecursiveGaussian filter{};
-    double numerators[2][4];
-    double sum = 0;
-    for (int i = 0; i < 2; ++i) {
-        const Term& term = kTerms[i];
-        const double radius = std::exp(-term.decay / sigma);
-        const double angle = term.frequency / sigma;
-        Section& section = filter.sections[i];
-        section.feedback1 = static_cast<float>(2 * radius * std::cos(angle));
-        section.feedback2 = static_cast<float>(-radius * radius);
-        const double response0 = term.cosine;
-        const double response1 =
-            radius * (term.cosine * std::cos(angle) + term.sine * std::sin(angle));
-        double* const numerator = numerators[i];
-        numerator[0] = response0;
-        numerator[1] = response1 - section.feedback1 * response0;
-        numerator[2] = response1;
-        numerator[3] = section.feedback2 * response0;
-        // Of the coefficients as they are rounded, so that a flat picture keeps its level.
-        const double denominator =
-            1 - static_cast<double>(section.feedback1) - static_cast<double>(section.feedback2);
-        sum += (numerator[0] + numerator[1] + numerator[2] + numerator[3]) / denominator;
-    }
-    for (int i = 0; i < 2; ++i) {
-        Section& section = filter.sections[i];
-        section.causal0 = static_cast<float>(numerators[i][0] / sum);
-        section.causal1 = static_cast<float>(numerators[i][1] / sum);
-        section.anticausal0 = static_cast<float>(numerators[i][2] / sum);
-        section.anticausal1 = static_cast<float>(numerators[i][3] / sum);
-    }
-    return filter;
-}
-
 AxisResampling AxisResampling::ofPart(int samples, double origin, double extent, int pixels) {
     AxisResampling axis;
     const double step = extent / pixels;
@@ -93,11 +48,15 @@ int parts(int length, int unit) {
 struct ScratchLayout {
     size_t line, pixels, bytes;
 
-    ScratchLayout(QSize source, QSize result, bool resampled)
-        : line(laneBytes(std::max(source.width(), source.height()))),
-          pixels(resampled ? laneBytes(std::max(result.width(), result.height())) : 0),
-          bytes(std::max(size_t{kBundleLanes} * static_cast<size_t>(parts(source.width(), 4) * 4),
-                         size_t{4} * kColumnsAtOnce * static_cast<size_t>(result.height()))) {}
+    ScratchLayout(QSize source, QSize result, bool resampled) {
+        const int sourceLength = std::max(source.width(), source.height());
+        const int resultLength = std::max(result.width(), result.height());
+        line = laneBytes(sourceLength);
+        pixels = resampled ? laneBytes(resultLength) : 0;
+        // Levels are stored by whole tiles.
+        bytes = static_cast<size_t>(BlurScratch::kBytes) *
+                static_cast<size_t>(std::max(sourceLength, resultLength) + kBundlePixels - 1);
+    }
 
     size_t total() const { return line + pixels + bytes; }
     BlurScratch in(const LargeBuffer& memory) const {
@@ -152,26 +111,27 @@ bool GaussianBlur::run(const Work& work, QImage& result) {
         result = largeBitmap(size, source.format());
     if (result.isNull()) return false;
 
-    const int rowBundles = parts(source.height(), kBundlePixels);
-    const int stripRows = rowBundles * kBundlePixels;
-    const size_t stripBytes = sizeof(uint16_t) * kBundleLanes *
+    Strips between{};
+    between.stripRows = parts(source.height(), kBundlePixels) * kBundlePixels;
+    between.dithered = sigma_ >= Strips::kLeastDitheredSigma;
+    const size_t stripBytes = between.levelBytes() * kBundleLanes *
                               static_cast<size_t>(parts(size.width(), kBundlePixels)) *
-                              static_cast<size_t>(stripRows);
+                              static_cast<size_t>(between.stripRows);
+    between.streams = stripBytes > kCacheBytes;
     const ScratchLayout layout(source.size(), size, work.across.taps > 0);
     const bool reserved = strips_.reserve(stripBytes) &&
                           std::all_of(scratch_.begin(), scratch_.end(), [&](LargeBuffer& scratch) {
                               return scratch.reserve(layout.total());
                           });
     if (!reserved) return false;
-    const Strips between{static_cast<uint16_t*>(strips_.data()), stripRows,
-                         stripBytes > kCacheBytes};
+    between.levels = strips_.data();
 
-    const RecursiveGaussian filter = RecursiveGaussian::withSigma(sigma_);
+    const GaussianFilter filter = GaussianFilter::withSigma(sigma_);
     const RowPass rows{
         source.constBits(), source.bytesPerLine(), source.width(), filter, work.across, between};
-    parallelFor(rowBundles, threads_, [&](int bundle, int worker) {
-        const int y = bundle * kBundlePixels;
-        blurRows(rows, y, std::min(kBundlePixels, source.height() - y),
+    parallelFor(parts(source.height(), kRowsAtOnce), threads_, [&](int part, int worker) {
+        const int y = part * kRowsAtOnce;
+        blurRows(rows, y, std::min(kRowsAtOnce, source.height() - y),
                  layout.in(scratch_[static_cast<size_t>(worker)]));
     });
 

@@ -75,10 +75,11 @@ class ReferenceBlur {
 };
 
 /// The pictures that a blur finds hardest.
-enum class Subject { Noise, TransparentNoise, Checkerboard, WhitePixel, Edge, White };
+enum class Subject { Noise, TransparentNoise, Checkerboard, WhitePixel, Edge, White, Shades };
 constexpr Subject kSubjects[] = {Subject::Noise,        Subject::TransparentNoise,
                                  Subject::Checkerboard, Subject::WhitePixel,
-                                 Subject::Edge,         Subject::White};
+                                 Subject::Edge,         Subject::White,
+                                 Subject::Shades};
 
 /// A picture of a kind, premultiplied RGBA; the same at every call.
 inline QImage pictureOf(Subject subject, QSize size) {
@@ -105,6 +106,9 @@ inline QImage pictureOf(Subject subject, QSize size) {
                     colour = x < size.width() / 2 ? 0xFFFFFFFF : 0xFF000000;
                     break;
                 case Subject::White:
+                    break;
+                case Subject::Shades:
+                    colour = qRgb(y * 3 / 8 % 256, y * 5 / 8 % 256, (x + y) / 4 % 256);
                     break;
             }
             image.setPixel(x, y, qPremultiply(colour));
