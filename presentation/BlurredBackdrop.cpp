@@ -12,8 +12,8 @@ namespace {
 
 // What black at 30 % laid over a colour leaves of it.
 constexpr double kBrightness = 0.7;
-// Bounds the pixels of a needle-shaped picture, which shows a few hundred points of its length.
-constexpr double kMaxPixels = 1 << 24;
+// Bounds the pixels along a needle-shaped picture, which shows a few hundred points of its length.
+constexpr double kMaxSide = 1 << 14;
 
 // The part of the blurred axis that is left in view. The blur spreads an axis of `length` pixels by
 // `reach` at either end; enlarging the axis to where the spread one ends keeps the soft border
@@ -28,10 +28,9 @@ Span spanInView(double length, double reach) {
 
 QSize pixelSize(QSizeF size) {
     const double scale = qGuiApp ? qGuiApp->devicePixelRatio() : 1.0;
-    const double wanted = size.width() * scale * size.height() * scale;
-    const double density = scale * std::sqrt(std::min(1.0, kMaxPixels / wanted));
-    const auto pixels = [&](double length) {
-        return static_cast<int>(std::clamp(std::round(length * density), 1.0, kMaxPixels));
+    const double density = std::min(scale, kMaxSide / std::max(size.width(), size.height()));
+    const auto pixels = [density](double length) {
+        return static_cast<int>(std::clamp(std::round(length * density), 1.0, kMaxSide));
     };
     return {pixels(size.width()), pixels(size.height())};
 }

@@ -49,7 +49,7 @@ QImage decodedByReader(const QByteArray& data, Drawings drawings) {
 }  // namespace
 
 bool isDecodableSize(QSize size, qint64 bytesPerPixel) {
-    if (size.isEmpty()) return false;
+    if (size.isEmpty() || std::max(size.width(), size.height()) > kMaxDecodedSide) return false;
     return qint64{size.width()} * size.height() <= kMaxDecodedBytes / bytesPerPixel;
 }
 

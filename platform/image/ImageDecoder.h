@@ -9,6 +9,9 @@ namespace platform {
 /// Pictures that would be larger than this when decoded are refused: 1 GiB, 2^28 pixels. Changing
 /// their format may take as much again for a moment.
 constexpr qint64 kMaxDecodedBytes = qint64{1} << 30;
+/// So are pictures with a side of more pixels than this, which nobody could look at, but whose
+/// every line would be worked on whole.
+constexpr int kMaxDecodedSide = 1'000'000;
 
 /// Whether a picture of `size` pixels of `bytesPerPixel` may be decoded.
 bool isDecodableSize(QSize size, qint64 bytesPerPixel);

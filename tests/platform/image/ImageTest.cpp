@@ -113,6 +113,8 @@ TEST(Image, RefusesDeclaredSizesBeyondItsLimits) {
     EXPECT_FALSE(isDecodableSize({16384, 16385}, 4));
     EXPECT_FALSE(isDecodableSize({16384, 16384}, 8));
     EXPECT_FALSE(isDecodableSize({0, 5}, 4));
+    EXPECT_TRUE(isDecodableSize({1'000'000, 1}, 4));
+    EXPECT_FALSE(isDecodableSize({1, 1'000'001}, 4));
 
     QByteArray jpeg = encoded(flat({16, 16}, Qt::red), "jpg");
     const qsizetype frame = jpeg.indexOf("\xFF\xC0");
