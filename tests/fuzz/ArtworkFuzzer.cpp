@@ -32,11 +32,14 @@ void decodeAndBlur(const QByteArray& data) {
     const QImage image = platform::decodedImage(data, platform::Drawings::Decoded);
     if (image.isNull()) return;
     if (image.format() != QImage::Format_RGBA8888_Premultiplied) std::abort();
+    // Each of them works in another way.
+    constexpr double kSigmas[] = {2, 9, 80};
+    platform::GaussianBlur blur(kSigmas[data.size() % 3]);
     QImage blurred;
-    platform::GaussianBlur(9).blur(image, blurred);
+    blur.blur(image, blurred);
     if (blurred.size() != image.size()) std::abort();
-    const QImage part = platform::GaussianBlur(9).blurredRegion(
-        image, QRectF(image.rect()).adjusted(0.25, 0, 0, -0.25), QSize(40, 30), 0.5);
+    const QImage part = blur.blurredRegion(image, QRectF(image.rect()).adjusted(0.25, 0, 0, -0.25),
+                                           QSize(40, 30), 0.5);
     if (part.size() != QSize(40, 30)) std::abort();
 }
 
