@@ -39,15 +39,15 @@ def small_disk(test, folder, size):
     return mounted
 
 
-def with_artwork(song, side):
-    """Puts a picture of `side` x `side` pixels, black and well packed, into an untagged song."""
+def with_artwork(song, width, height):
+    """Puts a picture of that many pixels, black and well packed, into an untagged song."""
 
     def chunk(kind, content):
         checked = kind + content
         return struct.pack(">I", len(content)) + checked + struct.pack(">I", zlib.crc32(checked))
 
-    rows = zlib.compress(bytes(side * (1 + (side + 7) // 8)))
-    header = struct.pack(">IIBBBBB", side, side, 1, 0, 0, 0, 0)
+    rows = zlib.compress(bytes(height * (1 + (width + 7) // 8)))
+    header = struct.pack(">IIBBBBB", width, height, 1, 0, 0, 0, 0)
     picture = b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", rows)
     content = b"\0image/png\0\3\0" + picture + chunk(b"IEND", b"")
     frame = b"APIC" + struct.pack(">I", len(content)) + b"\0\0" + content
@@ -108,7 +108,7 @@ class FullDisk(Scene):
         if not all(small_disk(self, disk, "64k") for disk in disks):
             self.skipTest("this user may not mount a disk")
         # A desktop's own player asks for the picture as a file in the cache.
-        with_artwork(self.folder / "Left" / "gale.mp3", 8_000)
+        with_artwork(self.folder / "Left" / "gale.mp3", 8_000, 8_000)
         store(PairdeckLeftRepeatState=0, **folders(self.folder / "Left", "/nowhere"))
         old = settings()
         self.start()
@@ -132,14 +132,15 @@ class FullDisk(Scene):
 class HostileLibrary(Scene):
     NAMES = ("new\nline.mp3", "\U0001f3b5.mp3", "\u05e9\u05d9\u05e8.mp3", "caf\udce9.mp3", "n" * 251 + ".mp3")
     left = [music.Tone(name, None, "", 400 + 50 * i) for i, name in enumerate(NAMES)]
-    right = [music.Tone(name, None, "", 350) for name in ("poster.mp3", "large.mp3")]
+    right = [music.Tone(name, None, "", 350) for name in ("poster.mp3", "large.mp3", "needle.mp3")]
 
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
         folder = cls.folder / "Right"
-        with_artwork(folder / "poster.mp3", 20_000)
-        with_artwork(folder / "large.mp3", 8_000)
+        with_artwork(folder / "poster.mp3", 20_000, 20_000)
+        with_artwork(folder / "large.mp3", 8_000, 8_000)
+        with_artwork(folder / "needle.mp3", 1, 1_000_000)
         os.mkfifo(folder / "fifo.mp3")
         with contextlib.closing(socket.socket(socket.AF_UNIX)) as listener:
             listener.bind(str(folder / "socket.mp3"))
