@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 #if HWY_ARCH_X86
 #include <pmmintrin.h>
@@ -229,21 +228,18 @@ struct Round {
         return {levels + lane, step, gains + lane, kDithers ? offsets + lane : nullptr};
     }
     // A sum with 1.5 * 2^23 has no room for fractions and holds the nearest integer in its lowest
-    // bits (IEEE 754), which takes half the instructions of a conversion.
+    // bits (IEEE 754), which takes half the instructions of a conversion. What is stored saturates.
     HWY_INLINE void operator()(int64_t i, int lane, Vector response) const {
         const hn::Rebind<Level, Floats> tag;
-        const hn::RebindToUnsigned<Floats> bits;
-        constexpr float kZero = 12582912.0f;
-        const Vector least = hn::Set(kFloats, kZero);
-        const Vector most = hn::Set(kFloats, kZero + std::numeric_limits<Level>::max());
+        const Vector zero = hn::Set(kFloats, 12582912.0f);
         const Vector gain = hn::Load(kFloats, gains + lane);
         Vector sum;
         if constexpr (kDithers)
-            sum = hn::Add(hn::MulAdd(response, gain, hn::Load(kFloats, offsets + lane)), least);
+            sum = hn::Add(hn::MulAdd(response, gain, hn::Load(kFloats, offsets + lane)), zero);
         else
-            sum = hn::MulAdd(response, gain, least);
-        const Vector level = hn::Min(hn::Max(sum, least), most);
-        hn::Store(hn::TruncateTo(tag, hn::BitCast(bits, level)), tag, levels + i * step + lane);
+            sum = hn::MulAdd(response, gain, zero);
+        const auto level = hn::Sub(hn::BitCast(Ints(), sum), hn::BitCast(Ints(), zero));
+        hn::Store(hn::DemoteTo(tag, level), tag, levels + i * step + lane);
     }
 };
 
