@@ -30,7 +30,7 @@ QSize pixelSize(QSizeF size) {
     const double scale = qGuiApp ? qGuiApp->devicePixelRatio() : 1.0;
     const double density = std::min(scale, kMaxSide / std::max(size.width(), size.height()));
     const auto pixels = [density](double length) {
-        return static_cast<int>(std::clamp(std::round(length * density), 1.0, kMaxSide));
+        return static_cast<int>(std::max(std::round(length * density), 1.0));
     };
     return {pixels(size.width()), pixels(size.height())};
 }
