@@ -16,16 +16,9 @@ namespace {
 constexpr qsizetype kLongText = 30;  // UTF-16 units
 
 TrackTags readTags(const QString& path) {
-    TrackTags tags;
     const auto asset = platform::MediaAsset::URLAssetWithURL(path);
-    for (const platform::MetadataItem& item : asset.metadata()) {
-        const auto key = item.commonKey();
-        if (key == QLatin1String("title")) tags.title = item.stringValue();
-        if (key == QLatin1String("albumName")) tags.album = item.stringValue();
-        if (key == QLatin1String("artist")) tags.artist = item.stringValue();
-        if (key == QLatin1String("artwork")) tags.artwork = item.dataValue();
-    }
-    return tags;
+    const platform::Tags& tags = asset.metadata();
+    return {tags.title, tags.album, tags.artist, asset.artwork()};
 }
 
 std::unique_ptr<CenteredTextFieldCell> cellWithFontSize(double size) {

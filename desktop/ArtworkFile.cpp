@@ -13,10 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path native(const QString& path) {
-    return fs::path(platform::fileSystemRepresentation(path).toStdString());
-}
-
 bool write(const fs::path& file, const QByteArray& content) {
     std::ofstream stream(file, std::ios::binary | std::ios::trunc);
     stream.write(content.constData(), content.size());
@@ -40,8 +36,8 @@ ArtworkFile::~ArtworkFile() {
 void ArtworkFile::removeAll() const {
     const std::string beginning = prefix_.toStdString() + '-';
     std::error_code error;
-    for (fs::directory_iterator entry(native(folder_), error), end; !error && entry != end;
-         entry.increment(error)) {
+    for (fs::directory_iterator entry(platform::standardPath(folder_), error), end;
+         !error && entry != end; entry.increment(error)) {
         std::error_code ignored;
         if (entry->path().filename().native().starts_with(beginning)) {
             fs::remove(entry->path(), ignored);
@@ -59,8 +55,8 @@ QString ArtworkFile::urlOf(const std::optional<QByteArray>& picture) {
     const QString file =
         folder_ + QLatin1Char('/') + prefix_ + QLatin1Char('-') + QString::fromLatin1(hash);
     std::error_code error;
-    fs::create_directories(native(folder_), error);
-    if (write(native(file), *picture)) {
+    fs::create_directories(platform::standardPath(folder_), error);
+    if (write(platform::standardPath(file), *picture)) {
         url_ = QString::fromLatin1(platform::fileURLWithPath(file));
     }
     return url_;

@@ -12,8 +12,7 @@ namespace {
 
 std::filesystem::file_type typeOf(const QString& path) {
     std::error_code error;
-    const std::string native = platform::fileSystemRepresentation(path).toStdString();
-    return std::filesystem::status(native, error).type();
+    return std::filesystem::status(platform::standardPath(path), error).type();
 }
 
 bool isFolder(const QString& path) {

@@ -25,8 +25,6 @@ PDSourceManager::PDSourceManager(const Side& side) : side_(side) {
 }
 
 void PDSourceManager::awakeFromNib() {
-    searchPredicate_ = SearchPredicate(
-        QStringLiteral("(name contains[cd] $value)or (artist contains[cd] $value) "));
     const auto folder =
         UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(side_.defaultDirectoryKey);
     if (folder) getTracksFromURL(folder);
@@ -97,12 +95,9 @@ void PDSourceManager::updatePredicate(const QString& text) {
     // Every search starts from the whole folder as it is on disk now.
     getTracksFromURL(currentURL_);
     if (text.isEmpty()) return;
-    const SearchPredicate predicate =
-        searchPredicate_.predicateWithSubstitutionVariables([&text](const QString& variable) {
-            return variable == QLatin1String("value") ? text : QString();
-        });
-    std::erase_if(side_.trackArray, [&predicate](const auto& track) {
-        return !predicate.evaluate(track->name(), track->artist());
+    searchPredicate_ = SearchPredicate(text);
+    std::erase_if(side_.trackArray, [this](const auto& track) {
+        return !searchPredicate_.evaluate(track->name(), track->artist());
     });
     tableView_->reloadData();
 }

@@ -19,7 +19,7 @@
 /// changeDefaultDirectory, updatePredicate (sent by a search field).
 class PDSourceManager : public platform::Controller, public platform::TableViewDataSource {
   public:
-    /// Builds the search template, scans the default folder if one is stored, and names it.
+    /// Scans the default folder if one is stored, and names it.
     void awakeFromNib() override;
 
     /// Lets the user choose a folder and scans it.

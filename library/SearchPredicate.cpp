@@ -1,7 +1,5 @@
 #include "library/SearchPredicate.h"
 
-#include <QRegularExpression>
-
 #include <algorithm>
 #include <iterator>
 
@@ -14,8 +12,10 @@ bool isAscii(QStringView text) {
     return seen < 0x80;
 }
 
-// A mark that modifies the letter before it. Vowel signs of the Indic and Thai scripts are marks
-// too, but of combining class 0: they are letters to their readers and stay.
+// A mark that modifies the letter before it: one with a combining class. The vowel signs of the
+// Indic scripts are marks of class 0, letters to their readers, and stay; viramas (class 9) and the
+// Thai and Lao vowel signs below and tone marks (103, 107, 118, 122) go like accents, so that a
+// search does not depend on them.
 bool isDiacritic(char32_t character) {
     return QChar::combiningClass(character) != 0 ||
            QChar::category(character) == QChar::Mark_Enclosing;
@@ -75,39 +75,17 @@ QString folded(const QString& text) {
 
 }  // namespace
 
-SearchPredicate::SearchPredicate(const QString& format) {
-    static const QRegularExpression whole(
-        QStringLiteral(R"(^\s*(\([^()]*\))(\s*or\s*(\([^()]*\)))*\s*$)"));
-    static const QRegularExpression term(
-        QStringLiteral(R"(\(\s*(name|artist) contains\[cd\] \$(\w+)\s*\))"));
-    if (!whole.match(format).hasMatch()) return;
-    for (auto matches = term.globalMatch(format); matches.hasNext();) {
-        const QRegularExpressionMatch match = matches.next();
-        const Field field =
-            match.capturedView(1) == QLatin1String("name") ? Field::Name : Field::Artist;
-        terms_ += Term{field, match.captured(2), std::nullopt};
-    }
-}
-
-SearchPredicate SearchPredicate::predicateWithSubstitutionVariables(
-    const std::function<QString(const QString&)>& valueOf) const {
-    SearchPredicate predicate = *this;
-    for (Term& term : predicate.terms_) {
-        const QString text = folded(valueOf(term.variable));
-        term.needle = Needle{text, isAscii(text)};
-    }
-    return predicate;
-}
+SearchPredicate::SearchPredicate(const QString& text)
+    : folded_(folded(text)), ascii_(isAscii(folded_)) {}
 
 bool SearchPredicate::evaluate(const QString& name, const QString& artist) const {
-    return std::any_of(terms_.begin(), terms_.end(), [&](const Term& term) {
-        return term.needle && term.needle->isIn(term.field == Field::Name ? name : artist);
-    });
+    return isIn(name) || isIn(artist);
 }
 
-bool SearchPredicate::Needle::isIn(const QString& text) const {
-    // Most titles are ASCII and need no folding: only an ASCII needle can be in them, and ASCII
+bool SearchPredicate::isIn(const QString& field) const {
+    if (folded_.isEmpty()) return false;
+    // Most titles are ASCII and need no folding: only an ASCII text can be in them, and ASCII
     // letters have no case but their own.
-    if (isAscii(text)) return ascii && text.contains(folded, Qt::CaseInsensitive);
-    return ::folded(text).contains(folded);
+    if (isAscii(field)) return ascii_ && field.contains(folded_, Qt::CaseInsensitive);
+    return folded(field).contains(folded_);
 }

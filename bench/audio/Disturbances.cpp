@@ -23,7 +23,7 @@ void readTags(int files) {
         QFile file(path);
         if (file.open(QIODevice::WriteOnly)) file.write(bytes);
         file.close();
-        MediaAsset::URLAssetWithURL(path).metadata();
+        MediaAsset::URLAssetWithURL(path);
     }
 }
 

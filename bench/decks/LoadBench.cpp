@@ -32,11 +32,7 @@ Image desktopPicture() {
 }
 
 QByteArray artworkOf(const QString& path) {
-    for (const platform::MetadataItem& item :
-         platform::MediaAsset::URLAssetWithURL(path).metadata()) {
-        if (item.commonKey() == QLatin1String("artwork")) return item.dataValue().value_or("");
-    }
-    return {};
+    return platform::MediaAsset::URLAssetWithURL(path).artwork().value_or("");
 }
 
 // What else the last load has set off, paints first of all, must not meet the next measurement.

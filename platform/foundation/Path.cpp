@@ -93,6 +93,10 @@ QString stringWithFileSystemRepresentation(QByteArrayView bytes) {
     return path;
 }
 
+std::filesystem::path standardPath(const QString& path) {
+    return fileSystemRepresentation(path).toStdString();
+}
+
 QByteArray fileURLWithPath(const QString& path) {
     return "file://" + fileSystemRepresentation(path).toPercentEncoding("/");
 }

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <filesystem>
 #include <optional>
 
 namespace platform {
@@ -17,6 +18,9 @@ QByteArray fileSystemRepresentation(const QString& path);
 
 /// The path that stands for the file system's `bytes`; the inverse of fileSystemRepresentation.
 QString stringWithFileSystemRepresentation(QByteArrayView bytes);
+
+/// `path` for the functions of the standard library.
+std::filesystem::path standardPath(const QString& path);
 
 /// The "file:" URL of the absolute `path` (RFC 8089), byte for byte.
 QByteArray fileURLWithPath(const QString& path);

@@ -29,10 +29,9 @@ bool isColorSchemeDark() {
 // The pictures in `folder` that are named after their size, "1920x1080.png".
 QList<SizedPicture> sizedPictures(const QString& folder) {
     QList<SizedPicture> pictures;
-    const std::filesystem::path bytes(fileSystemRepresentation(folder).toStdString());
     std::error_code error;
-    for (std::filesystem::directory_iterator entry(bytes, error), end; !error && entry != end;
-         entry.increment(error)) {
+    for (std::filesystem::directory_iterator entry(standardPath(folder), error), end;
+         !error && entry != end; entry.increment(error)) {
         const QByteArray name = QByteArray::fromStdString(entry->path().stem().string());
         const qsizetype cross = name.indexOf('x');
         const QSize size(name.left(cross).toInt(), name.mid(cross + 1).toInt());

@@ -7,40 +7,16 @@
 
 namespace platform {
 
-MetadataItem MetadataItem::text(const QString& key, const QString& value) {
-    MetadataItem item;
-    item.key_ = key;
-    item.text_ = value;
-    return item;
-}
-
-MetadataItem MetadataItem::artwork(const QString& path) {
-    MetadataItem item;
-    item.key_ = QStringLiteral("artwork");
-    item.picturePath_ = path;
-    return item;
-}
-
-std::optional<QByteArray> MetadataItem::dataValue() const {
-    return picturePath_.isEmpty() ? std::nullopt : pictureOfFile(picturePath_);
-}
+MediaAsset::MediaAsset(QString path, Tags tags) : path_(std::move(path)), tags_(std::move(tags)) {}
 
 MediaAsset MediaAsset::URLAssetWithURL(const QString& path) {
-    MediaAsset asset;
     MediaReadAhead::Queue* const queue = MediaReadAhead::current();
-    std::optional<QList<MetadataItem>> ready = queue ? queue->take(path) : std::nullopt;
-    asset.items_ = ready ? std::move(*ready) : itemsOfFile(path);
-    return asset;
+    std::optional<Tags> ready = queue ? queue->take(path) : std::nullopt;
+    return {path, ready ? std::move(*ready) : tagsOfFile(path)};
 }
 
-QList<MetadataItem> MediaAsset::itemsOfFile(const QString& path) {
-    const Tags tags = tagsOfFile(path);
-    QList<MetadataItem> items;
-    if (tags.title) items += MetadataItem::text(QStringLiteral("title"), *tags.title);
-    if (tags.artist) items += MetadataItem::text(QStringLiteral("artist"), *tags.artist);
-    if (tags.album) items += MetadataItem::text(QStringLiteral("albumName"), *tags.album);
-    if (tags.picture) items += MetadataItem::artwork(path);
-    return items;
+std::optional<QByteArray> MediaAsset::artwork() const {
+    return tags_.picture ? pictureOfFile(path_) : std::nullopt;
 }
 
 }  // namespace platform

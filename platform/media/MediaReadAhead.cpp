@@ -1,6 +1,7 @@
 #include "platform/media/MediaReadAhead.h"
 
 #include "platform/media/ReadAheadQueue.h"
+#include "platform/media/TagReader.h"
 
 #include <algorithm>
 #include <system_error>
@@ -21,7 +22,7 @@ MediaReadAhead::Queue*& MediaReadAhead::current() {
 }
 
 MediaReadAhead::Queue::Queue(QStringList paths)
-    : paths_(std::move(paths)), items_(std::min(size(), kAhead)), ready_(kAhead / kBlock) {
+    : paths_(std::move(paths)), tags_(std::min(size(), kAhead)), ready_(kAhead / kBlock) {
     // Starting a thread takes as long as reading several files.
     constexpr std::size_t kWorthAThread = 2 * kBlock;
     if (size() < kWorthAThread) return;
@@ -46,7 +47,7 @@ MediaReadAhead::Queue::~Queue() {
         thread.join();
 }
 
-std::optional<QList<MetadataItem>> MediaReadAhead::Queue::take(const QString& path) {
+std::optional<Tags> MediaReadAhead::Queue::take(const QString& path) {
     if (taken_ >= size() || paths_[static_cast<qsizetype>(taken_)] != path) return std::nullopt;
     if (taken_ % kBlock == 0) {
         const std::size_t block = taken_ / kBlock;
@@ -57,7 +58,7 @@ std::optional<QList<MetadataItem>> MediaReadAhead::Queue::take(const QString& pa
             if (!readBlock(lock)) changed_.wait(lock);
         }
     }
-    return std::exchange(items_[taken_++ % kAhead], {});
+    return std::exchange(tags_[taken_++ % kAhead], {});
 }
 
 bool MediaReadAhead::Queue::readBlock(std::unique_lock<std::mutex>& lock) {
@@ -66,7 +67,7 @@ bool MediaReadAhead::Queue::readBlock(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
     const std::size_t end = std::min((block + 1) * kBlock, size());
     for (std::size_t i = block * kBlock; i < end && !stopped_; ++i)
-        items_[i % kAhead] = MediaAsset::itemsOfFile(paths_[static_cast<qsizetype>(i)]);
+        tags_[i % kAhead] = tagsOfFile(paths_[static_cast<qsizetype>(i)]);
     lock.lock();
     ready_[block % ready_.size()] = block + 1;
     changed_.notify_all();

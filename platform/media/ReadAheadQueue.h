@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/media/MediaAsset.h"
 #include "platform/media/MediaReadAhead.h"
+#include "platform/media/Tags.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -11,7 +11,7 @@
 
 namespace platform {
 
-/// The metadata of a list of files, read by several threads and taken by one, in order. The files
+/// The tags of a list of files, read by several threads and taken by one, in order. The files
 /// are read in blocks: each thread that is free, the taker included while it waits, claims the next
 /// block. No more than kAhead files are ahead of the taker.
 class MediaReadAhead::Queue {
@@ -22,8 +22,8 @@ class MediaReadAhead::Queue {
     Queue(const Queue&) = delete;
     Queue& operator=(const Queue&) = delete;
 
-    /// The items of the next file if it is the one at `path`; absent if it is another.
-    std::optional<QList<MetadataItem>> take(const QString& path);
+    /// The tags of the next file if it is the one at `path`; absent if it is another.
+    std::optional<Tags> take(const QString& path);
 
   private:
     static constexpr std::size_t kBlock = 16;
@@ -38,8 +38,8 @@ class MediaReadAhead::Queue {
     void work();
 
     const QStringList paths_;
-    std::vector<QList<MetadataItem>> items_;  // of file i at i modulo kAhead
-    std::size_t taken_ = 0;                   // files; the taker's own
+    std::vector<Tags> tags_;  // of file i at i modulo kAhead
+    std::size_t taken_ = 0;   // files; the taker's own
     std::atomic<bool> stopped_ = false;
 
     std::mutex mutex_;  // of what follows
