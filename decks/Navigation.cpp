@@ -1,7 +1,5 @@
 #include "decks/Navigation.h"
 
-#include "decks/Deck.h"
-
 namespace navigation {
 
 std::optional<std::size_t> indexOfCurrentTrack(const TrackArray& tracks,
@@ -21,6 +19,11 @@ std::optional<std::size_t> nextIndex(std::optional<std::size_t> current, std::si
 std::optional<std::size_t> previousIndex(std::optional<std::size_t> current, std::size_t count) {
     if (count == 0) return std::nullopt;
     return current ? (*current + count - 1) % count : count - 1;
+}
+
+std::optional<std::int64_t> repeatStateAfter(std::int64_t state) {
+    if (state < PDRepeatOff || state > PDRepeatOne) return std::nullopt;
+    return (state + 1) % 3;
 }
 
 EndOfTrack endOfTrack(std::int64_t repeat) {

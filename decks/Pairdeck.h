@@ -1,22 +1,26 @@
 #pragma once
 
 #include "decks/Deck.h"
+#include "decks/DeckControls.h"
 #include "platform/audio/AudioPlayer.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/Timer.h"
-#include "platform/image/Image.h"
 #include "platform/ui/Controller.h"
-#include "platform/ui/Window.h"
 
 #include <QString>
 
 #include <array>
-#include <cstdint>
 #include <memory>
 
-/// The controller of both decks: start-up, loading, navigation, status and transport, each in a
-/// source file of its own. Every operation works on a Deck; what exists once per side is public
-/// under the side's name, {Side} being Left and Right, {side} left and right.
+namespace platform {
+class Button;
+class TextField;
+class Window;
+}  // namespace platform
+
+/// The controller of both decks: brings them up, finds the deck that an action is meant for, by its
+/// sender or its name, and calls that deck's verb. What exists once per side is declared under the
+/// side's name, {Side} being Left and Right, {side} left and right.
 ///
 /// Outlets: PDWindow, PDCloseWindow, PDAboutWindow, PDAboutWindowClose, PDVersionBuildString;
 /// PD{Side}SongTitle, PD{Side}SongAlbumArt, PD{Side}Background, PD{Side}SongAlbumArtist,
@@ -33,29 +37,33 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     /// changed; its object is the controller.
     static const QString& playerStatusDidChange();
     /// The notification of what that one leaves out: a deck's position has jumped within its track,
-    /// its volume has changed or its track has ended; its object is the controller.
+    /// its volume has changed, its track has ended or its list is another; its object is the
+    /// controller.
     static const QString& playerDidMove();
 
     Pairdeck();
     ~Pairdeck() override;
+
+    /// The deck of that side, which is one of the two.
+    Deck& deck(PDPlayerType side) { return *decks_[static_cast<size_t>(side)]; }
 
     /// Brings both decks into their idle state, with the stored settings.
     void awakeFromNib() override;
     /// Ends the program.
     void quit();
 
-    /// Plays the track in the selected row of `sender`, a deck's table. Nothing happens for any
-    /// other sender, without a selection, or for a row beyond the deck's list.
+    /// Plays the track in the selected row of `sender`, a deck's table.
     void playTrackFromSelection(platform::Control* sender);
-    /// Loads the file at `path` on a deck, starts it and shows it. A file that can't be played
-    /// leaves the deck without a player but shown; the status notification is posted in any case.
+    /// Loads the file at `path` on a deck, starts it and shows it. The status notification is
+    /// posted in any case, for a side that is neither deck's too.
     void playTrackAtWithPlayer(const QString& path, PDPlayerType side);
 
-    /// Plays the track after the deck's current one, wrapping, or any with shuffle on. `sender` is
-    /// a deck's next button; for any other nothing happens.
+    /// Plays the track after the deck's current one. `sender` is a deck's next button; for any
+    /// other nothing happens.
     void playNextTrackAt(platform::Control* sender);
-    /// The same backwards, for a previous button; from 10 seconds on the track starts again.
+    /// The same backwards, for a previous button.
     void playPrevTrackAt(platform::Control* sender);
+    /// Pauses, goes on or plays again, as the repeat state of the deck whose player it is says.
     void audioPlayerDidFinishPlayingSuccessfully(platform::AudioPlayer* player,
                                                  bool successfully) override;
 
@@ -63,47 +71,37 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     void refreshInfo();
     /// Brings the seek sliders and the times of both decks in line with their players.
     void perSecondInfoRefresh();
-    /// "mm:ss" of a number of seconds that is not negative; the minutes wrap at 60.
-    static QString secondToMinuteSecond(std::int32_t seconds);
 
-    /// Plays or pauses the deck whose play/pause button `sender` is.
+    /// Plays or pauses the deck whose play/pause button `sender` is. The status notification is
+    /// posted for any sender.
     void playPauseTrackAt(platform::Control* sender);
     /// Moves the deck's position to the slider's value, in seconds.
-    void timeSliderDidChange(Deck& deck, platform::Control* sender);
-    /// The slider's value becomes the deck's volume, for this track and those to come.
-    void volumeSliderDidChange(Deck& deck, platform::Control* sender);
-    /// The state of the deck's shuffle button becomes its shuffle flag and is stored.
-    void shuffleStateDidChange(Deck& deck);
-    /// Advances the deck's repeat state, off, all, one, and stores it on disk at once.
-    void repeatStateDidChange(Deck& deck);
-
-    const Deck& deck(PDPlayerType side) const { return decks_[static_cast<size_t>(side)]; }
+    void timeSliderDidChange(PDPlayerType side, platform::Control* sender);
+    /// The slider's value becomes the deck's volume.
+    void volumeSliderDidChange(PDPlayerType side, platform::Control* sender);
+    /// The state of the deck's shuffle button becomes its shuffle flag.
+    void shuffleStateDidChange(PDPlayerType side);
+    /// Advances the deck's repeat state, off, all, one.
+    void repeatStateDidChange(PDPlayerType side);
 
   private:
-    void declare(Deck& deck);
+    void declare(const Deck::Side& side, DeckControls& controls);
     /// The deck whose `control` is the sender; null when it is neither's.
     template <typename ControlType>
-    Deck* deckOf(const platform::Control* sender, ControlType* Deck::*control) {
-        for (Deck& deck : decks_) {
-            if (sender && deck.*control == sender) return &deck;
+    Deck* deckOf(const platform::Control* sender, ControlType* DeckControls::*control) {
+        for (size_t i = 0; i < decks_.size(); ++i) {
+            if (sender && controls_[i].*control == sender) return decks_[i].get();
         }
         return nullptr;
     }
 
     void registerDefaults();
-    void showDesktopBackdrops();
     void dressCloseButtons();
-    void wireSkipButtons();
-    void restoreSettings();
     void dressAboutPanel();
+    void post(Deck::Change change);
 
-    void load(Deck& deck, const QString& path);
-    void playNeighbour(Deck& deck,
-                       std::optional<size_t> (*neighbour)(std::optional<size_t>, size_t));
-    void postStatus();
-    void postMove();
-
-    std::array<Deck, 2> decks_;
+    std::array<DeckControls, 2> controls_;
+    std::array<std::unique_ptr<Deck>, 2> decks_;
     platform::Window* window_ = nullptr;
     platform::Button* closeWindow_ = nullptr;
     platform::Window* aboutWindow_ = nullptr;

@@ -38,7 +38,7 @@ void DeckFiles::openOn(PDPlayerType side, const QString& path) {
     if (isFolder(path)) {
         libraries_[static_cast<size_t>(side)]->getTracksFromURL(path);
     } else if (isMusicFile(path)) {
-        pairdeck_.playTrackAtWithPlayer(path, side);
+        pairdeck_.deck(side).load(path);
     }
 }
 

@@ -9,6 +9,8 @@
 #include "library/PDSourceManager.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/ui/InterfaceLoader.h"
+#include "platform/ui/View.h"
+#include "platform/ui/Window.h"
 
 #include <algorithm>
 #include <vector>
@@ -36,7 +38,7 @@ class DesktopSession::Ties {
           files_(pairdeck_, controllerOf<PDSourceManager>(interface, "PDLeftSourceManager"),
                  controllerOf<PDSourceManager>(interface, "PDRightSourceManager")) {
         for (const PDPlayerType side : kSides) {
-            const QString panel = pairdeck_.deck(side).prefix + QStringLiteral("Deck");
+            const QString panel = pairdeck_.deck(side).prefix() + QStringLiteral("Deck");
             if (auto* view = window_.findChild<platform::View*>(panel)) {
                 files_.takeDrops(side, *view);
             }

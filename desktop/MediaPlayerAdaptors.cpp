@@ -31,7 +31,7 @@ MediaPlayerAdaptor::MediaPlayerAdaptor(QObject* parent, const Deck& deck, platfo
     : QDBusAbstractAdaptor(parent), deck_(deck), window_(window) {}
 
 QString MediaPlayerAdaptor::identity() const {
-    return QStringLiteral("Pairdeck – ") + deck_.name;
+    return QStringLiteral("Pairdeck – ") + deck_.name();
 }
 
 QString MediaPlayerAdaptor::desktopEntry() const {
@@ -54,8 +54,8 @@ void MediaPlayerAdaptor::Quit() {
     platform::Application::sharedApplication().terminate();
 }
 
-PlayerAdaptor::PlayerAdaptor(QObject* parent, const Deck& deck, DeckFiles& files)
-    : QDBusAbstractAdaptor(parent), deck_(deck), files_(files), artwork_(deck.prefix) {}
+PlayerAdaptor::PlayerAdaptor(QObject* parent, Deck& deck, DeckFiles& files)
+    : QDBusAbstractAdaptor(parent), deck_(deck), files_(files), artwork_(deck.prefix()) {}
 
 QString PlayerAdaptor::playbackStatus() const {
     if (deck_.isPlaying()) return QStringLiteral("Playing");
@@ -64,16 +64,13 @@ QString PlayerAdaptor::playbackStatus() const {
 }
 
 QString PlayerAdaptor::loopStatus() const {
-    const bool isKnown = deck_.repeat == PDRepeatAll || deck_.repeat == PDRepeatOne;
-    return loopStatuses()[isKnown ? static_cast<size_t>(deck_.repeat) : 0];
+    return loopStatuses()[static_cast<size_t>(deck_.repeat())];
 }
 
 void PlayerAdaptor::setLoopStatus(const QString& status) {
     const auto& names = loopStatuses();
-    if (std::find(names.begin(), names.end(), status) == names.end()) return;
-    // The button knows one way round, and there is none to take for a state that it doesn't know.
-    for (size_t press = 1; press < names.size() && loopStatus() != status; ++press)
-        deck_.repeatButton->sendAction();
+    const auto* const known = std::find(names.begin(), names.end(), status);
+    if (known != names.end() && status != loopStatus()) deck_.setRepeat(known - names.begin());
 }
 
 void PlayerAdaptor::setRate(double rate) {
@@ -81,15 +78,11 @@ void PlayerAdaptor::setRate(double rate) {
 }
 
 void PlayerAdaptor::setShuffle(bool shuffle) {
-    if (shuffle == deck_.shuffle) return;
-    deck_.shuffleButton->setState(shuffle ? platform::Button::OnState : platform::Button::OffState);
-    deck_.shuffleButton->sendAction();
+    if (shuffle != deck_.isShuffling()) deck_.setShuffle(shuffle);
 }
 
 void PlayerAdaptor::setVolume(double volume) {
-    if (std::isnan(volume)) return;
-    deck_.volumeSlider->setDoubleValue(volume);
-    deck_.volumeSlider->sendAction();
+    deck_.setVolume(static_cast<float>(volume));
 }
 
 qlonglong PlayerAdaptor::position() const {
@@ -99,7 +92,7 @@ qlonglong PlayerAdaptor::position() const {
 QDBusObjectPath PlayerAdaptor::trackId() const {
     // Of the path's bytes: an object's path allows but few characters.
     const QByteArray path =
-        platform::fileSystemRepresentation(deck_.currentURL.value_or(QString()));
+        platform::fileSystemRepresentation(deck_.currentURL().value_or(QString()));
     const QByteArray hash = QCryptographicHash::hash(path, QCryptographicHash::Sha1).toHex();
     return QDBusObjectPath(QStringLiteral("/com/ovrelin/Pairdeck/track/") +
                            QString::fromLatin1(hash));
@@ -107,13 +100,13 @@ QDBusObjectPath PlayerAdaptor::trackId() const {
 
 QVariantMap PlayerAdaptor::metadata() const {
     QVariantMap metadata;
-    if (!deck_.currentURL) return metadata;
-    const TrackTags& tags = deck_.tags;
-    const QString title = tags.title.value_or(platform::lastPathComponent(*deck_.currentURL));
+    if (!deck_.currentURL()) return metadata;
+    const TrackTags& tags = deck_.tags();
+    const QString title = tags.title.value_or(platform::lastPathComponent(*deck_.currentURL()));
     metadata.insert(QStringLiteral("mpris:trackid"), QVariant::fromValue(trackId()));
     metadata.insert(QStringLiteral("mpris:length"), microseconds(deck_.duration()));
     metadata.insert(QStringLiteral("xesam:url"),
-                    QString::fromLatin1(platform::fileURLWithPath(*deck_.currentURL)));
+                    QString::fromLatin1(platform::fileURLWithPath(*deck_.currentURL())));
     metadata.insert(QStringLiteral("xesam:title"), platform::displayString(title));
     if (tags.album) {
         metadata.insert(QStringLiteral("xesam:album"), platform::displayString(*tags.album));
@@ -128,52 +121,47 @@ QVariantMap PlayerAdaptor::metadata() const {
 }
 
 void PlayerAdaptor::Next() {
-    deck_.next->sendAction();
+    deck_.playNext();
 }
 
 void PlayerAdaptor::Previous() {
-    deck_.prev->sendAction();
+    deck_.playPrevious();
 }
 
 void PlayerAdaptor::Pause() {
-    if (deck_.isPlaying()) PlayPause();
+    deck_.pause();
 }
 
 void PlayerAdaptor::PlayPause() {
-    deck_.playPause->sendAction();
+    deck_.playPause();
 }
 
 void PlayerAdaptor::Stop() {
     Pause();
-    if (deck_.currentTime() > 0.0) moveTo(0.0);
+    if (deck_.currentTime() > 0.0) deck_.seek(0.0);
 }
 
 void PlayerAdaptor::Play() {
-    if (!deck_.isPlaying()) PlayPause();
+    deck_.play();
 }
 
 void PlayerAdaptor::Seek(qlonglong Offset) {
-    if (!deck_.player) return;
+    if (!deck_.hasPlayer()) return;
     const double target = deck_.currentTime() + static_cast<double>(Offset) / kMicroseconds;
     if (target > deck_.duration()) {
         Next();
     } else {
-        moveTo(target);
+        deck_.seek(target);
     }
 }
 
 void PlayerAdaptor::SetPosition(const QDBusObjectPath& TrackId, qlonglong Position) {
     const double target = static_cast<double>(Position) / kMicroseconds;
-    if (!deck_.player || TrackId != trackId()) return;
-    if (target >= 0.0 && target <= deck_.duration()) moveTo(target);
+    if (!deck_.hasPlayer() || TrackId != trackId()) return;
+    if (target >= 0.0 && target <= deck_.duration()) deck_.seek(target);
 }
 
 void PlayerAdaptor::OpenUri(const QString& Uri) {
     const auto path = platform::pathWithFileURL(Uri.toUtf8());
-    if (path && DeckFiles::isMusicFile(*path)) files_.openOn(deck_.side, *path);
-}
-
-void PlayerAdaptor::moveTo(double seconds) {
-    deck_.timeSlider->setDoubleValue(seconds);
-    deck_.timeSlider->sendAction();
+    if (path && DeckFiles::isMusicFile(*path)) files_.openOn(deck_.side(), *path);
 }

@@ -49,7 +49,7 @@ class MediaPlayerAdaptor final : public QDBusAbstractAdaptor {
     platform::Window& window_;
 };
 
-/// The deck's transport, worked by the deck's own controls as the user's hand would.
+/// The deck's transport, by the same verbs as the deck's controls.
 class PlayerAdaptor final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2.Player")
@@ -70,7 +70,7 @@ class PlayerAdaptor final : public QDBusAbstractAdaptor {
     Q_PROPERTY(bool CanControl READ always CONSTANT)
 
   public:
-    PlayerAdaptor(QObject* parent, const Deck& deck, DeckFiles& files);
+    PlayerAdaptor(QObject* parent, Deck& deck, DeckFiles& files);
 
     /// "Playing", "Paused", or "Stopped" for a deck that rests at the beginning or can't play.
     QString playbackStatus() const;
@@ -80,15 +80,15 @@ class PlayerAdaptor final : public QDBusAbstractAdaptor {
     double rate() const { return 1.0; }
     /// The only rate is 1; the rate 0 asks to pause.
     void setRate(double rate);
-    bool shuffle() const { return deck_.shuffle; }
+    bool shuffle() const { return deck_.isShuffling(); }
     void setShuffle(bool shuffle);
     QVariantMap metadata() const;
-    double volume() const { return double{deck_.volume}; }
+    double volume() const { return double{deck_.volume()}; }
     /// Clamped to [0, 1].
     void setVolume(double volume);
     qlonglong position() const;
-    bool hasTracks() const { return !deck_.trackArray.empty(); }
-    bool hasPlayer() const { return deck_.player != nullptr; }
+    bool hasTracks() const { return !deck_.tracks().empty(); }
+    bool hasPlayer() const { return deck_.hasPlayer(); }
     bool always() const { return true; }
 
   public Q_SLOTS:
@@ -109,10 +109,9 @@ class PlayerAdaptor final : public QDBusAbstractAdaptor {
     void Seeked(qlonglong Position);
 
   private:
-    void moveTo(double seconds);
     QDBusObjectPath trackId() const;
 
-    const Deck& deck_;
+    Deck& deck_;
     DeckFiles& files_;
     mutable ArtworkFile artwork_;
 };

@@ -3,7 +3,6 @@
 #include "desktop/DeckFiles.h"
 #include "desktop/MediaPlayerAdaptors.h"
 
-#include <QAbstractItemModel>
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QMetaProperty>
@@ -19,11 +18,11 @@ constexpr double kJump = 0.1;  // seconds
 
 }  // namespace
 
-RemotePlayer::RemotePlayer(const Deck& deck, DeckFiles& files, platform::Window& window)
+RemotePlayer::RemotePlayer(Deck& deck, DeckFiles& files, platform::Window& window)
     : deck_(deck),
       player_(new PlayerAdaptor(this, deck, files)),
-      bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, deck.prefix)),
-      name_(QStringLiteral("org.mpris.MediaPlayer2.pairdeck.") + deck.prefix) {
+      bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, deck.prefix())),
+      name_(QStringLiteral("org.mpris.MediaPlayer2.pairdeck.") + deck.prefix()) {
     new MediaPlayerAdaptor(this, deck, window);
     since_.start();
     published_ = properties();
@@ -32,14 +31,12 @@ RemotePlayer::RemotePlayer(const Deck& deck, DeckFiles& files, platform::Window&
         name_ += QStringLiteral(".instance%1").arg(QCoreApplication::applicationPid());
         bus_.registerService(name_);
     }
-    // A scan or a search has renewed the list.
-    connect(deck.tableView->model(), &QAbstractItemModel::modelReset, this, &RemotePlayer::publish);
 }
 
 RemotePlayer::~RemotePlayer() {
     bus_.unregisterService(name_);
     bus_.unregisterObject(kObjectPath);
-    QDBusConnection::disconnectFromBus(deck_.prefix);
+    QDBusConnection::disconnectFromBus(deck_.prefix());
 }
 
 QVariantMap RemotePlayer::properties() const {

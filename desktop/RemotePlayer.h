@@ -21,7 +21,7 @@ class RemotePlayer final : public QObject {
 
   public:
     /// Has no effect without a bus. What it is given must outlive it.
-    RemotePlayer(const Deck& deck, DeckFiles& files, platform::Window& window);
+    RemotePlayer(Deck& deck, DeckFiles& files, platform::Window& window);
     ~RemotePlayer() override;
 
     /// Tells the bus what has changed since the last call. To be called after every change of the

@@ -64,19 +64,18 @@ class Listener {
     explicit Listener(Pairdeck& decks) : decks_(decks) {}
 
     void act() {
-        const Deck& deck = decks_.deck(random_() % 2 == 0 ? PDLeftPlayer : PDRightPlayer);
+        Deck& deck = decks_.deck(random_() % 2 == 0 ? PDLeftPlayer : PDRightPlayer);
         switch (random_() % 5) {
             case 0:
-                deck.prev->sendAction();
+                deck.playPrevious();
                 break;
             case 1:
-                deck.timeSlider->setDoubleValue(deck.duration() * 0.9);
-                deck.timeSlider->sendAction();
+                deck.seek(deck.duration() * 0.9);
                 break;
             default:
-                deck.next->sendAction();
+                deck.playNext();
         }
-        if (!deck.isPlaying()) deck.next->sendAction();
+        if (!deck.isPlaying()) deck.playNext();
         ++actions_;
     }
     int actions() const { return actions_; }
@@ -110,7 +109,7 @@ void run(int minutes) {
     Interface interface(QStringLiteral("MainWindow"), interfaceClasses());
     auto& decks = dynamic_cast<Pairdeck&>(*interface.controller(QStringLiteral("Pairdeck")));
     for (const PDPlayerType side : {PDLeftPlayer, PDRightPlayer})
-        decks.deck(side).next->sendAction();
+        decks.deck(side).playNext();
     Listener listener(decks);
     // A while until every kind of file has been through.
     for (int i = 0; i < 20; ++i) {

@@ -4,13 +4,13 @@
 #include "bench/Figures.h"
 #include "bench/Home.h"
 #include "bench/Pictures.h"
-#include "decks/Backdrop.h"
 #include "decks/InterfaceClasses.h"
 #include "decks/Pairdeck.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/Workspace.h"
 #include "platform/media/MediaAsset.h"
 #include "platform/ui/Application.h"
+#include "presentation/BlurredBackdrop.h"
 #include "tests/platform/media/TagBytes.h"
 
 #include <QCoreApplication>
@@ -75,8 +75,10 @@ void traceLoad(const std::string& name, const QString& path, bool hasArtwork) {
     step("open_player", [&] { platform::AudioPlayer::initWithData(song); });
     step("read_tags", [&] { artworkOf(path); });
     step("decode_picture", [&] { hasArtwork ? Image::initWithData(artwork) : desktopPicture(); });
-    const double level = hasArtwork ? kArtworkBlurLevel : kDesktopBlurLevel;
-    step("backdrop", [&] { backdropFromImage(picture, level); });
+    const QSizeF size = picture.size();
+    step("backdrop", [&] {
+        blurWithLevelAndSize(picture, hasArtwork ? 27.0 : 150.0, size * (575.0 / size.width()));
+    });
 }
 
 class LoadBench final : public platform::ApplicationDelegate {

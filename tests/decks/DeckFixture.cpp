@@ -29,6 +29,32 @@ void DeckFixture::start() {
     pairdeck_ = dynamic_cast<Pairdeck*>(interface_->controller(QStringLiteral("Pairdeck")));
     ASSERT_NE(pairdeck_, nullptr);
     ASSERT_EQ(interface_->problems(), QStringList());
+    for (const PDPlayerType side : {PDLeftPlayer, PDRightPlayer})
+        findControls(side);
+}
+
+void DeckFixture::findControls(PDPlayerType side) {
+    DeckControls& found = controls_[static_cast<size_t>(side)];
+    const auto find = [&]<typename Type>(Type*& widget, const char* role) {
+        const QString name = QStringLiteral("PD") + deck(side).name() + QLatin1String(role);
+        widget = interface_->mainWindow()->findChild<Type*>(name);
+        ASSERT_NE(widget, nullptr) << qPrintable(name);
+    };
+    find(found.songTitle, "SongTitle");
+    find(found.songAlbumArt, "SongAlbumArt");
+    find(found.background, "Background");
+    find(found.songAlbumArtist, "SongAlbumArtist");
+    find(found.timeSlider, "TimeSlider");
+    find(found.volumeSlider, "VolumeSlider");
+    find(found.cTime, "CTime");
+    find(found.rTime, "RTime");
+    find(found.shuffleButton, "ShuffleButton");
+    find(found.repeatButton, "RepeatButton");
+    find(found.controlView, "ControlView");
+    find(found.playPause, "PlayPause");
+    find(found.prev, "Prev");
+    find(found.next, "Next");
+    find(found.tableView, "TableView");
 }
 
 void DeckFixture::store(const QString& key, const platform::DefaultsValue& value) {
@@ -54,16 +80,16 @@ void DeckFixture::fillList(PDPlayerType side, const QStringList& paths) {
     tracks.clear();
     for (const QString& path : paths)
         tracks.push_back(PDTrack::trackFromURL(path));
-    deck(side).tableView->reloadData();
+    controls(side).tableView->reloadData();
 }
 
 PDSourceManager& DeckFixture::library(PDPlayerType side) {
-    const QString name = QStringLiteral("PD%1SourceManager").arg(deck(side).name);
+    const QString name = QStringLiteral("PD%1SourceManager").arg(deck(side).name());
     return dynamic_cast<PDSourceManager&>(*interface_->controller(name));
 }
 
 QString DeckFixture::loaded(PDPlayerType side) {
-    return platform::lastPathComponent(deck(side).currentURL.value_or(QString()));
+    return platform::lastPathComponent(deck(side).currentURL().value_or(QString()));
 }
 
 bool sameImage(const platform::Image& one, const platform::Image& other) {

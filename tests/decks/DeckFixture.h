@@ -3,7 +3,14 @@
 #include "decks/Pairdeck.h"
 #include "library/PDSourceManager.h"
 #include "platform/foundation/UserDefaults.h"
+#include "platform/ui/Button.h"
+#include "platform/ui/ImageView.h"
 #include "platform/ui/InterfaceLoader.h"
+#include "platform/ui/Slider.h"
+#include "platform/ui/TableView.h"
+#include "platform/ui/TextField.h"
+#include "platform/ui/Window.h"
+#include "presentation/HoverControlView.h"
 
 #include <QString>
 #include <QTemporaryDir>
@@ -11,6 +18,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <memory>
 
 /// Both decks as the real interface files lay them out, with songs to play in a folder.
@@ -30,14 +38,21 @@ class DeckFixture : public testing::Test {
     void fillList(PDPlayerType side, const QStringList& paths);
 
     Pairdeck& decks() { return *pairdeck_; }
-    const Deck& deck(PDPlayerType side) { return pairdeck_->deck(side); }
+    Deck& deck(PDPlayerType side) { return pairdeck_->deck(side); }
+    /// The deck's widgets in the window, by their names.
+    const DeckControls& controls(PDPlayerType side) { return controls_[static_cast<size_t>(side)]; }
     PDSourceManager& library(PDPlayerType side);
     /// The file name of what the deck has loaded.
     QString loaded(PDPlayerType side);
 
+  private:
+    void findControls(PDPlayerType side);
+
+  protected:
     QTemporaryDir folder_;
     std::unique_ptr<platform::Interface> interface_;
     Pairdeck* pairdeck_ = nullptr;
+    std::array<DeckControls, 2> controls_;
 };
 
 /// Runs the event loop until `condition` holds; false when it does not within ten seconds.

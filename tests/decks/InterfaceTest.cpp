@@ -60,7 +60,7 @@ TEST_F(InterfaceFiles, TheMainWindowIsSeeThroughWhateverIsSet) {
     shown.fill(Qt::transparent);
     window->render(&shown, QPoint(), QRegion(), QWidget::DrawChildren);
     EXPECT_EQ(qAlpha(shown.pixel(2, 2)), 0);
-    const auto* art = deck(PDLeftPlayer).songAlbumArt;
+    const auto* art = controls(PDLeftPlayer).songAlbumArt;
     EXPECT_EQ(qAlpha(shown.pixel(art->mapTo(window, art->rect().center()))), 255);
     EXPECT_TRUE(window->testAttribute(Qt::WA_TranslucentBackground));
     EXPECT_FALSE(window->windowFlags() & Qt::WindowDoesNotAcceptFocus);

@@ -33,8 +33,8 @@ class Keyboard : public DeckFixture {
 }  // namespace
 
 TEST_F(Keyboard, WorksTheDeckInFocusAndOnlyThat) {
-    const Deck& left = deck(PDLeftPlayer);
-    const Deck& right = deck(PDRightPlayer);
+    Deck& left = deck(PDLeftPlayer);
+    Deck& right = deck(PDRightPlayer);
     EXPECT_TRUE(hasFocus("leftDeck"));
     press(Qt::Key_Right, Qt::ControlModifier);
     ASSERT_EQ(loaded(PDLeftPlayer), QStringLiteral("a.mp3"));
@@ -46,25 +46,25 @@ TEST_F(Keyboard, WorksTheDeckInFocusAndOnlyThat) {
     press(Qt::Key_Space);
     EXPECT_FALSE(left.isPlaying());
 
-    left.player->setCurrentTime(7.0);
+    left.seek(7.0);
     press(Qt::Key_Right, Qt::ShiftModifier);
-    EXPECT_NEAR(left.player->currentTime(), 12.0, 0.01);
+    EXPECT_NEAR(left.currentTime(), 12.0, 0.01);
     press(Qt::Key_Left, Qt::ShiftModifier);
     press(Qt::Key_Left, Qt::ShiftModifier);
     press(Qt::Key_Left, Qt::ShiftModifier);
-    EXPECT_NEAR(left.player->currentTime(), 0.0, 0.01);
+    EXPECT_NEAR(left.currentTime(), 0.0, 0.01);
     press(Qt::Key_Down, Qt::ControlModifier);
     press(Qt::Key_Down, Qt::ControlModifier);
     press(Qt::Key_Up, Qt::ControlModifier);
-    EXPECT_NEAR(left.volume, 0.95F, 1e-6F);
+    EXPECT_NEAR(left.volume(), 0.95F, 1e-6F);
 
-    EXPECT_FALSE(right.player);
-    EXPECT_EQ(right.volume, 1.0F);
+    EXPECT_FALSE(right.hasPlayer());
+    EXPECT_EQ(right.volume(), 1.0F);
     press(Qt::Key_F6);
     EXPECT_TRUE(hasFocus("rightDeck"));
     press(Qt::Key_Down, Qt::ControlModifier);
-    EXPECT_NEAR(right.volume, 0.95F, 1e-6F);
-    EXPECT_NEAR(left.volume, 0.95F, 1e-6F);
+    EXPECT_NEAR(right.volume(), 0.95F, 1e-6F);
+    EXPECT_NEAR(left.volume(), 0.95F, 1e-6F);
     named("menuButton")->setFocus();
     press(Qt::Key_F6);
     EXPECT_TRUE(hasFocus("leftDeck"));
@@ -79,14 +79,14 @@ TEST_F(Keyboard, SearchesAndPlaysFromTheTable) {
         QTest::keyClick(window()->windowHandle(), letter);
     press(Qt::Key_Left, Qt::ShiftModifier);
     EXPECT_EQ(named<SearchField>("leftSearchField")->selectedText(), QStringLiteral("b"));
-    EXPECT_FALSE(deck(PDLeftPlayer).player);
+    EXPECT_FALSE(deck(PDLeftPlayer).hasPlayer());
     // Pressed again it selects what to type over, and the library stays.
     press(Qt::Key_F, Qt::ControlModifier);
     EXPECT_EQ(named<SearchField>("leftSearchField")->selectedText(), QStringLiteral("a b"));
     EXPECT_TRUE(named("PDLeftMusicLibraryView")->isVisible());
     press(Qt::Key_Escape);
     EXPECT_TRUE(hasFocus("PDLeftTableView"));
-    EXPECT_EQ(deck(PDLeftPlayer).tableView->selectedRow(), 0);
+    EXPECT_EQ(controls(PDLeftPlayer).tableView->selectedRow(), 0);
     press(Qt::Key_Down);
     press(Qt::Key_Return);
     EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("b.mp3"));
@@ -95,5 +95,5 @@ TEST_F(Keyboard, SearchesAndPlaysFromTheTable) {
     EXPECT_TRUE(named("PDLeftPlayerView")->isVisible());
     // F5 reads the folder: none has been loaded here, so nothing is found in it.
     press(Qt::Key_F5);
-    EXPECT_TRUE(deck(PDLeftPlayer).trackArray.empty());
+    EXPECT_TRUE(deck(PDLeftPlayer).tracks().empty());
 }

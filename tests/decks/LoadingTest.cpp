@@ -49,33 +49,33 @@ TEST_F(Loading, ATrackPlaysAndShowsItsTags) {
         [&posts](const platform::Notification&) { ++posts; }, Pairdeck::playerStatusDidChange(),
         pairdeck_);
     decks().playTrackAtWithPlayer(path, PDLeftPlayer);
-    const Deck& left = deck(PDLeftPlayer);
+    Deck& left = deck(PDLeftPlayer);
     EXPECT_EQ(posts, 1);
-    EXPECT_EQ(left.currentURL, path);
+    EXPECT_EQ(left.currentURL(), path);
     EXPECT_TRUE(left.isPlaying());
-    EXPECT_EQ(left.playPause->state(), 1);
-    EXPECT_EQ(left.songTitle->stringValue(), QStringLiteral("Blue"));
-    EXPECT_EQ(left.songAlbumArtist->stringValue(), QStringLiteral("Hues - Ann"));
-    EXPECT_EQ(fontSize(left.songAlbumArtist), 16);
-    EXPECT_EQ(left.songAlbumArt->image().size(), QSizeF(60, 40));
-    const Image backdrop =
-        blurWithLevelAndSize(left.songAlbumArt->image(), 27.0, {575.0, 575.0 * 40 / 60});
-    EXPECT_TRUE(sameImage(left.background->image(), backdrop));
-    EXPECT_EQ(left.background->image().size(), backdrop.size());
-    EXPECT_EQ(left.timeSlider->minValue(), 0.0);
-    EXPECT_NEAR(left.timeSlider->maxValue(), 2.0, 0.1);
-    EXPECT_EQ(left.timeSlider->doubleValue(), 0.0);
+    EXPECT_EQ(controls(PDLeftPlayer).playPause->state(), 1);
+    EXPECT_EQ(controls(PDLeftPlayer).songTitle->stringValue(), QStringLiteral("Blue"));
+    EXPECT_EQ(controls(PDLeftPlayer).songAlbumArtist->stringValue(), QStringLiteral("Hues - Ann"));
+    EXPECT_EQ(fontSize(controls(PDLeftPlayer).songAlbumArtist), 16);
+    EXPECT_EQ(controls(PDLeftPlayer).songAlbumArt->image().size(), QSizeF(60, 40));
+    const Image backdrop = blurWithLevelAndSize(controls(PDLeftPlayer).songAlbumArt->image(), 27.0,
+                                                {575.0, 575.0 * 40 / 60});
+    EXPECT_TRUE(sameImage(controls(PDLeftPlayer).background->image(), backdrop));
+    EXPECT_EQ(controls(PDLeftPlayer).background->image().size(), backdrop.size());
+    EXPECT_EQ(controls(PDLeftPlayer).timeSlider->minValue(), 0.0);
+    EXPECT_NEAR(controls(PDLeftPlayer).timeSlider->maxValue(), 2.0, 0.1);
+    EXPECT_EQ(controls(PDLeftPlayer).timeSlider->doubleValue(), 0.0);
     EXPECT_FALSE(deck(PDRightPlayer).isPlaying());
 
     // The same again makes a new player, from the start.
-    left.player->setCurrentTime(1.5);
+    left.seek(1.5);
     decks().playTrackAtWithPlayer(path, PDLeftPlayer);
     EXPECT_LT(left.currentTime(), 1.0);
     // Neither deck: only the notification.
     decks().playTrackAtWithPlayer(QStringLiteral("/other.mp3"), PDPlayerType(7));
     EXPECT_EQ(posts, 3);
-    EXPECT_EQ(left.currentURL, path);
-    EXPECT_EQ(deck(PDRightPlayer).currentURL, std::nullopt);
+    EXPECT_EQ(left.currentURL(), path);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL(), std::nullopt);
 }
 
 TEST_F(Loading, WhatCannotBePlayedIsShownAllTheSame) {
@@ -86,24 +86,29 @@ TEST_F(Loading, WhatCannotBePlayedIsShownAllTheSame) {
     file.write("just text");
     file.close();
     const QString gone = folder_.filePath(QStringLiteral("gone.m4a"));
-    decks().playTrackAtWithPlayer(makeSong(QStringLiteral("a.mp3"), 1.0), PDRightPlayer);
+    const QString song = makeSong(QStringLiteral("a.mp3"), 1.0);
     for (const QString& path : {text, gone, folder_.path(), QString()}) {
+        // What played before falls silent.
+        decks().playTrackAtWithPlayer(song, PDRightPlayer);
+        ASSERT_TRUE(deck(PDRightPlayer).isPlaying());
         decks().playTrackAtWithPlayer(path, PDRightPlayer);
-        const Deck& right = deck(PDRightPlayer);
-        EXPECT_EQ(right.player, nullptr);
-        EXPECT_EQ(right.currentURL, path);
-        EXPECT_EQ(right.songTitle->stringValue(), platform::lastPathComponent(path));
-        EXPECT_EQ(right.songAlbumArtist->stringValue(), QStringLiteral("(null) - (null)"));
-        EXPECT_TRUE(sameImage(right.songAlbumArt->image(),
+        Deck& right = deck(PDRightPlayer);
+        EXPECT_FALSE(right.hasPlayer());
+        EXPECT_EQ(right.currentURL(), path);
+        EXPECT_EQ(controls(PDRightPlayer).songTitle->stringValue(),
+                  platform::lastPathComponent(path));
+        EXPECT_EQ(controls(PDRightPlayer).songAlbumArtist->stringValue(),
+                  QStringLiteral("(null) - (null)"));
+        EXPECT_TRUE(sameImage(controls(PDRightPlayer).songAlbumArt->image(),
                               Image::imageNamed(QStringLiteral("Default-Art"))));
-        EXPECT_TRUE(right.background->image().isNull());
-        EXPECT_EQ(right.timeSlider->maxValue(), 0.0);
-        EXPECT_EQ(right.playPause->state(), 0);
+        EXPECT_TRUE(controls(PDRightPlayer).background->image().isNull());
+        EXPECT_EQ(controls(PDRightPlayer).timeSlider->maxValue(), 0.0);
+        EXPECT_EQ(controls(PDRightPlayer).playPause->state(), 0);
         decks().perSecondInfoRefresh();
-        EXPECT_EQ(right.rTime->stringValue(), QStringLiteral("-00:00"));
+        EXPECT_EQ(controls(PDRightPlayer).rTime->stringValue(), QStringLiteral("-00:00"));
     }
     decks().playTrackAtWithPlayer(gone, PDLeftPlayer);
-    EXPECT_TRUE(sameImage(deck(PDLeftPlayer).songAlbumArt->image(),
+    EXPECT_TRUE(sameImage(controls(PDLeftPlayer).songAlbumArt->image(),
                           Image::imageNamed(QStringLiteral("Default_Artwork"))));
     EXPECT_FALSE(sameImage(Image::imageNamed(QStringLiteral("Default_Artwork")),
                            Image::imageNamed(QStringLiteral("Default-Art"))));
@@ -124,10 +129,10 @@ TEST_F(Loading, LongTextsAreSetSmaller) {
         const QString path =
             makeSong(QStringLiteral("long.mp3"), 0.3, tags(title, album, QStringLiteral("Ann")));
         decks().playTrackAtWithPlayer(path, PDLeftPlayer);
-        EXPECT_EQ(deck(PDLeftPlayer).songTitle->stringValue(), title);
-        EXPECT_EQ(fontSize(deck(PDLeftPlayer).songTitle), given.titleSize);
-        EXPECT_EQ(deck(PDLeftPlayer).songAlbumArtist->stringValue().size(), given.units);
-        EXPECT_EQ(fontSize(deck(PDLeftPlayer).songAlbumArtist), given.lineSize);
+        EXPECT_EQ(controls(PDLeftPlayer).songTitle->stringValue(), title);
+        EXPECT_EQ(fontSize(controls(PDLeftPlayer).songTitle), given.titleSize);
+        EXPECT_EQ(controls(PDLeftPlayer).songAlbumArtist->stringValue().size(), given.units);
+        EXPECT_EQ(fontSize(controls(PDLeftPlayer).songAlbumArtist), given.lineSize);
     }
 }
 
@@ -137,7 +142,7 @@ TEST_F(Loading, ArtworkThatDoesNotDecodeCountsAsNone) {
                                   tags(QStringLiteral("t"), QStringLiteral("a"),
                                        QStringLiteral("b"), png(60, 40, Qt::white).first(30)));
     decks().playTrackAtWithPlayer(path, PDLeftPlayer);
-    EXPECT_TRUE(sameImage(deck(PDLeftPlayer).songAlbumArt->image(),
+    EXPECT_TRUE(sameImage(controls(PDLeftPlayer).songAlbumArt->image(),
                           Image::imageNamed(QStringLiteral("Default_Artwork"))));
 }
 
@@ -146,17 +151,17 @@ TEST_F(Loading, TheSelectedRowPlaysAndOnlyThat) {
     const QString one = makeSong(QStringLiteral("one.mp3"), 1.0);
     const QString two = makeSong(QStringLiteral("two.mp3"), 1.0);
     fillList(PDRightPlayer, {one, two});
-    platform::TableView* table = deck(PDRightPlayer).tableView;
+    platform::TableView* table = controls(PDRightPlayer).tableView;
     decks().playTrackFromSelection(table);
-    EXPECT_EQ(deck(PDRightPlayer).currentURL, std::nullopt);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL(), std::nullopt);
     table->selectRow(1);
     decks().playTrackFromSelection(table);
-    EXPECT_EQ(deck(PDRightPlayer).currentURL, two);
-    EXPECT_EQ(deck(PDLeftPlayer).currentURL, std::nullopt);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL(), two);
+    EXPECT_EQ(deck(PDLeftPlayer).currentURL(), std::nullopt);
     // The list has shrunk, the table has not been told yet.
     PDRightSourceManager::trackArray().resize(1);
     decks().playTrackFromSelection(table);
-    decks().playTrackFromSelection(deck(PDRightPlayer).next);
+    decks().playTrackFromSelection(controls(PDRightPlayer).next);
     decks().playTrackFromSelection(nullptr);
-    EXPECT_EQ(deck(PDRightPlayer).currentURL, two);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL(), two);
 }

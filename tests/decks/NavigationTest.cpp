@@ -27,7 +27,7 @@ class Navigation : public DeckFixture {
 
 TEST_F(Navigation, NextAndPreviousWrapAndReachFromNowhere) {
     startWithSongs();
-    const Deck& right = deck(PDRightPlayer);
+    const DeckControls& right = controls(PDRightPlayer);
     decks().playPrevTrackAt(right.prev);
     EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("c.mp3"));
     decks().playNextTrackAt(right.next);
@@ -37,7 +37,7 @@ TEST_F(Navigation, NextAndPreviousWrapAndReachFromNowhere) {
     decks().playPrevTrackAt(right.prev);
     decks().playPrevTrackAt(right.prev);
     EXPECT_EQ(loaded(PDRightPlayer), QStringLiteral("c.mp3"));
-    EXPECT_EQ(deck(PDLeftPlayer).currentURL, std::nullopt);
+    EXPECT_EQ(deck(PDLeftPlayer).currentURL(), std::nullopt);
 
     // A sender that is no deck's button, or the other step's.
     decks().playNextTrackAt(right.prev);
@@ -59,38 +59,47 @@ TEST_F(Navigation, TheLastOfEqualPathsIsTheCurrentTrack) {
     startWithSongs();
     fillList(PDLeftPlayer, {songs_[0], songs_[1], songs_[0], songs_[2]});
     decks().playTrackAtWithPlayer(songs_[0], PDLeftPlayer);
-    decks().playNextTrackAt(deck(PDLeftPlayer).next);
+    decks().playNextTrackAt(controls(PDLeftPlayer).next);
     EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("c.mp3"));
 }
 
 TEST_F(Navigation, FromTenSecondsOnPreviousStartsTheTrackAgain) {
     startWithSongs(12.0);
-    const Deck& left = deck(PDLeftPlayer);
+    Deck& left = deck(PDLeftPlayer);
     decks().playTrackAtWithPlayer(songs_[1], PDLeftPlayer);
-    left.player->pause();
-    left.player->setCurrentTime(10.0);
-    decks().shuffleStateDidChange(const_cast<Deck&>(left));
-    decks().playPrevTrackAt(left.prev);
+    left.pause();
+    left.seek(10.0);
+    decks().playPrevTrackAt(controls(PDLeftPlayer).prev);
     EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("b.mp3"));
     EXPECT_EQ(left.currentTime(), 0.0);
     EXPECT_FALSE(left.isPlaying());
-    left.player->setCurrentTime(9.9);
-    decks().playPrevTrackAt(left.prev);
+    // Shuffle has no say in it: a draw from this list would be another song.
+    fillList(PDLeftPlayer, {songs_[0], songs_[2]});
+    controls(PDLeftPlayer).shuffleButton->click();
+    ASSERT_TRUE(left.isShuffling());
+    left.seek(10.0);
+    decks().playPrevTrackAt(controls(PDLeftPlayer).prev);
+    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("b.mp3"));
+    EXPECT_EQ(left.currentTime(), 0.0);
+    controls(PDLeftPlayer).shuffleButton->click();
+    fillList(PDLeftPlayer, songs_);
+    left.seek(9.9);
+    decks().playPrevTrackAt(controls(PDLeftPlayer).prev);
     EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("a.mp3"));
 }
 
 TEST_F(Navigation, ShuffleDrawsFromTheWholeList) {
     startWithSongs();
-    deck(PDLeftPlayer).shuffleButton->click();
-    ASSERT_TRUE(deck(PDLeftPlayer).shuffle);
+    controls(PDLeftPlayer).shuffleButton->click();
+    ASSERT_TRUE(deck(PDLeftPlayer).isShuffling());
     std::set<QString> drawn;
     for (int i = 0; i < 60; ++i) {
-        decks().playNextTrackAt(deck(PDLeftPlayer).next);
+        decks().playNextTrackAt(controls(PDLeftPlayer).next);
         drawn.insert(loaded(PDLeftPlayer));
     }
     EXPECT_EQ(drawn.size(), 3u);
     fillList(PDLeftPlayer, {});
-    decks().playNextTrackAt(deck(PDLeftPlayer).next);
+    decks().playNextTrackAt(controls(PDLeftPlayer).next);
     EXPECT_TRUE(drawn.contains(loaded(PDLeftPlayer)));
 
     const std::vector<int> list = {0, 1, 2, 3, 4, 5, 6};
@@ -103,18 +112,16 @@ TEST_F(Navigation, ShuffleDrawsFromTheWholeList) {
     EXPECT_EQ(randomObject(std::vector<int>()), nullptr);
 }
 
-TEST_F(Navigation, APlayerThatIsNoLongerTheDecksIsIgnored) {
-    startWithSongs();
-    deck(PDLeftPlayer).repeatButton->click();
+TEST_F(Navigation, TheEndOfADecksOwnPlayerAdvancesIt) {
+    startWithSongs(0.3);
+    controls(PDLeftPlayer).repeatButton->click();
     decks().playTrackAtWithPlayer(songs_[0], PDLeftPlayer);
     const auto stranger =
         platform::AudioPlayer::initWithData(*platform::dataWithContentsOfFile(songs_[1]));
     decks().audioPlayerDidFinishPlayingSuccessfully(stranger.get(), true);
     decks().audioPlayerDidFinishPlayingSuccessfully(nullptr, true);
     EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("a.mp3"));
-    // The deck's own advances, whether decoding succeeded or not.
-    decks().audioPlayerDidFinishPlayingSuccessfully(deck(PDLeftPlayer).player.get(), false);
-    EXPECT_EQ(loaded(PDLeftPlayer), QStringLiteral("b.mp3"));
+    EXPECT_TRUE(waitUntil([&] { return loaded(PDLeftPlayer) == QStringLiteral("b.mp3"); }));
 }
 
 TEST(NavigationDecisions, AnUnknownRepeatStateDoesNothing) {
@@ -122,4 +129,6 @@ TEST(NavigationDecisions, AnUnknownRepeatStateDoesNothing) {
     EXPECT_EQ(navigation::endOfTrack(-1), navigation::EndOfTrack::Nothing);
     EXPECT_EQ(navigation::nextIndex(0, 1), 0u);
     EXPECT_EQ(navigation::previousIndex(0, 1), 0u);
+    EXPECT_EQ(navigation::repeatStateAfter(3), std::nullopt);
+    EXPECT_EQ(navigation::repeatStateAfter(-1), std::nullopt);
 }

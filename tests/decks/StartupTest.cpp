@@ -1,4 +1,3 @@
-#include "decks/RepeatState.h"
 #include "platform/ui/Window.h"
 #include "presentation/BlurredBackdrop.h"
 #include "tests/decks/DeckFixture.h"
@@ -25,26 +24,27 @@ TEST_F(Startup, BothDecksAreIdle) {
     start();
     for (const PDPlayerType side : {PDLeftPlayer, PDRightPlayer}) {
         const Deck& idle = deck(side);
-        EXPECT_EQ(idle.player, nullptr);
-        EXPECT_EQ(idle.currentURL, std::nullopt);
-        EXPECT_EQ(idle.volume, 1.0F);
-        EXPECT_EQ(idle.repeat, PDRepeatOff);
-        EXPECT_FALSE(idle.shuffle);
-        EXPECT_EQ(idle.songTitle->stringValue(), QStringLiteral("No Music Playing"));
-        EXPECT_EQ(idle.songTitle->cell()->font().pixelSize(), 25);
-        EXPECT_EQ(idle.songAlbumArtist->stringValue(),
+        EXPECT_FALSE(idle.hasPlayer());
+        EXPECT_EQ(idle.currentURL(), std::nullopt);
+        EXPECT_EQ(idle.volume(), 1.0F);
+        EXPECT_EQ(idle.repeat(), PDRepeatOff);
+        EXPECT_FALSE(idle.isShuffling());
+        EXPECT_EQ(controls(side).songTitle->stringValue(), QStringLiteral("No Music Playing"));
+        EXPECT_EQ(controls(side).songTitle->cell()->font().pixelSize(), 25);
+        EXPECT_EQ(controls(side).songAlbumArtist->stringValue(),
                   QStringLiteral("Import a folder, then play a song"));
-        EXPECT_EQ(idle.songAlbumArtist->cell(), nullptr);
-        EXPECT_TRUE(sameImage(idle.songAlbumArt->image(),
+        EXPECT_EQ(controls(side).songAlbumArtist->cell(), nullptr);
+        EXPECT_TRUE(sameImage(controls(side).songAlbumArt->image(),
                               Image::imageNamed(QStringLiteral("Default_Artwork"))));
-        EXPECT_EQ(idle.songAlbumArt->controlView(), idle.controlView);
+        EXPECT_EQ(controls(side).songAlbumArt->controlView(), controls(side).controlView);
         // No desktop picture: no backdrop, and no division by its width.
-        EXPECT_TRUE(idle.background->image().isNull());
-        EXPECT_EQ(idle.background->imageScaling(), platform::ImageScaling::None);
-        EXPECT_EQ(idle.playPause->state(), Button::OffState);
-        EXPECT_EQ(stored(QStringLiteral("Pairdeck%1ShuffleState").arg(idle.name)),
+        EXPECT_TRUE(controls(side).background->image().isNull());
+        EXPECT_EQ(controls(side).background->imageScaling(), platform::ImageScaling::None);
+        EXPECT_EQ(controls(side).playPause->state(), Button::OffState);
+        EXPECT_EQ(stored(QStringLiteral("Pairdeck%1ShuffleState").arg(idle.name())),
                   DefaultsValue(false));
-        EXPECT_EQ(stored(QStringLiteral("Pairdeck%1RepeatState").arg(idle.name)), DefaultsValue(0));
+        EXPECT_EQ(stored(QStringLiteral("Pairdeck%1RepeatState").arg(idle.name())),
+                  DefaultsValue(0));
     }
     EXPECT_EQ(stored(kMarker), DefaultsValue(false));
     EXPECT_EQ(Pairdeck::playerStatusDidChange(),
@@ -57,10 +57,10 @@ TEST_F(Startup, AStoredMarkerKeepsTheFallbacksOut) {
     const auto startsBare = [this] {
         store(kMarker, 7);
         start();
-        const Deck& left = deck(PDLeftPlayer);
+        Deck& left = deck(PDLeftPlayer);
         return !stored(QStringLiteral("PairdeckLeftRepeatState")) &&
-               !stored(QStringLiteral("PairdeckRightShuffleState")) && left.repeat == 0 &&
-               !left.shuffle;
+               !stored(QStringLiteral("PairdeckRightShuffleState")) && left.repeat() == 0 &&
+               !left.isShuffling();
     };
     EXPECT_EXIT(::_exit(startsBare() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
@@ -79,9 +79,9 @@ TEST_F(Startup, TheDesktopPictureStandsBehindBothDecks) {
     feh.remove();
     const Image expected = blurWithLevelAndSize(Image(halves), 150.0, {575.0, 575.0 * 400 / 600});
     for (const PDPlayerType side : {PDLeftPlayer, PDRightPlayer}) {
-        EXPECT_TRUE(sameImage(deck(side).background->image(), expected));
-        EXPECT_EQ(deck(side).background->image().size(), expected.size());
-        EXPECT_EQ(deck(side).background->imageAlignment(), platform::ImageAlignment::Center);
+        EXPECT_TRUE(sameImage(controls(side).background->image(), expected));
+        EXPECT_EQ(controls(side).background->image().size(), expected.size());
+        EXPECT_EQ(controls(side).background->imageAlignment(), platform::ImageAlignment::Center);
     }
 }
 
@@ -105,16 +105,18 @@ TEST_F(Startup, StoredSettingsAreRestored) {
         store(QStringLiteral("PairdeckRightRepeatState"), given.repeat);
         store(QStringLiteral("PairdeckRightShuffleState"), given.shuffle);
         start();
-        EXPECT_EQ(deck(PDRightPlayer).repeat, given.restoredRepeat);
-        EXPECT_EQ(deck(PDRightPlayer).shuffle, given.restoredShuffle);
-        EXPECT_EQ(deck(PDRightPlayer).shuffleButton->state(), int(given.restoredShuffle));
-        EXPECT_TRUE(sameImage(deck(PDRightPlayer).repeatButton->image(),
+        EXPECT_EQ(deck(PDRightPlayer).repeat(), given.restoredRepeat);
+        EXPECT_EQ(deck(PDRightPlayer).isShuffling(), given.restoredShuffle);
+        EXPECT_EQ(controls(PDRightPlayer).shuffleButton->state(), int(given.restoredShuffle));
+        EXPECT_TRUE(sameImage(controls(PDRightPlayer).repeatButton->image(),
                               Image::imageNamed(QLatin1String(given.image))));
-        EXPECT_EQ(deck(PDLeftPlayer).repeat, 0);
-        EXPECT_FALSE(deck(PDLeftPlayer).shuffle);
+        EXPECT_EQ(deck(PDLeftPlayer).repeat(), 0);
+        EXPECT_FALSE(deck(PDLeftPlayer).isShuffling());
     }
-    EXPECT_FALSE(sameImage(repeatImage(0), repeatImage(1)));
-    EXPECT_FALSE(sameImage(repeatImage(1), repeatImage(2)));
+    EXPECT_FALSE(sameImage(Image::imageNamed(QStringLiteral("Repeat_inactive")),
+                           Image::imageNamed(QStringLiteral("Repeat"))));
+    EXPECT_FALSE(sameImage(Image::imageNamed(QStringLiteral("Repeat")),
+                           Image::imageNamed(QStringLiteral("Repeat_one"))));
 }
 
 TEST_F(Startup, TheAboutPanelAndTheCloseButtonsAreDressed) {
@@ -146,12 +148,12 @@ TEST_F(Startup, TheAboutPanelAndTheCloseButtonsAreDressed) {
 TEST_F(Startup, TheTimesAreRefreshedEveryNineTenthsOfASecond) {
     start();
     QStringList seen;
-    const auto look = [&] { seen << deck(PDLeftPlayer).rTime->stringValue(); };
+    const auto look = [&] { seen << controls(PDLeftPlayer).rTime->stringValue(); };
     // Timers fire in the order of their ends, however busy the machine is.
     const auto before = platform::Timer::scheduledTimerWithTimeInterval(0.89, look, false);
     decks().awakeFromNib();
     const auto after = platform::Timer::scheduledTimerWithTimeInterval(0.91, look, false);
-    deck(PDLeftPlayer).rTime->setStringValue(QStringLiteral("stale"));
+    controls(PDLeftPlayer).rTime->setStringValue(QStringLiteral("stale"));
     EXPECT_TRUE(waitUntil([&] { return seen.size() == 2; }));
     EXPECT_EQ(seen, (QStringList{QStringLiteral("stale"), QStringLiteral("-00:00")}));
 }

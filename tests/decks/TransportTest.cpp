@@ -1,4 +1,3 @@
-#include "decks/RepeatState.h"
 #include "tests/decks/DeckFixture.h"
 
 #include <QFile>
@@ -32,85 +31,88 @@ class Transport : public DeckFixture {
 }  // namespace
 
 TEST_F(Transport, PlayAndPauseBySender) {
-    decks().playPauseTrackAt(deck(PDLeftPlayer).playPause);
-    EXPECT_EQ(deck(PDLeftPlayer).playPause->state(), 0);
+    decks().playPauseTrackAt(controls(PDLeftPlayer).playPause);
+    EXPECT_EQ(controls(PDLeftPlayer).playPause->state(), 0);
     decks().playTrackAtWithPlayer(makeSong(QStringLiteral("a.mp3"), 3.0), PDLeftPlayer);
     decks().playTrackAtWithPlayer(makeSong(QStringLiteral("b.mp3"), 3.0), PDRightPlayer);
     posts_ = 0;
     for (const bool playing : {false, true}) {
-        deck(PDLeftPlayer).playPause->click();
+        controls(PDLeftPlayer).playPause->click();
         EXPECT_EQ(deck(PDLeftPlayer).isPlaying(), playing);
-        EXPECT_EQ(deck(PDLeftPlayer).playPause->state(), playing ? 1 : 0);
-        EXPECT_EQ(deck(PDRightPlayer).playPause->state(), 1);
+        EXPECT_EQ(controls(PDLeftPlayer).playPause->state(), playing ? 1 : 0);
+        EXPECT_EQ(controls(PDRightPlayer).playPause->state(), 1);
     }
-    decks().playPauseTrackAt(deck(PDLeftPlayer).next);
+    decks().playPauseTrackAt(controls(PDLeftPlayer).next);
     decks().playPauseTrackAt(nullptr);
     EXPECT_TRUE(deck(PDLeftPlayer).isPlaying());
     EXPECT_EQ(posts_, 4);
 }
 
 TEST_F(Transport, SeekAndVolumePostNothing) {
-    const Deck& right = deck(PDRightPlayer);
-    right.volumeSlider->setDoubleValue(0.25);
-    right.volumeSlider->sendAction();
-    EXPECT_EQ(right.volume, 0.25F);
+    Deck& right = deck(PDRightPlayer);
+    controls(PDRightPlayer).volumeSlider->setDoubleValue(0.25);
+    controls(PDRightPlayer).volumeSlider->sendAction();
+    EXPECT_EQ(right.volume(), 0.25F);
     decks().playTrackAtWithPlayer(makeSong(QStringLiteral("a.mp3"), 4.0), PDRightPlayer);
-    EXPECT_EQ(right.volume, 0.25F);
-    right.playPause->click();
+    EXPECT_EQ(right.volume(), 0.25F);
+    controls(PDRightPlayer).playPause->click();
     posts_ = 0;
-    right.timeSlider->setDoubleValue(2.5);
-    right.timeSlider->sendAction();
+    controls(PDRightPlayer).timeSlider->setDoubleValue(2.5);
+    controls(PDRightPlayer).timeSlider->sendAction();
     EXPECT_NEAR(right.currentTime(), 2.5, 1e-3);
     EXPECT_FALSE(right.isPlaying());
     EXPECT_EQ(posts_, 0);
-    EXPECT_EQ(deck(PDLeftPlayer).volume, 1.0F);
+    EXPECT_EQ(deck(PDLeftPlayer).volume(), 1.0F);
 
     // The next tick brings the display after it: 4.0 s less 2.5 s leaves 1.
-    right.timeSlider->setDoubleValue(0.0);
+    controls(PDRightPlayer).timeSlider->setDoubleValue(0.0);
     decks().perSecondInfoRefresh();
-    EXPECT_NEAR(right.timeSlider->doubleValue(), 2.5, 1e-3);
-    EXPECT_EQ(right.cTime->stringValue(), QStringLiteral("00:02"));
-    EXPECT_EQ(right.rTime->stringValue(), QStringLiteral("-00:01"));
+    EXPECT_NEAR(controls(PDRightPlayer).timeSlider->doubleValue(), 2.5, 1e-3);
+    EXPECT_EQ(controls(PDRightPlayer).cTime->stringValue(), QStringLiteral("00:02"));
+    EXPECT_EQ(controls(PDRightPlayer).rTime->stringValue(), QStringLiteral("-00:01"));
 }
 
 TEST_F(Transport, ShuffleFollowsItsButton) {
-    const Deck& left = deck(PDLeftPlayer);
+    Deck& left = deck(PDLeftPlayer);
     const QString key = QStringLiteral("PairdeckLeftShuffleState");
-    left.shuffleButton->click();
-    EXPECT_TRUE(left.shuffle);
+    controls(PDLeftPlayer).shuffleButton->click();
+    EXPECT_TRUE(left.isShuffling());
     EXPECT_EQ(stored(key), DefaultsValue(true));
     EXPECT_NE(onDisk().value(key), QJsonValue(true)) << "written before the store saves itself";
-    EXPECT_EQ(left.shuffleButton->state(), 1);
-    EXPECT_EQ(deck(PDRightPlayer).shuffleButton->state(), 0);
+    EXPECT_EQ(controls(PDLeftPlayer).shuffleButton->state(), 1);
+    EXPECT_EQ(controls(PDRightPlayer).shuffleButton->state(), 0);
     EXPECT_EQ(stored(QStringLiteral("PairdeckRightShuffleState")), DefaultsValue(false));
-    left.shuffleButton->setState(Button::MixedState);
-    left.shuffleButton->sendAction();
-    EXPECT_FALSE(left.shuffle);
+    controls(PDLeftPlayer).shuffleButton->setState(Button::MixedState);
+    controls(PDLeftPlayer).shuffleButton->sendAction();
+    EXPECT_FALSE(left.isShuffling());
     EXPECT_EQ(stored(key), DefaultsValue(false));
-    EXPECT_EQ(left.shuffleButton->state(), 0);
+    EXPECT_EQ(controls(PDLeftPlayer).shuffleButton->state(), 0);
     EXPECT_EQ(posts_, 2);
 }
 
 TEST_F(Transport, RepeatCyclesAndIsOnDiskAtOnce) {
     const Deck& right = deck(PDRightPlayer);
-    for (const int state : {1, 2, 0}) {
-        right.repeatButton->click();
-        EXPECT_EQ(right.repeat, state);
+    const platform::Button& button = *controls(PDRightPlayer).repeatButton;
+    const auto image = [](const char* name) {
+        return platform::Image::imageNamed(QLatin1String(name));
+    };
+    const std::pair<int, const char*> presses[] = {
+        {1, "Repeat"}, {2, "Repeat_one"}, {0, "Repeat_inactive"}};
+    for (const auto& [state, name] : presses) {
+        controls(PDRightPlayer).repeatButton->click();
+        EXPECT_EQ(right.repeat(), state);
         EXPECT_EQ(onDisk().value(QStringLiteral("PairdeckRightRepeatState")), QJsonValue(state));
-        EXPECT_TRUE(sameImage(right.repeatButton->image(), repeatImage(state)));
-        EXPECT_EQ(deck(PDLeftPlayer).repeat, 0);
+        EXPECT_TRUE(sameImage(button.image(), image(name)));
+        EXPECT_EQ(deck(PDLeftPlayer).repeat(), 0);
     }
     EXPECT_EQ(posts_, 3);
+    deck(PDRightPlayer).setRepeat(7);
+    EXPECT_EQ(right.repeat(), 0);
+    EXPECT_EQ(posts_, 3);
     // Where the store and the deck disagree the image stays as it is.
-    right.repeatButton->click();
     store(QStringLiteral("PairdeckRightRepeatState"), 2);
     decks().refreshInfo();
-    EXPECT_TRUE(sameImage(right.repeatButton->image(), repeatImage(1)));
-    const_cast<Deck&>(right).repeat = 5;
-    right.repeatButton->click();
-    EXPECT_EQ(right.repeat, 5);
-    EXPECT_EQ(stored(QStringLiteral("PairdeckRightRepeatState")), DefaultsValue(2));
-    EXPECT_EQ(posts_, 5);
+    EXPECT_TRUE(sameImage(button.image(), image("Repeat_inactive")));
 }
 
 TEST(TimeFormat, MinutesWrapAtSixty) {
@@ -119,6 +121,6 @@ TEST(TimeFormat, MinutesWrapAtSixty) {
         {600, "10:00"}, {3599, "59:59"}, {3600, "00:00"}, {3725, "02:05"},
     };
     for (const auto& [seconds, text] : cases) {
-        EXPECT_EQ(Pairdeck::secondToMinuteSecond(seconds), QLatin1String(text));
+        EXPECT_EQ(Deck::secondToMinuteSecond(seconds), QLatin1String(text));
     }
 }

@@ -68,8 +68,8 @@ TEST_F(Files, TheFirstGoesToTheLeftDeckAndTheSecondToTheRight) {
     files_->open({text_, QStringLiteral("/gone.mp3"), album_, song_, song_});
     ASSERT_EQ(PDLeftSourceManager::trackArray().size(), 1U);
     EXPECT_EQ(PDLeftSourceManager::trackArray()[0]->URL(), album_ + QStringLiteral("/b.mp3"));
-    EXPECT_FALSE(deck(PDLeftPlayer).currentURL);
-    EXPECT_EQ(deck(PDRightPlayer).currentURL, song_);
+    EXPECT_FALSE(deck(PDLeftPlayer).currentURL());
+    EXPECT_EQ(deck(PDRightPlayer).currentURL(), song_);
     EXPECT_TRUE(deck(PDRightPlayer).isPlaying());
     EXPECT_TRUE(PDRightSourceManager::trackArray().empty());
 }
@@ -81,11 +81,11 @@ TEST_F(Files, ADropIsForItsOwnDeck) {
     EXPECT_FALSE(drop(panel, {text_, QStringLiteral("/gone.mp3")}));
     EXPECT_TRUE(drop(panel, {text_, album_, song_}));
     EXPECT_EQ(PDRightSourceManager::trackArray().size(), 1U);
-    EXPECT_FALSE(deck(PDRightPlayer).currentURL);
+    EXPECT_FALSE(deck(PDRightPlayer).currentURL());
     EXPECT_TRUE(drop(panel, {song_}));
-    EXPECT_EQ(deck(PDRightPlayer).currentURL, song_);
+    EXPECT_EQ(deck(PDRightPlayer).currentURL(), song_);
     EXPECT_TRUE(PDLeftSourceManager::trackArray().empty());
-    EXPECT_FALSE(deck(PDLeftPlayer).currentURL);
+    EXPECT_FALSE(deck(PDLeftPlayer).currentURL());
 }
 
 TEST(FileURLs, NameOnlyFilesOfThisMachine) {

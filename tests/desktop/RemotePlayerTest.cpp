@@ -70,11 +70,11 @@ TEST_F(Remote, WorksTheDecksOwnButtonsAndSettings) {
     EXPECT_EQ(stored(QStringLiteral("PairdeckLeftRepeatState")), platform::DefaultsValue(1));
     player_->setShuffle(true);
     EXPECT_EQ(stored(QStringLiteral("PairdeckLeftShuffleState")), platform::DefaultsValue(true));
-    EXPECT_EQ(deck(PDLeftPlayer).shuffleButton->state(), 1);
+    EXPECT_EQ(controls(PDLeftPlayer).shuffleButton->state(), 1);
     for (const double volume : {-3.0, std::numeric_limits<double>::quiet_NaN(), 7.0, 0.25})
         player_->setVolume(volume);
-    EXPECT_EQ(deck(PDLeftPlayer).volume, 0.25F);
-    EXPECT_EQ(deck(PDLeftPlayer).volumeSlider->doubleValue(), 0.25);
+    EXPECT_EQ(deck(PDLeftPlayer).volume(), 0.25F);
+    EXPECT_EQ(controls(PDLeftPlayer).volumeSlider->doubleValue(), 0.25);
 }
 
 TEST_F(Remote, MovesWithinTheTrack) {

@@ -1,0 +1,299 @@
+#include "decks/Deck.h"
+
+#include "decks/DeckControls.h"
+#include "decks/Random.h"
+#include "platform/foundation/Path.h"
+#include "platform/foundation/UserDefaults.h"
+#include "platform/foundation/Workspace.h"
+#include "platform/media/MediaAsset.h"
+#include "platform/ui/Button.h"
+#include "platform/ui/Font.h"
+#include "platform/ui/ImageView.h"
+#include "platform/ui/Slider.h"
+#include "platform/ui/TableView.h"
+#include "platform/ui/TextField.h"
+#include "presentation/BlurredBackdrop.h"
+#include "presentation/CenteredTextFieldCell.h"
+#include "presentation/HoverControlView.h"
+
+#include <QAbstractItemModel>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+using platform::AudioPlayer;
+using platform::Button;
+using platform::Image;
+using platform::UserDefaults;
+
+namespace {
+
+// Longer texts are set smaller, to fit.
+constexpr qsizetype kLongText = 30;  // UTF-16 units
+
+constexpr double kBackdropWidth = 575.0;  // points
+
+// Blur levels, in pixels of the source picture.
+constexpr double kDesktopBlurLevel = 150.0;
+constexpr double kArtworkBlurLevel = 27.0;
+
+TrackTags readTags(const QString& path) {
+    const auto asset = platform::MediaAsset::URLAssetWithURL(path);
+    const platform::Tags& tags = asset.metadata();
+    return {tags.title, tags.album, tags.artist, asset.artwork()};
+}
+
+std::unique_ptr<CenteredTextFieldCell> cellWithFontSize(double size) {
+    auto cell = std::make_unique<CenteredTextFieldCell>();
+    cell->setFont(platform::fontWithNameSize(QStringLiteral("Helvetica Neue Thin"), size));
+    return cell;
+}
+
+Image readDesktopPicture() {
+    const auto path = platform::Workspace::sharedWorkspace().desktopImageURLForScreen();
+    return path ? Image::initWithContentsOfURL(*path) : Image();
+}
+
+int buttonState(bool isOn) {
+    return isOn ? Button::OnState : Button::OffState;
+}
+
+}  // namespace
+
+Deck::Deck(const Side& side, const DeckControls& controls, platform::AudioPlayerDelegate& delegate,
+           std::function<void(Change)> didChange)
+    : side_(side), controls_(controls), delegate_(delegate), didChange_(std::move(didChange)) {}
+
+Deck::~Deck() = default;
+
+void Deck::dress(const Image& desktopPicture) {
+    controls_.songAlbumArt->setImage(Image::imageNamed(QStringLiteral("Default_Artwork")));
+    controls_.songTitle->setCell(std::make_unique<CenteredTextFieldCell>());
+    controls_.tableView->setDoubleAction(QStringLiteral("playTrackFromSelection"));
+    controls_.tableView->setRowMarker([this](std::int64_t row) {
+        const auto index = static_cast<size_t>(row);
+        return index < tracks().size() && tracks()[index]->URL() == currentURL_;
+    });
+    // A scan or a search has renewed the list.
+    QObject::connect(controls_.tableView->model(), &QAbstractItemModel::modelReset, &listContext_,
+                     [this] { didChange_(Change::Move); });
+    controls_.songAlbumArt->setControlView(controls_.controlView);
+    showBackdrop(desktopPicture, kDesktopBlurLevel);
+    controls_.background->setImageAlignment(platform::ImageAlignment::Center);
+    controls_.background->setImageScaling(platform::ImageScaling::None);
+    controls_.next->setAction(QStringLiteral("playNextTrackAt"));
+    controls_.prev->setAction(QStringLiteral("playPrevTrackAt"));
+}
+
+void Deck::restore() {
+    repeat_ = storedRepeat();
+    const auto stored = UserDefaults::standardUserDefaults().valueForKey(shuffleKey());
+    // A number equal to one is as true as the boolean.
+    shuffle_ = stored == platform::DefaultsValue(true) ||
+               stored == platform::DefaultsValue(std::int32_t{1});
+    showRepeat();
+}
+
+void Deck::showIdle() {
+    volume_ = 1.0F;
+    if (player_) player_->setVolume(volume_);
+    controls_.songTitle->setStringValue(QStringLiteral("No Music Playing"));
+    controls_.songAlbumArtist->setStringValue(QStringLiteral("Import a folder, then play a song"));
+}
+
+void Deck::load(const QString& path) {
+    const auto data = platform::dataWithContentsOfFile(path);
+    player_ = data ? AudioPlayer::initWithData(*data) : nullptr;
+    currentURL_ = path;
+    if (player_) player_->setDelegate(&delegate_);
+    showTrack(path);
+    if (player_) {
+        player_->setPan(side_.pan);
+        player_->play();
+    }
+    controls_.timeSlider->setMinValue(0.0);
+    controls_.timeSlider->setMaxValue(duration());
+    controls_.timeSlider->setDoubleValue(0.0);
+    if (player_) player_->setVolume(volume_);
+    controls_.tableView->setNeedsDisplay();
+    didChange_(Change::Status);
+}
+
+void Deck::showTrack(const QString& path) {
+    tags_ = readTags(path);
+    // Only the picture that counts, the last one, is decoded.
+    const Image artwork = tags_.artwork ? Image::initWithData(*tags_.artwork) : Image();
+    const bool hasArtwork = !artwork.isNull();
+    if (!hasArtwork) tags_.artwork.reset();
+    showTitle(tags_.title ? *tags_.title : platform::lastPathComponent(path));
+    controls_.songAlbumArt->setImage(hasArtwork ? artwork
+                                                : Image::imageNamed(side_.fallbackArtwork));
+    showAlbumArtist();
+    if (hasArtwork) {
+        showBackdrop(artwork, kArtworkBlurLevel);
+    } else {
+        showBackdrop(readDesktopPicture(), kDesktopBlurLevel);
+    }
+}
+
+void Deck::showBackdrop(const Image& picture, double level) {
+    const QSizeF size = picture.size();
+    // The aspect ratio of a picture without a width is no number.
+    controls_.background->setImage(
+        size.width() > 0.0
+            ? blurWithLevelAndSize(
+                  picture, level, {kBackdropWidth, size.height() / (size.width() / kBackdropWidth)})
+            : Image());
+}
+
+void Deck::showTitle(const QString& title) {
+    controls_.songTitle->setCell(title.size() > kLongText
+                                     ? cellWithFontSize(18.0)
+                                     : std::make_unique<CenteredTextFieldCell>());
+    controls_.songTitle->setStringValue(title);
+}
+
+void Deck::showAlbumArtist() {
+    const QString absent = QStringLiteral("(null)");
+    const QString text =
+        tags_.album.value_or(absent) + QStringLiteral(" - ") + tags_.artist.value_or(absent);
+    controls_.songAlbumArtist->setCell(cellWithFontSize(text.size() > kLongText ? 14.0 : 16.0));
+    controls_.songAlbumArtist->setStringValue(text);
+}
+
+void Deck::playSelection() {
+    const std::int64_t row = controls_.tableView->selectedRow();
+    if (row < 0 || row >= static_cast<std::int64_t>(tracks().size())) return;
+    load(tracks()[static_cast<size_t>(row)]->URL());
+}
+
+void Deck::playNeighbour(navigation::Neighbour neighbour) {
+    if (shuffle_) {
+        if (const auto* track = randomObject(tracks())) load((*track)->URL());
+        return;
+    }
+    // The place is found by the path at every step: a scan or a search may have moved it.
+    const auto current = navigation::indexOfCurrentTrack(tracks(), currentURL_);
+    if (const auto index = neighbour(current, tracks().size())) load(tracks()[*index]->URL());
+}
+
+void Deck::playNext() {
+    playNeighbour(navigation::nextIndex);
+}
+
+void Deck::playPrevious() {
+    if (currentTime() < navigation::kRestartThreshold) {
+        playNeighbour(navigation::previousIndex);
+    } else {
+        moveTo(0.0);
+    }
+}
+
+void Deck::playPause() {
+    if (isPlaying()) {
+        player_->pause();
+    } else if (player_) {
+        player_->play();
+    }
+    didChange_(Change::Status);
+}
+
+void Deck::play() {
+    if (!isPlaying()) playPause();
+}
+
+void Deck::pause() {
+    if (isPlaying()) playPause();
+}
+
+void Deck::seek(double seconds) {
+    if (!player_) return;
+    controls_.timeSlider->setDoubleValue(seconds);
+    moveTo(seconds);
+}
+
+void Deck::moveTo(double seconds) {
+    player_->setCurrentTime(seconds);
+    didChange_(Change::Move);
+}
+
+void Deck::setVolume(float volume) {
+    if (std::isnan(volume)) return;
+    volume_ = std::clamp(volume, 0.0F, 1.0F);
+    if (player_) player_->setVolume(volume_);
+    // Not the slider's own value, rounded, back to it.
+    if (controls_.volumeSlider->floatValue() != volume_) {
+        controls_.volumeSlider->setDoubleValue(volume_);
+    }
+    didChange_(Change::Move);
+}
+
+void Deck::setShuffle(bool shuffle) {
+    shuffle_ = shuffle;
+    UserDefaults::standardUserDefaults().setValueForKey(shuffle_, shuffleKey());
+    didChange_(Change::Status);
+}
+
+void Deck::setRepeat(std::int64_t state) {
+    if (state < PDRepeatOff || state > PDRepeatOne) return;
+    repeat_ = state;
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    defaults.setValueForKey(static_cast<std::int32_t>(repeat_), repeatKey());
+    showRepeat();
+    defaults.synchronize();
+    didChange_(Change::Status);
+}
+
+void Deck::advanceRepeat() {
+    if (const auto state = navigation::repeatStateAfter(repeat_)) {
+        setRepeat(*state);
+    } else {
+        UserDefaults::standardUserDefaults().synchronize();
+        didChange_(Change::Status);
+    }
+}
+
+void Deck::refresh() {
+    controls_.playPause->setState(buttonState(isPlaying()));
+    controls_.shuffleButton->setState(buttonState(shuffle_));
+    // The image follows only where the store and the deck agree on the state.
+    if (storedRepeat() == repeat_) showRepeat();
+}
+
+void Deck::showTimes() {
+    // The position is read afresh for each control, so that each shows the newest.
+    controls_.timeSlider->setDoubleValue(currentTime());
+    controls_.cTime->setStringValue(secondToMinuteSecond(static_cast<std::int32_t>(currentTime())));
+    // Truncated after the subtraction: 200.4 s at 10.6 s leaves 189, not 190.
+    const auto remaining = static_cast<std::int32_t>(duration() - currentTime());
+    controls_.rTime->setStringValue(QLatin1Char('-') + secondToMinuteSecond(remaining));
+}
+
+QString Deck::secondToMinuteSecond(std::int32_t seconds) {
+    const std::int32_t minutes = seconds / 60 % 60;
+    return QStringLiteral("%1:%2")
+        .arg(minutes, 2, 10, QLatin1Char('0'))
+        .arg(seconds % 60, 2, 10, QLatin1Char('0'));
+}
+
+void Deck::showRepeat() {
+    struct Look {
+        const char* image;
+        const char* words;
+    };
+    constexpr Look kOff = {"Repeat_inactive", "Repeat: off"};
+    const Look look = repeat_ == PDRepeatAll   ? Look{"Repeat", "Repeat: all"}
+                      : repeat_ == PDRepeatOne ? Look{"Repeat_one", "Repeat: one"}
+                                               : kOff;
+    controls_.repeatButton->setImage(Image::imageNamed(QLatin1String(look.image)));
+    controls_.repeatButton->setToolTip(QLatin1String(look.words));
+    controls_.repeatButton->setAccessibleDescription(QLatin1String(look.words));
+}
+
+std::int64_t Deck::storedRepeat() const {
+    const std::int64_t known = UserDefaults::standardUserDefaults()
+                                   .valueOfTypeForKey<std::int32_t>(repeatKey())
+                                   .value_or(PDRepeatOff);
+    return known == PDRepeatAll || known == PDRepeatOne ? known : std::int64_t{PDRepeatOff};
+}

@@ -1,0 +1,239 @@
+#include "decks/Pairdeck.h"
+
+#include "library/PDSourceManager.h"
+#include "platform/foundation/Bundle.h"
+#include "platform/foundation/UserDefaults.h"
+#include "platform/foundation/Workspace.h"
+#include "platform/image/Image.h"
+#include "platform/ui/Application.h"
+#include "platform/ui/Button.h"
+#include "platform/ui/Font.h"
+#include "platform/ui/ImageView.h"
+#include "platform/ui/Slider.h"
+#include "platform/ui/TableView.h"
+#include "platform/ui/TextField.h"
+#include "platform/ui/Window.h"
+#include "presentation/HoverControlView.h"
+
+using platform::AudioPlayer;
+using platform::Control;
+using platform::Image;
+using platform::NotificationCenter;
+using platform::Slider;
+
+const QString& Pairdeck::playerStatusDidChange() {
+    static const QString name = QStringLiteral("com.ovrelin.Pairdeck.playerStatusDidChange");
+    return name;
+}
+
+const QString& Pairdeck::playerDidMove() {
+    static const QString name = QStringLiteral("com.ovrelin.Pairdeck.playerDidMove");
+    return name;
+}
+
+Pairdeck::Pairdeck() {
+    const Deck::Side sides[] = {
+        {PDLeftPlayer, QStringLiteral("Left"), QStringLiteral("left"),
+         QStringLiteral("Default_Artwork"), +1.0F, PDLeftSourceManager::trackArray()},
+        {PDRightPlayer, QStringLiteral("Right"), QStringLiteral("right"),
+         QStringLiteral("Default-Art"), -1.0F, PDRightSourceManager::trackArray()}};
+    outlet(QStringLiteral("PDWindow"), window_);
+    outlet(QStringLiteral("PDCloseWindow"), closeWindow_);
+    for (size_t i = 0; i < decks_.size(); ++i) {
+        decks_[i] = std::make_unique<Deck>(sides[i], controls_[i], *this,
+                                           [this](Deck::Change change) { post(change); });
+        declare(sides[i], controls_[i]);
+    }
+    outlet(QStringLiteral("PDAboutWindow"), aboutWindow_);
+    outlet(QStringLiteral("PDAboutWindowClose"), aboutWindowClose_);
+    outlet(QStringLiteral("PDVersionBuildString"), versionBuildString_);
+    action(QStringLiteral("quit"), [this](Control*) { quit(); });
+    action(QStringLiteral("perSecondInfoRefresh"), [this](Control*) { perSecondInfoRefresh(); });
+    action(QStringLiteral("playTrackFromSelection"),
+           [this](Control* sender) { playTrackFromSelection(sender); });
+    action(QStringLiteral("playNextTrackAt"), [this](Control* sender) { playNextTrackAt(sender); });
+    action(QStringLiteral("playPrevTrackAt"), [this](Control* sender) { playPrevTrackAt(sender); });
+    action(QStringLiteral("playPauseTrackAt"),
+           [this](Control* sender) { playPauseTrackAt(sender); });
+}
+
+Pairdeck::~Pairdeck() = default;
+
+void Pairdeck::declare(const Deck::Side& side, DeckControls& controls) {
+    const auto name = [&side](const char* role) {
+        return QStringLiteral("PD") + side.name + QLatin1String(role);
+    };
+    outlet(name("SongTitle"), controls.songTitle);
+    outlet(name("SongAlbumArt"), controls.songAlbumArt);
+    outlet(name("Background"), controls.background);
+    outlet(name("SongAlbumArtist"), controls.songAlbumArtist);
+    outlet(name("TimeSlider"), controls.timeSlider);
+    outlet(name("VolumeSlider"), controls.volumeSlider);
+    outlet(name("CTime"), controls.cTime);
+    outlet(name("RTime"), controls.rTime);
+    outlet(name("ShuffleButton"), controls.shuffleButton);
+    outlet(name("RepeatButton"), controls.repeatButton);
+    outlet(name("ControlView"), controls.controlView);
+    outlet(name("PlayPause"), controls.playPause);
+    outlet(name("Prev"), controls.prev);
+    outlet(name("Next"), controls.next);
+    outlet(name("TableView"), controls.tableView);
+    action(side.prefix + QStringLiteral("TimeSliderDidChange"),
+           [this, type = side.type](Control* sender) { timeSliderDidChange(type, sender); });
+    action(side.prefix + QStringLiteral("VolumeSliderDidChange"),
+           [this, type = side.type](Control* sender) { volumeSliderDidChange(type, sender); });
+    action(side.prefix + QStringLiteral("ShuffleStateDidChange"),
+           [this, type = side.type](Control*) { shuffleStateDidChange(type); });
+    action(side.prefix + QStringLiteral("RepeatStateDidChange"),
+           [this, type = side.type](Control*) { repeatStateDidChange(type); });
+}
+
+void Pairdeck::awakeFromNib() {
+    registerDefaults();
+    // Less than a second, so that no second is skipped on the display.
+    refreshTimer_ = platform::Timer::scheduledTimerWithTimeInterval(
+        double{0.9F}, [this] { perSecondInfoRefresh(); }, true);
+    const auto picture = platform::Workspace::sharedWorkspace().desktopImageURLForScreen();
+    const Image desktopPicture = picture ? Image::initByReferencingURL(*picture) : Image();
+    for (const auto& deck : decks_)
+        deck->dress(desktopPicture);
+    dressCloseButtons();
+    // The refresh looks at both decks, so both are restored before it.
+    for (const auto& deck : decks_)
+        deck->restore();
+    refreshInfo();
+    for (const auto& deck : decks_)
+        deck->showIdle();
+    dressAboutPanel();
+    statusObserver_ = NotificationCenter::defaultCenter().addObserver(
+        [this](const platform::Notification&) { refreshInfo(); }, playerStatusDidChange());
+}
+
+void Pairdeck::registerDefaults() {
+    platform::UserDefaults& defaults = platform::UserDefaults::standardUserDefaults();
+    const QString marker = QStringLiteral("PDDefaultNotRegistered");
+    // Registered values are never stored and nothing writes the marker, so this runs at each start.
+    if (defaults.valueForKey(marker)) return;
+    QHash<QString, platform::DefaultsValue> values = {{marker, false}};
+    for (const auto& deck : decks_) {
+        values.insert(deck->shuffleKey(), false);
+        values.insert(deck->repeatKey(), std::int32_t{PDRepeatOff});
+    }
+    defaults.registerDefaults(values);
+    defaults.synchronize();
+}
+
+void Pairdeck::dressCloseButtons() {
+    platform::ButtonCell cell;
+    cell.backgroundColor = QColor::fromRgbF(0.8F, 0.3F, 0.3F, 1.0F);
+    cell.attributedTitle = {QStringLiteral("✕"), platform::systemFontOfSize(15.0), Qt::white,
+                            Qt::AlignHCenter};
+    cell.bordered = false;
+    closeWindow_->setCell(cell);
+    closeWindow_->drawCell();
+    closeWindow_->setAction(QStringLiteral("terminate"));
+    aboutWindowClose_->setCell(cell);
+    aboutWindowClose_->setTarget(aboutWindow_);
+    aboutWindowClose_->setAction(QStringLiteral("orderOut"));
+}
+
+void Pairdeck::dressAboutPanel() {
+    aboutWindow_->setBackgroundColor(QColor::fromRgbF(0.0F, 0.0F, 0.0F, 0.7F));
+    aboutWindow_->setOpaque(false);
+    const platform::Bundle& bundle = platform::Bundle::mainBundle();
+    const auto value = [&bundle](const char* key) {
+        return bundle.objectForInfoDictionaryKey(QLatin1String(key))
+            .value_or(QStringLiteral("(null)"));
+    };
+    versionBuildString_->setStringValue(QStringLiteral("Version: ") +
+                                        value("CFBundleShortVersionString") +
+                                        QStringLiteral("\nBuild: ") + value("CFBundleVersion"));
+}
+
+void Pairdeck::quit() {
+    platform::Application::sharedApplication().terminate();
+}
+
+void Pairdeck::playTrackFromSelection(Control* sender) {
+    if (Deck* deck = deckOf(sender, &DeckControls::tableView)) deck->playSelection();
+}
+
+void Pairdeck::playTrackAtWithPlayer(const QString& path, PDPlayerType side) {
+    if (side == PDLeftPlayer || side == PDRightPlayer) {
+        deck(side).load(path);
+    } else {
+        post(Deck::Change::Status);
+    }
+}
+
+void Pairdeck::playNextTrackAt(Control* sender) {
+    if (Deck* deck = deckOf(sender, &DeckControls::next)) deck->playNext();
+}
+
+void Pairdeck::playPrevTrackAt(Control* sender) {
+    if (Deck* deck = deckOf(sender, &DeckControls::prev)) deck->playPrevious();
+}
+
+void Pairdeck::audioPlayerDidFinishPlayingSuccessfully(AudioPlayer* player, bool) {
+    for (size_t i = 0; i < decks_.size(); ++i) {
+        const Deck& deck = *decks_[i];
+        if (!deck.plays(player)) continue;
+        switch (navigation::endOfTrack(deck.repeat())) {
+            case navigation::EndOfTrack::Pause:
+                player->pause();
+                break;
+            case navigation::EndOfTrack::PlayNext:
+                playNextTrackAt(controls_[i].next);
+                break;
+            case navigation::EndOfTrack::PlayAgain:
+                playTrackAtWithPlayer(deck.currentURL().value_or(QString()), deck.side());
+                break;
+            case navigation::EndOfTrack::Nothing:
+                break;
+        }
+        post(Deck::Change::Move);
+        return;
+    }
+}
+
+void Pairdeck::refreshInfo() {
+    for (const auto& deck : decks_)
+        deck->refresh();
+}
+
+void Pairdeck::perSecondInfoRefresh() {
+    for (const auto& deck : decks_)
+        deck->showTimes();
+}
+
+void Pairdeck::playPauseTrackAt(Control* sender) {
+    if (Deck* deck = deckOf(sender, &DeckControls::playPause)) {
+        deck->playPause();
+    } else {
+        post(Deck::Change::Status);
+    }
+}
+
+void Pairdeck::timeSliderDidChange(PDPlayerType side, Control* sender) {
+    if (const auto* slider = dynamic_cast<Slider*>(sender)) deck(side).seek(slider->doubleValue());
+}
+
+void Pairdeck::volumeSliderDidChange(PDPlayerType side, Control* sender) {
+    if (const auto* slider = dynamic_cast<Slider*>(sender)) {
+        deck(side).setVolume(slider->floatValue());
+    }
+}
+
+void Pairdeck::shuffleStateDidChange(PDPlayerType side) {
+    const platform::Button* button = controls_[static_cast<size_t>(side)].shuffleButton;
+    deck(side).setShuffle(button->state() == platform::Button::OnState);
+}
+
+void Pairdeck::repeatStateDidChange(PDPlayerType side) {
+    deck(side).advanceRepeat();
+}
+
+void Pairdeck::post(Deck::Change change) {
+    NotificationCenter::defaultCenter().postNotification(
+        {change == Deck::Change::Status ? playerStatusDidChange() : playerDidMove(), this});
+}
