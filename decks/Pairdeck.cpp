@@ -3,7 +3,6 @@
 #include "library/PDSourceManager.h"
 #include "platform/foundation/Bundle.h"
 #include "platform/foundation/UserDefaults.h"
-#include "platform/foundation/Workspace.h"
 #include "platform/image/Image.h"
 #include "platform/ui/Application.h"
 #include "platform/ui/Button.h"
@@ -13,6 +12,7 @@
 #include "platform/ui/TableView.h"
 #include "platform/ui/TextField.h"
 #include "platform/ui/Window.h"
+#include "platform/workspace/Workspace.h"
 #include "presentation/HoverControlView.h"
 
 using platform::AudioPlayer;
@@ -105,8 +105,9 @@ void Pairdeck::awakeFromNib() {
     for (const auto& deck : decks_)
         deck->showIdle();
     dressAboutPanel();
-    statusObserver_ = NotificationCenter::defaultCenter().addObserver(
-        [this](const platform::Notification&) { refreshInfo(); }, playerStatusDidChange());
+    NotificationCenter::defaultCenter().addObserver(
+        statusObserver_, playerStatusDidChange(),
+        [this](const platform::Notification&) { refreshInfo(); });
 }
 
 void Pairdeck::registerDefaults() {

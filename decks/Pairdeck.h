@@ -7,6 +7,7 @@
 #include "platform/foundation/Timer.h"
 #include "platform/ui/Controller.h"
 
+#include <QObject>
 #include <QString>
 
 #include <array>
@@ -108,5 +109,5 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     platform::Button* aboutWindowClose_ = nullptr;
     platform::TextField* versionBuildString_ = nullptr;
     std::unique_ptr<platform::Timer> refreshTimer_;
-    platform::ObserverToken statusObserver_;
+    QObject statusObserver_;
 };

@@ -50,8 +50,8 @@ class DesktopSession::Ties {
                 std::make_unique<RemotePlayer>(pairdeck_.deck(side), files_, window_));
         }
         for (const QString& name : {Pairdeck::playerStatusDidChange(), Pairdeck::playerDidMove()}) {
-            observers_.push_back(NotificationCenter::defaultCenter().addObserver(
-                [this](const platform::Notification&) { decksDidChange(); }, name));
+            NotificationCenter::defaultCenter().addObserver(
+                observer_, name, [this](const platform::Notification&) { decksDidChange(); });
         }
     }
 
@@ -72,7 +72,7 @@ class DesktopSession::Ties {
     DeckFiles files_;
     std::vector<std::unique_ptr<RemotePlayer>> players_;
     std::unique_ptr<SleepInhibitor> inhibitor_;
-    std::vector<platform::ObserverToken> observers_;
+    QObject observer_;
 };
 
 DesktopSession::DesktopSession() = default;

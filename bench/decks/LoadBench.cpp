@@ -7,7 +7,7 @@
 #include "decks/InterfaceClasses.h"
 #include "decks/Pairdeck.h"
 #include "platform/foundation/Path.h"
-#include "platform/foundation/Workspace.h"
+#include "platform/workspace/Workspace.h"
 #include "platform/media/MediaAsset.h"
 #include "platform/ui/Application.h"
 #include "presentation/BlurredBackdrop.h"

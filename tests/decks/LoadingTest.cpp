@@ -45,9 +45,12 @@ TEST_F(Loading, ATrackPlaysAndShowsItsTags) {
                                   tags(QStringLiteral("Blue"), QStringLiteral("Hues"),
                                        QStringLiteral("Ann"), png(60, 40, Qt::white)));
     int posts = 0;
-    const auto observer = platform::NotificationCenter::defaultCenter().addObserver(
-        [&posts](const platform::Notification&) { ++posts; }, Pairdeck::playerStatusDidChange(),
-        pairdeck_);
+    const QObject observer;
+    platform::NotificationCenter::defaultCenter().addObserver(
+        observer, Pairdeck::playerStatusDidChange(), [&](const platform::Notification& heard) {
+            EXPECT_EQ(heard.object, pairdeck_);
+            ++posts;
+        });
     decks().playTrackAtWithPlayer(path, PDLeftPlayer);
     Deck& left = deck(PDLeftPlayer);
     EXPECT_EQ(posts, 1);

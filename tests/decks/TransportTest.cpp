@@ -13,8 +13,9 @@ class Transport : public DeckFixture {
   protected:
     Transport() {
         start();
-        observer_ = platform::NotificationCenter::defaultCenter().addObserver(
-            [this](const platform::Notification&) { ++posts_; }, Pairdeck::playerStatusDidChange());
+        platform::NotificationCenter::defaultCenter().addObserver(
+            observer_, Pairdeck::playerStatusDidChange(),
+            [this](const platform::Notification&) { ++posts_; });
     }
 
     QJsonObject onDisk() const {
@@ -25,7 +26,7 @@ class Transport : public DeckFixture {
     }
 
     int posts_ = 0;
-    platform::ObserverToken observer_;
+    QObject observer_;
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
+#include "tests/support/TestHome.h"
+
 #include <QApplication>
-#include <QTemporaryDir>
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -8,13 +9,7 @@
 
 // A home and a message bus of the tests' own.
 int main(int argc, char** argv) {
-    // No display is needed, to run or to list the tests.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
-    qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
-    qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
-    qputenv("XDG_CURRENT_DESKTOP", "none");
+    const TestHome home;
     // Not by QProcess: after its way of forking, the thread sanitizer is blind to this thread's
     // locks.
     FILE* const bus = ::popen("dbus-daemon --session --fork --print-address=1 --print-pid=1", "r");

@@ -1,7 +1,7 @@
 #include "platform/foundation/ConfigurationFolder.h"
-#include "platform/foundation/DesktopPicture.h"
-#include "platform/foundation/KeyFile.h"
 #include "platform/foundation/Path.h"
+#include "platform/workspace/DesktopPicture.h"
+#include "platform/workspace/KeyFile.h"
 
 #include <filesystem>
 

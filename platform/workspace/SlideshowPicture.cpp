@@ -1,5 +1,5 @@
-#include "platform/foundation/DesktopPicture.h"
 #include "platform/foundation/Path.h"
+#include "platform/workspace/DesktopPicture.h"
 
 #include <QDateTime>
 #include <QXmlStreamReader>

@@ -1,4 +1,4 @@
-#include "platform/foundation/DesktopSettings.h"
+#include "platform/workspace/DesktopSettings.h"
 
 #include <gio/gio.h>
 

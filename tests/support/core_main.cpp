@@ -1,8 +1,11 @@
+#include "tests/support/TestHome.h"
+
 #include <QCoreApplication>
 
 #include <gmock/gmock.h>
 
 int main(int argc, char** argv) {
+    const TestHome home;
     const QCoreApplication application(argc, argv);
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();

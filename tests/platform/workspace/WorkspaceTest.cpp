@@ -1,6 +1,6 @@
-#include "platform/foundation/DesktopPicture.h"
-#include "platform/foundation/DesktopSettings.h"
-#include "platform/foundation/Workspace.h"
+#include "platform/workspace/DesktopPicture.h"
+#include "platform/workspace/DesktopSettings.h"
+#include "platform/workspace/Workspace.h"
 #include "tests/platform/foundation/TestFiles.h"
 
 #include <QDateTime>

@@ -1,9 +1,9 @@
-#include "platform/foundation/DesktopPicture.h"
+#include "platform/workspace/DesktopPicture.h"
 
 #include "platform/foundation/ConfigurationFolder.h"
-#include "platform/foundation/DesktopSettings.h"
-#include "platform/foundation/KeyFile.h"
 #include "platform/foundation/Path.h"
+#include "platform/workspace/DesktopSettings.h"
+#include "platform/workspace/KeyFile.h"
 
 #include <QByteArray>
 

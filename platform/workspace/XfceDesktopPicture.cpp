@@ -1,6 +1,6 @@
 #include "platform/foundation/ConfigurationFolder.h"
-#include "platform/foundation/DesktopPicture.h"
 #include "platform/foundation/Path.h"
+#include "platform/workspace/DesktopPicture.h"
 
 #include <QHash>
 #include <QXmlStreamReader>

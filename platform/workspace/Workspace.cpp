@@ -1,7 +1,7 @@
-#include "platform/foundation/Workspace.h"
+#include "platform/workspace/Workspace.h"
 
-#include "platform/foundation/DesktopPicture.h"
 #include "platform/foundation/Path.h"
+#include "platform/workspace/DesktopPicture.h"
 
 #include <QByteArrayList>
 #include <QGuiApplication>

@@ -1,4 +1,4 @@
-#include "platform/foundation/KeyFile.h"
+#include "platform/workspace/KeyFile.h"
 
 #include "platform/foundation/Path.h"
 

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QTemporaryDir>
+
+/// A home of the tests' own while it lives, so that no setting of the person who runs them counts
+/// or changes, and no screen, which neither running nor listing the tests needs.
+class TestHome {
+  public:
+    TestHome() {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        qputenv("HOME", home_.path().toUtf8());
+        qputenv("XDG_CONFIG_HOME", home_.filePath(QStringLiteral("config")).toUtf8());
+        qputenv("XDG_CACHE_HOME", home_.filePath(QStringLiteral("cache")).toUtf8());
+        qputenv("XDG_CURRENT_DESKTOP", "none");
+    }
+
+  private:
+    QTemporaryDir home_;
+};
