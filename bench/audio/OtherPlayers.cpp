@@ -21,10 +21,10 @@ double processorSecondsOf(qint64 process) {
     const QByteArray line = file.readAll();
     // What stands before the parenthesis may hold blanks of its own.
     const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
-    constexpr qsizetype userTime = 11;
-    constexpr qsizetype systemTime = 12;
-    if (fields.size() <= systemTime) return 0;
-    const double ticks = fields[userTime].toDouble() + fields[systemTime].toDouble();
+    constexpr qsizetype kUserTime = 11;
+    constexpr qsizetype kSystemTime = 12;
+    if (fields.size() <= kSystemTime) return 0;
+    const double ticks = fields[kUserTime].toDouble() + fields[kSystemTime].toDouble();
     return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
@@ -35,10 +35,10 @@ double shareOf(const QString& player, const QStringList& arguments) {
     process.start(player, arguments);
     process.waitForStarted();
     runEvents(3);
-    constexpr double seconds = 10;
+    constexpr double kSeconds = 10;
     const double before = processorSecondsOf(process.processId());
-    runEvents(seconds);
-    const double share = (processorSecondsOf(process.processId()) - before) / seconds;
+    runEvents(kSeconds);
+    const double share = (processorSecondsOf(process.processId()) - before) / kSeconds;
     process.kill();
     process.waitForFinished();
     return share;

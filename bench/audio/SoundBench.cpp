@@ -78,12 +78,12 @@ void benchLoad(const char* name, const QByteArray& song) {
 }
 
 /// From the control's call to the callback that acts on it.
-void benchControls(const QByteArray& song) {
+void benchControls(const QByteArray& file) {
     AudioEngine& engine = AudioEngine::shared();
-    const auto track = openTrack(song);
+    const auto song = openSong(file);
     const auto voice = std::make_shared<Voice>();
     voice->setPlaying(true);
-    engine.worker.add(voice, track, {1, 0});
+    engine.worker.add(voice, song, {1, 0});
     engine.output.wake();
     awaitBlock([&] { return voice->progress().time > 0; });
     std::vector<double> volume;
@@ -101,7 +101,7 @@ void benchControls(const QByteArray& song) {
         period.push_back(milliseconds(mixer().lastBlock() - block));
         runEvents(0.01);
         const int64_t moved = nowNanoseconds();
-        engine.worker.request(*voice, {++number, (i * 7919777L) % track->length});
+        engine.worker.request(*voice, {++number, (i * 7919777L) % song->length});
         seek.push_back(
             milliseconds(awaitBlock([&] { return voice->progress().request == number; }) - moved));
     }
@@ -130,10 +130,10 @@ void benchCost(const QByteArray& song) {
     runEvents(2);
     const double files = 2 * static_cast<double>(song.size()) * 1e-6;
     print("sound.memory_two_decks", residentMegabytes() - idle - files, "MB");
-    constexpr double seconds = 10;
+    constexpr double kSeconds = 10;
     const double before = processorSeconds();
-    runEvents(seconds);
-    const double share = (processorSeconds() - before) / seconds;
+    runEvents(kSeconds);
+    const double share = (processorSeconds() - before) / kSeconds;
     left->pause();
     right->pause();
     print("sound.cpu_two_decks", share * 100, "%");
@@ -157,16 +157,16 @@ void benchQuality() {
 
 /// Blocks of 50 ms in the recording that aren't the tone that was played, on either side.
 int glitches(const std::vector<float>& recording, double leftTone, double rightTone) {
-    constexpr size_t window = 2400;
+    constexpr size_t kWindow = 2400;
     const auto side = [&](size_t channel, double frequency) {
         std::vector<float> mono;
         for (size_t i = channel; i < recording.size(); i += 2)
             mono.insert(mono.end(), 2, recording[i]);
         int bad = 0;
         // What was recorded before the first block of sound and after the last does not count.
-        for (size_t at = size_t{2} * 48000; at + 2 * (window + 24000) < mono.size();
-             at += 2 * window) {
-            const Tone tone = fitTone(std::span(mono).subspan(at, 2 * window), frequency, 48000);
+        for (size_t at = size_t{2} * 48000; at + 2 * (kWindow + 24000) < mono.size();
+             at += 2 * kWindow) {
+            const Tone tone = fitTone(std::span(mono).subspan(at, 2 * kWindow), frequency, 48000);
             if (tone.amplitude < 0.4 || tone.residueDecibel > -50) ++bad;
         }
         return bad;

@@ -14,16 +14,16 @@ using std::chrono::steady_clock;
 namespace {
 
 // How often a running device is looked after.
-constexpr milliseconds tendingPeriod(100);
+constexpr milliseconds kTendingPeriod(100);
 // Period of the silent clock.
-constexpr milliseconds clockPeriod(10);
+constexpr milliseconds kClockPeriod(10);
 // After a machine slept, the clock does not catch up on more than this.
-constexpr milliseconds longestLag(500);
-constexpr milliseconds attemptPeriod(500);
+constexpr milliseconds kLongestLag(500);
+constexpr milliseconds kAttemptPeriod(500);
 // A stream that stands ready costs the device its sleep, one that has to start costs a moment.
-constexpr seconds idlePatience(10);
+constexpr seconds kIdlePatience(10);
 // A server that restarts is waited for before another backend takes the hardware from it.
-constexpr seconds backendPatience(10);
+constexpr seconds kBackendPatience(10);
 
 }  // namespace
 
@@ -55,7 +55,7 @@ void AudioOutput::run() {
         lock.unlock();
         const Time now = steady_clock::now();
         if (demand_()) lastDemand_ = now;
-        wanted_ = now - lastDemand_ < idlePatience;
+        wanted_ = now - lastDemand_ < kIdlePatience;
         if (stream_ && (!stream_->isAlive() || stream_->isOutdated())) close();
         if (!stream_ && now >= nextAttempt_) open(now);
         if (stream_)
@@ -70,8 +70,8 @@ void AudioOutput::run() {
 }
 
 void AudioOutput::open(Time now) {
-    nextAttempt_ = now + attemptPeriod;
-    if (backend_ && now - backendSince_ > backendPatience) backend_.reset();
+    nextAttempt_ = now + kAttemptPeriod;
+    if (backend_ && now - backendSince_ > kBackendPatience) backend_.reset();
     const int rateBefore = mixer_.rate();
     stream_ = DeviceStream::open(mixer_, backend_);
     if (stream_) {
@@ -110,7 +110,7 @@ void AudioOutput::runSilently(Time now) {
         return;
     }
     mixer_.setLatency(0);
-    const Time from = std::max(clockedUntil_.value_or(now), now - longestLag);
+    const Time from = std::max(clockedUntil_.value_or(now), now - kLongestLag);
     const auto elapsed = std::chrono::duration<double>(now - from).count();
     const auto frames = static_cast<size_t>(elapsed * mixer_.rate());
     discarded_.resize(2 * frames);
@@ -123,7 +123,7 @@ void AudioOutput::runSilently(Time now) {
 
 milliseconds AudioOutput::untilNextLook() const {
     if (!wanted_) return seconds(3600);
-    return stream_ ? tendingPeriod : clockPeriod;
+    return stream_ ? kTendingPeriod : kClockPeriod;
 }
 
 }  // namespace platform::audio

@@ -13,13 +13,13 @@ namespace platform {
 using audio::AudioEngine;
 using audio::FeedRequest;
 using audio::Progress;
-using audio::Track;
+using audio::Song;
 using audio::Voice;
 
 class AudioPlayer::Impl {
   public:
-    Impl(AudioPlayer& player, std::shared_ptr<const Track> track)
-        : player_(player), track_(std::move(track)), voice_(std::make_shared<Voice>()) {
+    Impl(AudioPlayer& player, std::shared_ptr<const Song> song)
+        : player_(player), song_(std::move(song)), voice_(std::make_shared<Voice>()) {
         voice_->setEndNotice([this](uint64_t request, bool decoded) {
             QMetaObject::invokeMethod(
                 &context_, [this, request, decoded] { didEnd(request, decoded); },
@@ -36,7 +36,7 @@ class AudioPlayer::Impl {
 
     void setDelegate(AudioPlayerDelegate* delegate) { delegate_ = delegate; }
     bool isPlaying() const { return isPlaying_; }
-    double duration() const { return track_->duration(); }
+    double duration() const { return song_->duration(); }
     Voice& voice() { return *voice_; }
 
     void play() {
@@ -47,7 +47,7 @@ class AudioPlayer::Impl {
         if (isFed_)
             engine_.worker.wake();
         else
-            engine_.worker.add(voice_, track_, request_);
+            engine_.worker.add(voice_, song_, request_);
         isFed_ = true;
         engine_.output.wake();
     }
@@ -70,9 +70,9 @@ class AudioPlayer::Impl {
 
     void setCurrentTime(double seconds) {
         const double wanted = std::isnan(seconds) ? 0 : std::clamp(seconds, 0.0, duration());
-        const auto sample = static_cast<int64_t>(std::llround(wanted * track_->rate));
-        request_ = {request_.number + 1, std::min(sample, track_->length)};
-        lastTime_ = static_cast<double>(request_.sample) / track_->rate;
+        const auto sample = static_cast<int64_t>(std::llround(wanted * song_->rate));
+        request_ = {request_.number + 1, std::min(sample, song_->length)};
+        lastTime_ = static_cast<double>(request_.sample) / song_->rate;
         hasEnded_ = false;
         if (isFed_) engine_.worker.request(*voice_, request_);
     }
@@ -90,7 +90,7 @@ class AudioPlayer::Impl {
 
     AudioPlayer& player_;
     AudioEngine& engine_ = AudioEngine::shared();
-    const std::shared_ptr<const Track> track_;
+    const std::shared_ptr<const Song> song_;
     const std::shared_ptr<Voice> voice_;
     QObject context_;  // takes calls queued for it along when it goes
     AudioPlayerDelegate* delegate_ = nullptr;
@@ -102,10 +102,10 @@ class AudioPlayer::Impl {
 };
 
 std::unique_ptr<AudioPlayer> AudioPlayer::initWithData(const QByteArray& data) {
-    auto track = audio::openTrack(data);
-    if (!track) return nullptr;
+    auto song = audio::openSong(data);
+    if (!song) return nullptr;
     std::unique_ptr<AudioPlayer> player(new AudioPlayer(nullptr));
-    player->impl_ = std::make_unique<Impl>(*player, std::move(track));
+    player->impl_ = std::make_unique<Impl>(*player, std::move(song));
     return player;
 }
 

@@ -1,5 +1,6 @@
 #include "platform/audio/DecodeWorker.h"
 
+#include "platform/audio/ThreadRole.h"
 #include "platform/audio/ThreadStart.h"
 
 #include <algorithm>
@@ -28,12 +29,12 @@ void DecodeWorker::post(Message leave) {
     condition_.notify_one();
 }
 
-void DecodeWorker::add(std::shared_ptr<Voice> voice, std::shared_ptr<const Track> track,
+void DecodeWorker::add(std::shared_ptr<Voice> voice, std::shared_ptr<const Song> song,
                        const FeedRequest& request) {
     post([&] {
         std::erase_if(voices_, [](const auto& known) { return known.expired(); });
         voices_.push_back(voice);
-        arrivals_.push_back({std::move(voice), std::move(track), request});
+        arrivals_.push_back({std::move(voice), std::move(song), request});
     });
 }
 
@@ -55,8 +56,8 @@ bool DecodeWorker::hasPlayingVoice() const {
 
 void DecodeWorker::takeMessages() {
     for (Arrival& arrival : arrivals_) {
-        feeds_.push_back(std::make_unique<VoiceFeed>(std::move(arrival.voice),
-                                                     std::move(arrival.track), mixer_));
+        feeds_.push_back(
+            std::make_unique<VoiceFeed>(std::move(arrival.voice), std::move(arrival.song), mixer_));
         feeds_.back()->request(arrival.request);
     }
     arrivals_.clear();
@@ -70,6 +71,7 @@ void DecodeWorker::takeMessages() {
 }
 
 void DecodeWorker::run() {
+    const InRole worker(ThreadRole::Worker);
     std::unique_lock lock(mutex_);
     while (!ending_) {
         takeMessages();

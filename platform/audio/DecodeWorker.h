@@ -20,8 +20,8 @@ class DecodeWorker {
     DecodeWorker(const DecodeWorker&) = delete;
     DecodeWorker& operator=(const DecodeWorker&) = delete;
 
-    /// Feeds `voice` with `track` from the request on, until the voice is released.
-    void add(std::shared_ptr<Voice> voice, std::shared_ptr<const Track> track,
+    /// Feeds `voice` with `song` from the request on, until the voice is released.
+    void add(std::shared_ptr<Voice> voice, std::shared_ptr<const Song> song,
              const FeedRequest& request);
     /// Asks for another place in the song of a voice that was added.
     void request(const Voice& voice, const FeedRequest& request);
@@ -34,7 +34,7 @@ class DecodeWorker {
   private:
     struct Arrival {
         std::shared_ptr<Voice> voice;
-        std::shared_ptr<const Track> track;
+        std::shared_ptr<const Song> song;
         FeedRequest request;
     };
 

@@ -12,18 +12,18 @@ namespace platform::audio {
 
 namespace {
 
-constexpr uint32_t fallbackRate = 48000;
+constexpr uint32_t kFallbackRate = 48000;
 // The library's own range.
-constexpr uint32_t highestRate = 192000;
-constexpr uint32_t lowestRate = 8000;
+constexpr uint32_t kHighestRate = 192000;
+constexpr uint32_t kLowestRate = 8000;
 // The least that the library grants at 48 kHz on PulseAudio; no frame was missing under load:
 // docs/sound.md.
-constexpr uint32_t latencyMilliseconds = 25;
+constexpr uint32_t kLatencyMilliseconds = 25;
 
 uint32_t deviceRate(cubeb* context) {
     uint32_t rate = 0;
-    if (cubeb_get_preferred_sample_rate(context, &rate) != CUBEB_OK) return fallbackRate;
-    return std::clamp(rate, lowestRate, highestRate);
+    if (cubeb_get_preferred_sample_rate(context, &rate) != CUBEB_OK) return kFallbackRate;
+    return std::clamp(rate, kLowestRate, kHighestRate);
 }
 
 }  // namespace
@@ -34,10 +34,10 @@ std::unique_ptr<DeviceStream> DeviceStream::open(Mixer& mixer,
     const QByteArray name = QCoreApplication::applicationName().toUtf8();
     cubeb* context = nullptr;
     if (cubeb_init(&context, name.constData(), backend ? backend->c_str() : nullptr) != CUBEB_OK)
-        return {};
+        return nullptr;
     opened->context_.reset(context);
     // The library falls back to another backend silently.
-    if (backend && opened->backend() != *backend) return {};
+    if (backend && opened->backend() != *backend) return nullptr;
     return opened->openStream() ? std::move(opened) : nullptr;
 }
 
@@ -54,7 +54,7 @@ bool DeviceStream::openStream() {
     parameters.prefs = CUBEB_STREAM_PREF_NONE;
     uint32_t least = 0;
     if (cubeb_get_min_latency(context_.get(), &parameters, &least) != CUBEB_OK) least = 0;
-    const uint32_t latency = std::max(least, parameters.rate * latencyMilliseconds / 1000);
+    const uint32_t latency = std::max(least, parameters.rate * kLatencyMilliseconds / 1000);
     // The stream may ask for its first frames before it is started.
     mixer_.setRate(static_cast<int>(parameters.rate));
     mixer_.setLatency(static_cast<double>(latency) / parameters.rate);
@@ -80,7 +80,7 @@ void DeviceStream::stop() {
 std::optional<int> DeviceStream::rateOf(const std::string& device) const {
     cubeb_device_collection all = {};
     if (cubeb_enumerate_devices(context_.get(), CUBEB_DEVICE_TYPE_OUTPUT, &all) != CUBEB_OK)
-        return {};
+        return std::nullopt;
     std::optional<int> rate;
     for (size_t i = 0; i < all.count; ++i) {
         const cubeb_device_info& info = all.device[i];
@@ -110,8 +110,8 @@ void DeviceStream::measureLatency() {
     const double left = static_cast<double>(delivered - heard) / mixer_.rate();
     const double since = static_cast<double>(nowNanoseconds() - mixer_.lastBlock()) * 1e-9;
     // The last block was this much further from the listener when it was delivered.
-    constexpr double longestPeriod = 0.1;
-    mixer_.setLatency(left + std::clamp(since, 0.0, longestPeriod));
+    constexpr double kLongestPeriod = 0.1;
+    mixer_.setLatency(left + std::clamp(since, 0.0, kLongestPeriod));
 }
 
 pid_t DeviceStream::renderingThread() const {

@@ -27,7 +27,6 @@ class DeviceStream {
 
     bool start();
     void stop();
-    bool isRunning() const { return running_; }
 
     /// False once the device or the server has gone; the stream is then of no more use.
     bool isAlive() const { return !failed_.load(std::memory_order_acquire); }

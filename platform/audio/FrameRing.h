@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/audio/ThreadRole.h"
+
 #include <algorithm>
 #include <atomic>
 #include <bit>
@@ -9,7 +11,7 @@
 
 namespace platform::audio {
 
-/// Stereo frames on their way from one writing thread to one reading thread, without locks.
+/// Stereo frames on their way from the worker to the callback, without locks.
 class FrameRing {
   public:
     /// Room for at least `frames` frames.
@@ -18,7 +20,7 @@ class FrameRing {
 
     size_t capacity() const { return capacity_; }
 
-    /// Frames that can be read: for the reader at least so many, for the writer at most.
+    /// Frames that can be read: for the callback at least so many, for the worker at most.
     size_t readable() const {
         return static_cast<size_t>(written_.load(std::memory_order_acquire) -
                                    read_.load(std::memory_order_acquire));
@@ -26,8 +28,9 @@ class FrameRing {
     /// Frames that can be written at least.
     size_t writable() const { return capacity_ - readable(); }
 
-    /// Writes `frames` frames, at most writable(). Writer only.
+    /// Writes `frames` frames, at most writable(). Worker only.
     void write(const float* stereo, size_t frames) {
+        expectRole(ThreadRole::Worker);
         const uint64_t at = written_.load(std::memory_order_relaxed);
         forEachSpan(at, frames, [&](float* span, size_t done, size_t count) {
             std::copy_n(stereo + 2 * done, 2 * count, span);
@@ -36,9 +39,11 @@ class FrameRing {
     }
 
     /// Hands up to `frames` frames to `use(span, done, count)`, in one or two spans of `count`
-    /// frames, `done` frames having gone before; returns how many there were. Reader only.
+    /// frames, `done` frames having gone before; returns how many there were. Callback
+    /// only.
     template <typename Use>
     size_t read(size_t frames, Use use) {
+        expectRole(ThreadRole::Callback);
         const uint64_t at = read_.load(std::memory_order_relaxed);
         const size_t count = std::min(frames, readable());
         forEachSpan(at, count, use);
@@ -46,8 +51,9 @@ class FrameRing {
         return count;
     }
 
-    /// Empties the ring. Only while no other thread uses it.
+    /// Empties the ring. Worker only, while the callback does not use it.
     void clear() {
+        expectRole(ThreadRole::Worker);
         read_.store(0, std::memory_order_relaxed);
         written_.store(0, std::memory_order_release);
     }

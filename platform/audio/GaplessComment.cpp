@@ -9,7 +9,7 @@ namespace platform::audio {
 namespace {
 
 // Between the name and the numbers stand at most a language, a terminator or an atom's header.
-constexpr qsizetype textReach = 96;
+constexpr qsizetype kTextReach = 96;
 
 std::optional<int64_t> hexadecimal(QByteArrayView digits) {
     bool ok = false;
@@ -23,24 +23,24 @@ std::optional<int64_t> hexadecimal(QByteArrayView digits) {
 std::optional<GaplessComment> readGaplessComment(QByteArrayView tag) {
     const QByteArrayView name = "iTunSMPB";
     const qsizetype found = tag.indexOf(name);
-    if (found < 0) return {};
+    if (found < 0) return std::nullopt;
     const QByteArrayView rest = tag.sliced(found + name.size());
-    const QByteArrayView text = rest.first(std::min(textReach, rest.size()));
+    const QByteArrayView text = rest.first(std::min(kTextReach, rest.size()));
     const qsizetype start = text.indexOf(" 00000000 ");
-    constexpr qsizetype delayAt = 10;
-    constexpr qsizetype paddingAt = 19;
-    constexpr qsizetype lengthAt = 28;
-    constexpr qsizetype end = 44;
-    if (start < 0 || text.size() < start + end) return {};
+    constexpr qsizetype kDelayAt = 10;
+    constexpr qsizetype kPaddingAt = 19;
+    constexpr qsizetype kLengthAt = 28;
+    constexpr qsizetype kEnd = 44;
+    if (start < 0 || text.size() < start + kEnd) return std::nullopt;
     const QByteArrayView numbers = text.sliced(start);
-    const auto delay = hexadecimal(numbers.sliced(delayAt, 8));
-    const auto padding = hexadecimal(numbers.sliced(paddingAt, 8));
-    const auto length = hexadecimal(numbers.sliced(lengthAt, 16));
+    const auto delay = hexadecimal(numbers.sliced(kDelayAt, 8));
+    const auto padding = hexadecimal(numbers.sliced(kPaddingAt, 8));
+    const auto length = hexadecimal(numbers.sliced(kLengthAt, 16));
     // Where no song ends, nothing that is reckoned from the numbers may overflow.
-    constexpr int64_t longest = int64_t{1} << 48;
+    constexpr int64_t kLongest = int64_t{1} << 48;
     if (!delay || !padding || !length || *delay < 0 || *padding < 0 || *length <= 0 ||
-        *length > longest)
-        return {};
+        *length > kLongest)
+        return std::nullopt;
     return GaplessComment{*delay, *padding, *length};
 }
 

@@ -7,13 +7,13 @@
 namespace platform::audio {
 
 namespace {
-constexpr int bufferSize = 32 * 1024;
+constexpr int kBufferSize = 32 * 1024;
 }
 
 MemoryReader::MemoryReader(QByteArrayView bytes) : bytes_(bytes) {
-    auto* buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
+    auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferSize));
     if (!buffer) return;
-    context_.reset(avio_alloc_context(buffer, bufferSize, 0, this, &read, nullptr, &seek));
+    context_.reset(avio_alloc_context(buffer, kBufferSize, 0, this, &read, nullptr, &seek));
     if (!context_) av_free(buffer);
 }
 

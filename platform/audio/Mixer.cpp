@@ -1,6 +1,7 @@
 #include "platform/audio/Mixer.h"
 
 #include "platform/audio/Clock.h"
+#include "platform/audio/ThreadRole.h"
 #include "platform/audio/Voice.h"
 
 #include <algorithm>
@@ -29,7 +30,9 @@ void Mixer::remove(Voice& voice) {
 }
 
 void Mixer::render(float* out, size_t frames) {
-    edges_.fetch_add(1);
+    [[maybe_unused]] const uint64_t edgesBefore = edges_.fetch_add(1);
+    Q_ASSERT(edgesBefore % 2 == 0);
+    const InRole callback(ThreadRole::Callback);
     const int64_t now = nowNanoseconds();
     const int rate = this->rate();
     std::fill_n(out, 2 * frames, 0.0F);

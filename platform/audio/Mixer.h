@@ -14,7 +14,7 @@ class Voice;
 class Mixer {
   public:
     /// More voices than that wait until one is gone.
-    static constexpr size_t maxVoices = 64;
+    static constexpr size_t kMaxVoices = 64;
 
     /// Lets `voice` be heard; false when there are too many. It must stay until removed.
     bool add(Voice& voice);
@@ -42,7 +42,7 @@ class Mixer {
     uint64_t missingFrames() const { return missing_.load(std::memory_order_acquire); }
 
   private:
-    std::array<std::atomic<Voice*>, maxVoices> voices_ = {};
+    std::array<std::atomic<Voice*>, kMaxVoices> voices_ = {};
     std::atomic<int> rate_ = 48000;
     std::atomic<double> latency_ = 0;
     std::atomic<int64_t> lastBlock_ = 0;

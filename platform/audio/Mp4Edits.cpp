@@ -1,83 +1,67 @@
 #include "platform/audio/Mp4Edits.h"
 
-#include "platform/audio/BigEndian.h"
+#include "platform/containers/BigEndian.h"
+#include "platform/containers/Mp4Boxes.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 namespace platform::audio {
 
 namespace {
 
-// The boxes are laid out in ISO/IEC 14496-12.
+using Box = std::optional<Mp4Box>;
 
-constexpr qsizetype boxHeader = 8;
-
-/// Calls `visit(type, content)` for each box in `content` until one does not fit or it returns
-/// false.
-template <typename Visitor>
-void forEachBox(QByteArrayView content, Visitor visit) {
-    qsizetype at = 0;
-    while (content.size() - at >= boxHeader) {
-        uint64_t size = bigEndian32(content, at);
-        const QByteArrayView type = content.sliced(at + 4, 4);
-        qsizetype header = boxHeader;
-        if (size == 1 && content.size() - at >= 16) {
-            size = bigEndian64(content, at + 8);
-            header = 16;
-        }
-        const auto left = static_cast<uint64_t>(content.size() - at);
-        // A size of 0 reaches to the end; a truncated last box is read as far as it goes.
-        if (size == 0 || size > left) size = left;
-        if (size < static_cast<uint64_t>(header)) return;
-        const auto whole = static_cast<qsizetype>(size);
-        if (!visit(type, content.sliced(at + header, whole - header))) return;
-        at += whole;
-    }
+/// The first box of that type within `box`; absent without either.
+Box firstIn(ByteReader& file, const Box& box, Mp4Type wanted) {
+    return box ? Mp4BoxWalk(file, box->begin, box->end).nextOfType(wanted) : std::nullopt;
 }
 
-QByteArrayView firstBox(QByteArrayView content, QByteArrayView wanted) {
-    QByteArrayView found;
-    forEachBox(content, [&](QByteArrayView type, QByteArrayView box) {
-        if (type != wanted) return true;
-        found = box;
-        return false;
-    });
-    return found;
+Box firstIn(ByteReader& file, Box box, std::initializer_list<Mp4Type> path) {
+    for (const Mp4Type wanted : path)
+        box = firstIn(file, box, wanted);
+    return box;
 }
 
-uint32_t timescaleOf(QByteArrayView header) {
+/// The content of `box`, as far as one view shows it; empty without a box.
+QByteArrayView contentOf(ByteReader& file, const Box& box) {
+    return box ? file.view(box->begin, box->size()) : QByteArrayView();
+}
+
+/// The number that a movie's, a track's or a media's header has behind its times of creation and
+/// change, which a later version made wider: a timescale or a track's ID. 0 when there is none.
+uint32_t numberBehindTimes(ByteReader& file, const Box& box) {
+    const QByteArrayView header = contentOf(file, box);
     if (header.isEmpty()) return 0;
     const qsizetype at = header[0] == 0 ? 12 : 20;
-    return header.size() >= at + 4 ? bigEndian32(header, at) : 0;
+    return header.size() >= at + 4 ? static_cast<uint32_t>(bigEndian(header.sliced(at, 4))) : 0;
 }
 
-uint32_t trackIdOf(QByteArrayView track) {
-    const QByteArrayView header = firstBox(track, "tkhd");
-    if (header.isEmpty()) return 0;
-    const qsizetype at = header[0] == 0 ? 12 : 20;
-    return header.size() >= at + 4 ? bigEndian32(header, at) : 0;
-}
-
-bool tablesArePlausible(QByteArrayView track, qsizetype fileSize) {
-    const QByteArrayView table = firstBox(firstBox(firstBox(track, "mdia"), "minf"), "stbl");
-    const QByteArrayView sizes = firstBox(table, "stsz");
-    return sizes.size() < 12 || bigEndian32(sizes, 8) <= static_cast<uint64_t>(fileSize);
+bool tablesArePlausible(ByteReader& file, const Box& track) {
+    const QByteArrayView sizes = contentOf(
+        file,
+        firstIn(file, track, {mp4Type("mdia"), mp4Type("minf"), mp4Type("stbl"), mp4Type("stsz")}));
+    return sizes.size() < 12 || bigEndian(sizes.sliced(8, 4)) <= static_cast<quint64>(file.size());
 }
 
 /// The first edit that plays something gives the start, all of them together the length.
-void readEditList(QByteArrayView list, uint32_t movieTimescale, Mp4Edits& edits) {
-    if (list.size() < 8) return;
-    const bool wide = list[0] != 0;
-    const qsizetype entrySize = wide ? 20 : 12;
-    const qsizetype room = (list.size() - 8) / entrySize;
-    const qsizetype count = std::min<qsizetype>(bigEndian32(list, 4), room);
+void readEditList(ByteReader& file, const Mp4Box& list, uint32_t movieTimescale, Mp4Edits& edits) {
+    constexpr qint64 kHeader = 8;
+    const QByteArrayView header = file.view(list.begin, std::min(kHeader, list.size()));
+    if (header.size() < kHeader) return;
+    const bool wide = header[0] != 0;
+    const qint64 told = static_cast<qint64>(bigEndian(header.sliced(4, 4)));
+    const qsizetype width = wide ? 8 : 4;
+    const qint64 entrySize = 2 * width + 4;
+    const qint64 count = std::min(told, (list.size() - kHeader) / entrySize);
     double units = 0;
     bool started = false;
-    for (qsizetype i = 0; i < count; ++i) {
-        const qsizetype at = 8 + i * entrySize;
-        const auto duration = wide ? bigEndian64(list, at) : bigEndian32(list, at);
-        const auto mediaTime = wide ? static_cast<int64_t>(bigEndian64(list, at + 8))
-                                    : static_cast<int32_t>(bigEndian32(list, at + 4));
+    for (qint64 i = 0; i < count; ++i) {
+        const QByteArrayView entry = file.view(list.begin + kHeader + i * entrySize, entrySize);
+        const quint64 duration = bigEndian(entry.first(width));
+        const quint64 time = bigEndian(entry.sliced(width, width));
+        const auto mediaTime =
+            wide ? static_cast<int64_t>(time) : int64_t{static_cast<int32_t>(time)};
         if (mediaTime < 0) continue;
         if (!started) edits.mediaTime = mediaTime;
         started = true;
@@ -88,25 +72,36 @@ void readEditList(QByteArrayView list, uint32_t movieTimescale, Mp4Edits& edits)
     edits.editSeconds = units / movieTimescale;
 }
 
-}  // namespace
-
-QByteArrayView mp4MovieBox(QByteArrayView bytes) {
-    return firstBox(bytes, "moov");
+Box movieBox(ByteReader& file) {
+    return Mp4BoxWalk(file, 0, file.size()).nextOfType(mp4Type("moov"));
 }
 
-Mp4Edits readMp4Edits(QByteArrayView bytes, uint32_t trackId) {
+}  // namespace
+
+QByteArrayView mp4MovieBox(const QByteArray& bytes) {
+    ByteReader file(bytes);
+    const Box movie = movieBox(file);
+    return movie ? QByteArrayView(bytes).sliced(movie->begin, movie->size()) : QByteArrayView();
+}
+
+Mp4Edits readMp4Edits(const QByteArray& bytes, uint32_t trackId) {
     Mp4Edits edits;
-    const QByteArrayView movie = mp4MovieBox(bytes);
-    edits.fragmented = !firstBox(movie, "mvex").isEmpty();
-    const uint32_t movieTimescale = timescaleOf(firstBox(movie, "mvhd"));
-    forEachBox(movie, [&](QByteArrayView type, QByteArrayView track) {
-        if (type != "trak") return true;
-        edits.plausible = edits.plausible && tablesArePlausible(track, bytes.size());
-        if (trackIdOf(track) != trackId || edits.timescale != 0) return true;
-        edits.timescale = timescaleOf(firstBox(firstBox(track, "mdia"), "mdhd"));
-        readEditList(firstBox(firstBox(track, "edts"), "elst"), movieTimescale, edits);
-        return true;
-    });
+    ByteReader file(bytes);
+    const Box movie = movieBox(file);
+    if (!movie) return edits;
+    const Box fragments = firstIn(file, movie, mp4Type("mvex"));
+    edits.fragmented = fragments && fragments->size() > 0;
+    const uint32_t movieTimescale = numberBehindTimes(file, firstIn(file, movie, mp4Type("mvhd")));
+    Mp4BoxWalk walk(file, movie->begin, movie->end);
+    while (const Box track = walk.nextOfType(mp4Type("trak"))) {
+        edits.plausible = edits.plausible && tablesArePlausible(file, track);
+        const uint32_t id = numberBehindTimes(file, firstIn(file, track, mp4Type("tkhd")));
+        if (id != trackId || edits.timescale != 0) continue;
+        edits.timescale =
+            numberBehindTimes(file, firstIn(file, track, {mp4Type("mdia"), mp4Type("mdhd")}));
+        if (const Box list = firstIn(file, track, {mp4Type("edts"), mp4Type("elst")}))
+            readEditList(file, *list, movieTimescale, edits);
+    }
     return edits;
 }
 

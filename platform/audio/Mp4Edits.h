@@ -1,9 +1,8 @@
 #pragma once
 
-#include <QByteArrayView>
+#include <QByteArray>
 
 #include <cstdint>
-#include <optional>
 
 namespace platform::audio {
 
@@ -20,9 +19,10 @@ struct Mp4Edits {
 
 /// Reads the edit list of the track with that ID (ISO/IEC 14496-12, 8.6.6) and checks all tracks'
 /// tables.
-Mp4Edits readMp4Edits(QByteArrayView bytes, uint32_t trackId);
+Mp4Edits readMp4Edits(const QByteArray& bytes, uint32_t trackId);
 
-/// The movie's metadata and tables, the "moov" box's content; empty when there is none.
-QByteArrayView mp4MovieBox(QByteArrayView bytes);
+/// The movie's metadata and tables, the "moov" box's content, as a part of `bytes`; empty when
+/// there is none.
+QByteArrayView mp4MovieBox(const QByteArray& bytes);
 
 }  // namespace platform::audio

@@ -1,7 +1,9 @@
 #include "platform/audio/MpegFrames.h"
 
-#include "platform/audio/BigEndian.h"
 #include "platform/audio/GaplessComment.h"
+#include "platform/containers/BigEndian.h"
+#include "platform/containers/Id3v2Header.h"
+#include "platform/containers/TrailingTags.h"
 
 #include <algorithm>
 #include <array>
@@ -15,14 +17,14 @@ namespace {
 // ISO/IEC 13818-3, 2.4; "MPEG 2.5" is the customary extension to the lowest rates.
 
 // Version, layer and sampling rate: what all frames of one song have in common.
-constexpr uint32_t sameStreamMask = 0xFFFE0C00;
+constexpr uint32_t kSameStreamMask = 0xFFFE0C00;
 // A decoder's filter bank delays the sound by this many samples (as many as LAME's tag assumes).
-constexpr int decoderDelay = 529;
-constexpr qsizetype headerSize = 4;
+constexpr int kDecoderDelay = 529;
+constexpr qsizetype kHeaderSize = 4;
 // Where junk precedes the first frame, look no further than this.
-constexpr qsizetype searchLimit = qsizetype{1} << 20;
+constexpr qsizetype kSearchLimit = qsizetype{1} << 20;
 // A chance match of one header is common in other data; so many in a row are not.
-constexpr int framesToTrust = 3;
+constexpr int kFramesToTrust = 3;
 
 struct FrameHeader {
     uint32_t bits;
@@ -35,7 +37,7 @@ struct FrameHeader {
 };
 
 std::optional<FrameHeader> parseHeader(uint32_t bits) {
-    static constexpr std::array<std::array<std::array<int, 16>, 3>, 2> kilobits = {{
+    static constexpr std::array<std::array<std::array<int, 16>, 3>, 2> kKilobits = {{
         {{{0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448, 0},
           {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384, 0},
           {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 0}}},
@@ -43,23 +45,23 @@ std::optional<FrameHeader> parseHeader(uint32_t bits) {
           {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160, 0},
           {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160, 0}}},
     }};
-    static constexpr std::array<int, 3> rates = {44100, 48000, 32000};
+    static constexpr std::array<int, 3> kRates = {44100, 48000, 32000};
 
     const uint32_t version = bits >> 19 & 3;  // 0: MPEG 2.5, 2: MPEG 2, 3: MPEG 1
     const uint32_t layerCode = bits >> 17 & 3;
     const uint32_t bitrateIndex = bits >> 12 & 15;
     const uint32_t rateIndex = bits >> 10 & 3;
     if ((bits & 0xFFE00000) != 0xFFE00000 || version == 1 || layerCode == 0 || rateIndex == 3)
-        return {};
+        return std::nullopt;
     FrameHeader header = {};
     header.bits = bits;
     header.layer = static_cast<int>(4 - layerCode);
     header.lowRate = version != 3;
-    header.rate = rates[rateIndex] >> (version == 3 ? 0 : version == 2 ? 1 : 2);
+    header.rate = kRates[rateIndex] >> (version == 3 ? 0 : version == 2 ? 1 : 2);
     header.channels = (bits >> 6 & 3) == 3 ? 1 : 2;
     const int bitrate =
-        kilobits[header.lowRate][static_cast<size_t>(header.layer - 1)][bitrateIndex] * 1000;
-    if (bitrate == 0) return {};
+        kKilobits[header.lowRate][static_cast<size_t>(header.layer - 1)][bitrateIndex] * 1000;
+    if (bitrate == 0) return std::nullopt;
     const int padding = static_cast<int>(bits >> 9 & 1);
     if (header.layer == 1) {
         header.samples = 384;
@@ -72,18 +74,23 @@ std::optional<FrameHeader> parseHeader(uint32_t bits) {
 }
 
 /// The file between its tags, and the walk over its frames.
-class FrameWalk {
+class MpegFrameWalk {
   public:
-    explicit FrameWalk(QByteArrayView bytes) : bytes_(bytes), end_(bytes.size()) {
-        position_ = endOfLeadingTags();
-        cutTrailingTags();
+    explicit MpegFrameWalk(const QByteArray& bytes) : bytes_(bytes) {
+        ByteReader file(bytes);
+        // Some files carry several ID3v2 tags, one after the other. A tag that claims more than the
+        // file holds is taken for junk.
+        for (auto tag = id3v2HeaderAt(file, 0); tag && tag->next <= file.size();
+             tag = id3v2HeaderAt(file, tag->next))
+            position_ = tag->next;
+        end_ = trailingTags(file, position_).begin;
     }
 
     QByteArrayView leadingTags() const { return bytes_.first(position_); }
 
     /// Goes to the first frame; false when there is none.
     bool start() {
-        const qsizetype limit = std::min(end_, position_ + searchLimit);
+        const qsizetype limit = std::min(end_, position_ + kSearchLimit);
         const auto found = find(position_, limit, [this](qsizetype at) { return isRun(at); });
         if (!found) return false;
         position_ = *found;
@@ -98,58 +105,33 @@ class FrameWalk {
         auto header = headerAt(position_);
         if (!header || !sameStream(*header)) {
             const auto found = find(position_, end_, [this](qsizetype at) { return isPair(at); });
-            if (!found) return {};
+            if (!found) return std::nullopt;
             position_ = *found;
             header = headerAt(position_);
         }
-        if (header->size > end_ - position_) return {};
+        if (header->size > end_ - position_) return std::nullopt;
         const qsizetype at = position_;
         position_ += header->size;
         return std::pair(at, *header);
     }
 
   private:
-    qsizetype endOfLeadingTags() const {
-        qsizetype at = 0;
-        // Some files carry several ID3v2 tags, one after the other. A tag that claims more than the
-        // file holds is taken for junk.
-        while (bytes_.sliced(at).startsWith("ID3") && bytes_.size() - at >= 10) {
-            const auto byte = [&](qsizetype i) { return static_cast<uint8_t>(bytes_[at + i]); };
-            const qsizetype footer = byte(5) & 0x10 ? 10 : 0;
-            const qsizetype size = (byte(6) & 127) << 21 | (byte(7) & 127) << 14 |
-                                   (byte(8) & 127) << 7 | (byte(9) & 127);
-            if (size + 10 + footer > bytes_.size() - at) break;
-            at += size + 10 + footer;
-        }
-        return at;
-    }
-
-    void cutTrailingTags() {
-        if (end_ - position_ >= 128 && bytes_.sliced(end_ - 128).startsWith("TAG")) end_ -= 128;
-        if (end_ - position_ >= 32 && bytes_.sliced(end_ - 32).startsWith("APETAGEX")) {
-            const auto byte = [&](qsizetype i) { return static_cast<uint8_t>(bytes_[end_ - i]); };
-            const qsizetype size = byte(20) | byte(19) << 8 | byte(18) << 16;
-            const qsizetype header = byte(9) & 0x80 ? 32 : 0;
-            end_ -= std::clamp<qsizetype>(size + header, 32, end_ - position_);
-        }
-    }
-
     std::optional<FrameHeader> headerAt(qsizetype at) const {
-        if (at + headerSize > end_) return {};
-        return parseHeader(bigEndian32(bytes_, at));
+        if (at + kHeaderSize > end_) return std::nullopt;
+        return parseHeader(static_cast<uint32_t>(bigEndian(bytes_.sliced(at, kHeaderSize))));
     }
 
     bool sameStream(const FrameHeader& header) const {
-        return (header.bits & sameStreamMask) == (first_.bits & sameStreamMask);
+        return (header.bits & kSameStreamMask) == (first_.bits & kSameStreamMask);
     }
 
     bool isRun(qsizetype at) const {
         const auto first = headerAt(at);
         for (int count = 0; first; ++count) {
-            if (count == framesToTrust) return true;
+            if (count == kFramesToTrust) return true;
             const auto header = headerAt(at);
             if (!header) return count > 0 && at == end_;
-            if ((header->bits & sameStreamMask) != (first->bits & sameStreamMask)) return false;
+            if ((header->bits & kSameStreamMask) != (first->bits & kSameStreamMask)) return false;
             if (header->size > end_ - at) return count > 1;
             at += header->size;
         }
@@ -165,20 +147,20 @@ class FrameWalk {
 
     template <typename Condition>
     std::optional<qsizetype> find(qsizetype from, qsizetype limit, Condition condition) const {
-        while (from + headerSize <= limit) {
+        while (from + kHeaderSize <= limit) {
             const void* sync =
                 std::memchr(bytes_.data() + from, 0xFF, static_cast<size_t>(limit - from));
-            if (!sync) return {};
+            if (!sync) return std::nullopt;
             from = static_cast<const char*>(sync) - bytes_.data();
             if (condition(from)) return from;
             ++from;
         }
-        return {};
+        return std::nullopt;
     }
 
     QByteArrayView bytes_;
     qsizetype position_ = 0;
-    qsizetype end_;
+    qsizetype end_ = 0;
     FrameHeader first_ = {};
 };
 
@@ -191,26 +173,27 @@ struct HeaderTag {
 
 // The Xing tag with LAME's extension: http://gabriel.mp3-tech.org/mp3infotag.html
 std::optional<HeaderTag> readHeaderTag(QByteArrayView frame, const FrameHeader& header) {
-    if (header.layer != 3) return {};
+    if (header.layer != 3) return std::nullopt;
     const bool mono = header.channels == 1;
     const qsizetype sideInfo = header.lowRate ? (mono ? 9 : 17) : (mono ? 17 : 32);
     if (frame.size() >= 40 && frame.sliced(36).startsWith("VBRI")) return HeaderTag();
-    qsizetype at = headerSize + sideInfo;
-    if (frame.size() < at + 8) return {};
-    if (!frame.sliced(at).startsWith("Xing") && !frame.sliced(at).startsWith("Info")) return {};
-    const uint32_t fields = bigEndian32(frame, at + 4);
+    qsizetype at = kHeaderSize + sideInfo;
+    if (frame.size() < at + 8) return std::nullopt;
+    if (!frame.sliced(at).startsWith("Xing") && !frame.sliced(at).startsWith("Info"))
+        return std::nullopt;
+    const quint64 fields = bigEndian(frame.sliced(at + 4, 4));
     at += 8;
     HeaderTag tag;
     if (fields & 1) {
         if (frame.size() < at + 4) return tag;
-        tag.frames = bigEndian32(frame, at);
+        tag.frames = static_cast<int64_t>(bigEndian(frame.sliced(at, 4)));
     }
     at +=
         (fields & 1 ? 4 : 0) + (fields & 2 ? 4 : 0) + (fields & 4 ? 100 : 0) + (fields & 8 ? 4 : 0);
     if (frame.size() < at + 24) return tag;
     const QByteArrayView encoder = frame.sliced(at);
     if (encoder.startsWith("LAME") || encoder.startsWith("Lavf") || encoder.startsWith("Lavc")) {
-        const uint32_t delays = bigEndian32(frame, at + 20) & 0xFFFFFF;
+        const quint64 delays = bigEndian(frame.sliced(at + 21, 3));
         tag.delay = static_cast<int>(delays >> 12);
         tag.padding = static_cast<int>(delays & 0xFFF);
     }
@@ -222,11 +205,11 @@ void trim(MpegFrames& frames, const HeaderTag& tag, QByteArrayView leadingTags) 
     const int64_t decoded = count * frames.samplesPerFrame;
     std::optional<int64_t> length;
     if (tag.delay) {
-        frames.skip = *tag.delay + decoderDelay;
+        frames.skip = *tag.delay + kDecoderDelay;
         // In a file that was cut or joined since, the padding is no longer at the end.
         if (tag.frames == count) length = decoded - *tag.delay - tag.padding;
     } else if (const auto comment = readGaplessComment(leadingTags)) {
-        frames.skip = comment->delay + decoderDelay;
+        frames.skip = comment->delay + kDecoderDelay;
         length = comment->length;
     }
     if (frames.skip >= decoded) frames.skip = 0;
@@ -236,10 +219,10 @@ void trim(MpegFrames& frames, const HeaderTag& tag, QByteArrayView leadingTags) 
 
 }  // namespace
 
-std::optional<MpegFrames> readMpegFrames(QByteArrayView bytes) {
-    FrameWalk walk(bytes);
+std::optional<MpegFrames> readMpegFrames(const QByteArray& bytes) {
+    MpegFrameWalk walk(bytes);
     const QByteArrayView leadingTags = walk.leadingTags();
-    if (!walk.start()) return {};
+    if (!walk.start()) return std::nullopt;
     MpegFrames frames;
     frames.layer = walk.first().layer;
     frames.rate = walk.first().rate;
@@ -251,7 +234,8 @@ std::optional<MpegFrames> readMpegFrames(QByteArrayView bytes) {
     while (const auto frame = walk.next()) {
         const auto& [at, header] = *frame;
         if (std::exchange(isFirst, false)) {
-            if (const auto found = readHeaderTag(bytes.sliced(at, header.size), header)) {
+            if (const auto found =
+                    readHeaderTag(QByteArrayView(bytes).sliced(at, header.size), header)) {
                 tag = *found;
                 continue;
             }
@@ -259,7 +243,7 @@ std::optional<MpegFrames> readMpegFrames(QByteArrayView bytes) {
         const auto index = static_cast<int64_t>(frames.packets.size());
         frames.packets.push_back({at, index * frames.samplesPerFrame, header.size});
     }
-    if (frames.packets.empty()) return {};
+    if (frames.packets.empty()) return std::nullopt;
     trim(frames, tag, leadingTags);
     return frames;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/audio/Track.h"
+#include "platform/audio/Song.h"
 
-#include <QByteArrayView>
+#include <QByteArray>
 
 #include <cstdint>
 #include <optional>
@@ -23,6 +23,6 @@ struct MpegFrames {
 
 /// Walks the frame headers of an MPEG audio file, past its tags and past broken stretches. Absent
 /// when no run of frames starts within the first mebibyte after the leading tags.
-std::optional<MpegFrames> readMpegFrames(QByteArrayView bytes);
+std::optional<MpegFrames> readMpegFrames(const QByteArray& bytes);
 
 }  // namespace platform::audio

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/audio/FfmpegPointers.h"
-#include "platform/audio/Track.h"
+#include "platform/audio/Song.h"
 
 #include <cstddef>
 
@@ -25,9 +25,9 @@ class PacketDecoder {
     /// False when there is no decoder for these parameters; nothing else may then be called.
     bool isOpen() const { return context_ != nullptr; }
 
-    /// The frame that the track's packet decodes to; null when it gives none, or one at a rate
+    /// The frame that the song's packet decodes to; null when it gives none, or one at a rate
     /// that no sound has. Valid until the next call.
-    const AVFrame* decode(const Track& track, size_t packet);
+    const AVFrame* decode(const Song& song, size_t packet);
 
     /// Forgets all packets before.
     void flush();

@@ -13,46 +13,46 @@ namespace {
 
 // Layer III takes up to 511 bytes of a frame's data from the frames before (ISO/IEC 11172-3,
 // 2.4.2.7), and its filter bank remembers one frame more.
-constexpr int bitReservoir = 511;
-constexpr int mpegHeaderAndSideInfo = 38;
-constexpr size_t filterBankFrames = 2;
+constexpr int kBitReservoir = 511;
+constexpr int kMpegHeaderAndSideInfo = 38;
+constexpr size_t kFilterBankFrames = 2;
 // Transform codecs overlap one frame; spectral band replication remembers some more.
-constexpr size_t overlappingPackets = 4;
+constexpr size_t kOverlappingPackets = 4;
 
 /// Nothing that a decoder makes of broken bytes may pass a mixer and poison its sums.
 float tamed(float sample) {
-    constexpr float limit = 4.0F;
-    return std::isfinite(sample) ? std::clamp(sample, -limit, limit) : 0.0F;
+    constexpr float kLimit = 4.0F;
+    return std::isfinite(sample) ? std::clamp(sample, -kLimit, kLimit) : 0.0F;
 }
 
 }  // namespace
 
-SongDecoder::SongDecoder(std::shared_ptr<const Track> track)
-    : track_(std::move(track)), decoder_(*track_->codec) {}
+SongDecoder::SongDecoder(std::shared_ptr<const Song> song)
+    : song_(std::move(song)), decoder_(*song_->codec) {}
 
 size_t SongDecoder::prerollStart(size_t packet) const {
-    switch (track_->codec->codec_id) {
+    switch (song_->codec->codec_id) {
         case AV_CODEC_ID_MP3: {
             int bytes = 0;
-            while (packet > 0 && bytes < bitReservoir)
-                bytes += std::max(0, track_->packets[--packet].size - mpegHeaderAndSideInfo);
-            return packet - std::min(packet, filterBankFrames);
+            while (packet > 0 && bytes < kBitReservoir)
+                bytes += std::max(0, song_->packets[--packet].size - kMpegHeaderAndSideInfo);
+            return packet - std::min(packet, kFilterBankFrames);
         }
         case AV_CODEC_ID_ALAC:
         case AV_CODEC_ID_FLAC:
             return packet;
         default:
-            return packet - std::min(packet, overlappingPackets);
+            return packet - std::min(packet, kOverlappingPackets);
     }
 }
 
 void SongDecoder::seek(int64_t sample) {
-    position_ = std::min(sample, track_->length);
-    const int64_t target = std::max<int64_t>(position_, 0) + track_->skip;
+    position_ = std::min(sample, song_->length);
+    const int64_t target = std::max<int64_t>(position_, 0) + song_->skip;
     const auto after =
-        std::upper_bound(track_->packets.begin(), track_->packets.end(), target,
+        std::upper_bound(song_->packets.begin(), song_->packets.end(), target,
                          [](int64_t value, const Packet& packet) { return value < packet.start; });
-    const auto at = static_cast<size_t>(after - track_->packets.begin());
+    const auto at = static_cast<size_t>(after - song_->packets.begin());
     nextPacket_ = prerollStart(at > 0 ? at - 1 : 0);
     restart();
     blockFrames_ = 0;
@@ -62,16 +62,16 @@ void SongDecoder::seek(int64_t sample) {
 
 void SongDecoder::restart() {
     if (!decoder_.isOpen()) return;
-    if (track_->codec->codec_id != AV_CODEC_ID_AAC) {
+    if (song_->codec->codec_id != AV_CODEC_ID_AAC) {
         decoder_.flush();
         return;
     }
     // A flush leaves the band replication's filters and the noise generator as they are; a new
     // decoder makes a place sound the same whatever was played before. It learns the replication's
     // settings from the first packet, as later ones need not repeat them.
-    decoder_ = PacketDecoder(*track_->codec);
+    decoder_ = PacketDecoder(*song_->codec);
     if (!decoder_.isOpen() || nextPacket_ == 0) return;
-    decoder_.decode(*track_, 0);
+    decoder_.decode(*song_, 0);
     decoder_.flush();
 }
 
@@ -82,14 +82,14 @@ size_t SongDecoder::read(float* stereo, size_t frames) {
         done += static_cast<size_t>(count);
         position_ += count;
     };
-    while (done < frames && position_ < track_->length) {
+    while (done < frames && position_ < song_->length) {
         const int64_t wanted =
-            std::min(static_cast<int64_t>(frames - done), track_->length - position_);
+            std::min(static_cast<int64_t>(frames - done), song_->length - position_);
         if (position_ < 0) {
             silence(std::min(wanted, -position_));
             continue;
         }
-        const int64_t within = position_ + track_->skip - blockStart_;
+        const int64_t within = position_ + song_->skip - blockStart_;
         if (blockFrames_ > 0 && within < 0) {
             silence(std::min(wanted, -within));
         } else if (within >= 0 && within < blockFrames_) {
@@ -98,7 +98,7 @@ size_t SongDecoder::read(float* stereo, size_t frames) {
             done += static_cast<size_t>(count);
             position_ += count;
         } else if (!decodeNext()) {
-            brokeOff_ = brokeOff_ || lastDecodedEnd_ < track_->packets.back().start;
+            brokeOff_ = brokeOff_ || lastDecodedEnd_ < song_->packets.back().start;
             silence(wanted);
         }
     }
@@ -107,13 +107,13 @@ size_t SongDecoder::read(float* stereo, size_t frames) {
 
 bool SongDecoder::decodeNext() {
     blockFrames_ = 0;
-    while (nextPacket_ < track_->packets.size() && decoder_.isOpen()) {
+    while (nextPacket_ < song_->packets.size() && decoder_.isOpen()) {
         const size_t packet = nextPacket_++;
-        const AVFrame* frame = decoder_.decode(*track_, packet);
+        const AVFrame* frame = decoder_.decode(*song_, packet);
         if (!frame) continue;
         append(*frame);
         if (blockFrames_ == 0) continue;
-        blockStart_ = track_->packets[packet].start;
+        blockStart_ = song_->packets[packet].start;
         lastDecodedEnd_ = blockStart_ + blockFrames_;
         return true;
     }
@@ -134,7 +134,7 @@ bool SongDecoder::prepareConverter(const SampleFormat& format, const AVFrame& fr
     convertedChannels_ = format.channels == 1 ? 1 : 2;
     av_channel_layout_default(&out, convertedChannels_);
     SwrContext* context = nullptr;
-    swr_alloc_set_opts2(&context, &out, AV_SAMPLE_FMT_FLT, track_->rate, &in, format.format,
+    swr_alloc_set_opts2(&context, &out, AV_SAMPLE_FMT_FLT, song_->rate, &in, format.format,
                         format.rate, 0, nullptr);
     av_channel_layout_uninit(&in);
     converter_.reset(context);
@@ -148,8 +148,8 @@ bool SongDecoder::prepareConverter(const SampleFormat& format, const AVFrame& fr
 void SongDecoder::append(const AVFrame& frame) {
     const SampleFormat format = formatOf(frame);
     // A song may change its rate on the way, but not so far that a packet would fill the memory.
-    constexpr int64_t farthest = 16;
-    if (format.rate > farthest * track_->rate || track_->rate > farthest * format.rate) return;
+    constexpr int64_t kFarthest = 16;
+    if (format.rate > kFarthest * song_->rate || song_->rate > kFarthest * format.rate) return;
     if (!prepareConverter(format, frame)) return;
     const int capacity = swr_get_out_samples(converter_.get(), format.samples);
     if (capacity <= 0) return;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/audio/PacketDecoder.h"
-#include "platform/audio/Track.h"
+#include "platform/audio/Song.h"
 
 #include <cstdint>
 #include <memory>
@@ -14,9 +14,9 @@ namespace platform::audio {
 /// more than two channels are mixed down to two.
 class SongDecoder {
   public:
-    explicit SongDecoder(std::shared_ptr<const Track> track);
+    explicit SongDecoder(std::shared_ptr<const Song> song);
 
-    const Track& track() const { return *track_; }
+    const Song& song() const { return *song_; }
 
     /// Goes to the song's sample `sample`; what is read next is the same as if everything before
     /// had been read. Before 0 the song is silent.
@@ -36,7 +36,7 @@ class SongDecoder {
     bool prepareConverter(const SampleFormat& format, const AVFrame& frame);
     size_t prerollStart(size_t packet) const;
 
-    std::shared_ptr<const Track> track_;
+    std::shared_ptr<const Song> song_;
     PacketDecoder decoder_;
     ConverterPointer converter_;
     SampleFormat converted_ = {AV_SAMPLE_FMT_NONE, 0, 0, 0};

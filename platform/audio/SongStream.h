@@ -15,9 +15,9 @@ namespace platform::audio {
 /// samples, bit for bit.
 class SongStream {
   public:
-    explicit SongStream(std::shared_ptr<const Track> track) : decoder_(std::move(track)) {}
+    explicit SongStream(std::shared_ptr<const Song> song) : decoder_(std::move(song)) {}
 
-    const Track& track() const { return decoder_.track(); }
+    const Song& song() const { return decoder_.song(); }
 
     /// Goes to the song's sample `sample`, to be read at `rate` frames per second from there on.
     void seek(int64_t sample, int rate);

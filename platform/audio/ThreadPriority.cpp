@@ -15,9 +15,9 @@ namespace platform::audio {
 namespace {
 
 // Modest, as sound servers use it: above all ordinary threads, below the kernel's own.
-constexpr int realTimePriority = 5;
+constexpr int kRealTimePriority = 5;
 // The service refuses threads that could hold a processor for longer without a pause.
-constexpr rlim_t longestBurstMicroseconds = 200'000;
+constexpr rlim_t kLongestBurstMicroseconds = 200'000;
 
 // https://github.com/heftig/rtkit, org.freedesktop.RealtimeKit1.xml
 bool askService(pid_t thread) {
@@ -31,9 +31,9 @@ bool askService(pid_t thread) {
                 service, QStringLiteral("/org/freedesktop/RealtimeKit1"), service,
                 QStringLiteral("MakeThreadRealtime"));
             call << QVariant::fromValue<qulonglong>(static_cast<qulonglong>(thread))
-                 << QVariant::fromValue<uint>(realTimePriority);
-            constexpr int patience = 500;
-            granted = bus.call(call, QDBus::Block, patience).type() == QDBusMessage::ReplyMessage;
+                 << QVariant::fromValue<uint>(kRealTimePriority);
+            constexpr int kPatience = 500;
+            granted = bus.call(call, QDBus::Block, kPatience).type() == QDBusMessage::ReplyMessage;
         }
     }
     QDBusConnection::disconnectFromBus(connectionName);
@@ -52,11 +52,11 @@ pid_t kernelThreadId(pthread_t thread) {
 
 bool askForRealTime(pid_t thread) {
     if (thread <= 0) return false;
-    const sched_param parameters = {realTimePriority};
+    const sched_param parameters = {kRealTimePriority};
     if (sched_setscheduler(thread, SCHED_RR | SCHED_RESET_ON_FORK, &parameters) == 0) return true;
     rlimit burst = {};
     getrlimit(RLIMIT_RTTIME, &burst);
-    burst.rlim_cur = burst.rlim_max = std::min(burst.rlim_max, longestBurstMicroseconds);
+    burst.rlim_cur = burst.rlim_max = std::min(burst.rlim_max, kLongestBurstMicroseconds);
     if (setrlimit(RLIMIT_RTTIME, &burst) != 0) return false;
     return askService(thread);
 }

@@ -1,5 +1,7 @@
 #include "platform/audio/Voice.h"
 
+#include "platform/audio/ThreadRole.h"
+
 #include <algorithm>
 
 namespace platform::audio {
@@ -7,33 +9,62 @@ namespace platform::audio {
 namespace {
 
 // Long enough that no step is heard, short enough to feel immediate.
-constexpr double rampSeconds = 0.006;
+constexpr double kRampSeconds = 0.006;
 
 size_t rampFrames(int rate) {
-    return static_cast<size_t>(rampSeconds * rate);
+    return static_cast<size_t>(kRampSeconds * rate);
 }
 
 }  // namespace
 
+void Voice::setPlaying(bool playing) {
+    expectRole(ThreadRole::Main);
+    playing_.store(playing, std::memory_order_release);
+}
+
+void Voice::setVolume(float volume) {
+    expectRole(ThreadRole::Main);
+    volume_.store(volume, std::memory_order_relaxed);
+}
+
+void Voice::setPan(float pan) {
+    expectRole(ThreadRole::Main);
+    pan_.store(pan, std::memory_order_relaxed);
+}
+
+void Voice::release() {
+    expectRole(ThreadRole::Main);
+    released_.store(true, std::memory_order_release);
+}
+
 void Voice::setEndNotice(std::function<void(uint64_t, bool)> notice) {
+    expectRole(ThreadRole::Main);
     const std::lock_guard lock(noticeMutex_);
     notice_ = std::move(notice);
 }
 
 void Voice::noticeEnd(uint64_t request, bool decoded) {
+    expectRole(ThreadRole::Worker);
     const std::lock_guard lock(noticeMutex_);
     if (notice_) notice_(request, decoded);
 }
 
 void Voice::offer(Lane* lane) {
+    expectRole(ThreadRole::Worker);
     ++offers_;
     offered_.store(lane, std::memory_order_release);
 }
 
 Lane* Voice::takeBack() {
+    expectRole(ThreadRole::Worker);
     Lane* lane = offered_.exchange(nullptr, std::memory_order_acq_rel);
     if (lane) --offers_;
     return lane;
+}
+
+bool Voice::isSettled() const {
+    expectRole(ThreadRole::Worker);
+    return taken_.load(std::memory_order_acquire) == offers_;
 }
 
 void Voice::takeOffer(int rate) {
@@ -98,6 +129,7 @@ void Voice::publish(int64_t now) {
 }
 
 size_t Voice::mix(float* out, size_t frames, int rate, int64_t now) {
+    expectRole(ThreadRole::Callback);
     const uint64_t takesBefore = takes_;
     takeOffer(rate);
     const uint64_t deliveredBefore = delivered_;
@@ -108,7 +140,7 @@ size_t Voice::mix(float* out, size_t frames, int rate, int64_t now) {
     const bool ready = active_ && active_->rate == rate;
     size_t done = 0;
     while (ready && done < frames && (playing || !gains_.isSilent())) {
-        size_t count = std::min(chunkFrames, frames - done);
+        size_t count = std::min(kChunkFrames, frames - done);
         // A pause stops where its fade has ended, not at the end of the block.
         if (!playing) count = std::min(count, gains_.framesLeft());
         fillChunk(count);

@@ -32,11 +32,11 @@ struct Progress {
 class Voice {
   public:
     // Main thread.
-    void setPlaying(bool playing) { playing_.store(playing, std::memory_order_release); }
-    void setVolume(float volume) { volume_.store(volume, std::memory_order_relaxed); }
-    void setPan(float pan) { pan_.store(pan, std::memory_order_relaxed); }
+    void setPlaying(bool playing);
+    void setVolume(float volume);
+    void setPan(float pan);
     /// Fades out for good; the worker then takes the voice out of the mix.
-    void release() { released_.store(true, std::memory_order_release); }
+    void release();
     /// Is called by the worker at the end of the song with the request's number and whether all of
     /// it decoded. Once this has returned, the notice before is neither running nor called again.
     void setEndNotice(std::function<void(uint64_t request, bool decoded)> notice);
@@ -57,7 +57,7 @@ class Voice {
     /// The lane offered, if the callback has not taken it; it is then no longer offered.
     Lane* takeBack();
     /// True when the last lane offered is the active one and no other is in use.
-    bool isSettled() const { return taken_.load(std::memory_order_acquire) == offers_; }
+    bool isSettled() const;
     void noticeEnd(uint64_t request, bool decoded);
 
     // Callback.
@@ -66,7 +66,7 @@ class Voice {
     size_t mix(float* out, size_t frames, int rate, int64_t now);
 
   private:
-    static constexpr size_t chunkFrames = 256;
+    static constexpr size_t kChunkFrames = 256;
 
     void takeOffer(int rate);
     void fillChunk(size_t frames);
@@ -95,7 +95,7 @@ class Voice {
     uint64_t delivered_ = 0;  // frames of the active lane
     uint64_t takes_ = 0;
     GainRamp gains_;
-    std::array<float, 2 * chunkFrames> chunk_ = {};
+    std::array<float, 2 * kChunkFrames> chunk_ = {};
 
     std::mutex noticeMutex_;
     std::function<void(uint64_t, bool)> notice_;

@@ -21,7 +21,7 @@ struct FeedRequest {
 /// Decodes one voice's song ahead of the callback. All of it runs on the worker.
 class VoiceFeed {
   public:
-    VoiceFeed(std::shared_ptr<Voice> voice, std::shared_ptr<const Track> track, Mixer& mixer);
+    VoiceFeed(std::shared_ptr<Voice> voice, std::shared_ptr<const Song> song, Mixer& mixer);
     /// Takes the voice out of the mix.
     ~VoiceFeed();
     VoiceFeed(const VoiceFeed&) = delete;
@@ -49,7 +49,7 @@ class VoiceFeed {
     void noticeEndWhenHeard();
 
     std::shared_ptr<Voice> voice_;
-    SongStream song_;
+    SongStream stream_;
     Mixer& mixer_;
     bool isMixed_ = false;
     FeedRequest wanted_;
@@ -57,7 +57,8 @@ class VoiceFeed {
     std::unique_ptr<Lane> lanes_[2];
     Lane* newest_ = nullptr;     // offered last
     std::vector<float> frames_;  // on their way into a lane
-    mutable std::optional<std::chrono::steady_clock::time_point> releasedAt_;
+    // When it was first seen to be released.
+    std::optional<std::chrono::steady_clock::time_point> releasedAt_;
 };
 
 }  // namespace platform::audio

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/media/ByteReader.h"
+#include "platform/containers/ByteReader.h"
 #include "platform/media/Tags.h"
 
 namespace platform {

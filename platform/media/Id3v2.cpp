@@ -1,5 +1,7 @@
 #include "platform/media/Id3v2.h"
 
+#include "platform/containers/BigEndian.h"
+#include "platform/containers/TrailingTags.h"
 #include "platform/media/Inflate.h"
 #include "platform/media/TagText.h"
 
@@ -24,17 +26,6 @@ struct Frame {
     bool encrypted = false;
     int prefix = 0;  // bytes of further header before the content
 };
-
-qint64 synchsafe(QByteArrayView bytes) {
-    qint64 value = 0;
-    for (const char byte : bytes)
-        value = value << 7 | (static_cast<unsigned char>(byte) & 0x7F);
-    return value;
-}
-
-bool isSynchsafe(QByteArrayView bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return (byte & 0x80) == 0; });
-}
 
 Field fieldOf(QByteArrayView id) {
     // Some writers of 2.3 keep the three-letter names of 2.2 and fill up with a NUL.
@@ -72,9 +63,9 @@ QByteArray withoutUnsynchronisation(QByteArrayView bytes) {
 }
 
 // Walks the frames of one tag.
-class FrameWalk {
+class Id3v2FrameWalk {
   public:
-    FrameWalk(ByteReader& file, const Id3v2Header& header)
+    Id3v2FrameWalk(ByteReader& file, const Id3v2Header& header)
         : file_(file), header_(header), next_(header.begin) {
         if (header.extended) next_ += extendedHeaderSize();
     }
@@ -208,32 +199,12 @@ std::optional<Picture> pictureIn(const QByteArray& content, int version) {
 
 }  // namespace
 
-std::optional<Id3v2Header> id3v2HeaderAt(ByteReader& file, qint64 offset) {
-    constexpr qsizetype kHeaderSize = 10;
-    const QByteArrayView bytes = file.view(offset, kHeaderSize);
-    if (bytes.size() < kHeaderSize || !bytes.startsWith("ID3")) return std::nullopt;
-    Id3v2Header header;
-    header.version = static_cast<unsigned char>(bytes[3]);
-    if (header.version < 2 || header.version > 4 || !isSynchsafe(bytes.sliced(6, 4)))
-        return std::nullopt;
-    const auto flags = static_cast<unsigned char>(bytes[5]);
-    header.unsynchronised = flags & 0x80;
-    // What is an extended header since 2.3 was a compression that never came to be.
-    header.extended = header.version > 2 && (flags & 0x40);
-    const bool footer = header.version == 4 && (flags & 0x10);
-    header.begin = offset + kHeaderSize;
-    const qint64 end = header.begin + synchsafe(bytes.sliced(6, 4));
-    header.end = std::min(end, file.size());
-    header.next = end + (footer ? kHeaderSize : 0);
-    return header;
-}
-
 void readId3v2(ByteReader& file, const Id3v2Header& header, Tags& tags) {
     if (auto plain = plainCopyIfNeeded(file, header)) {
         readId3v2(plain->bytes, plain->header, tags);
         return;
     }
-    FrameWalk walk(file, header);
+    Id3v2FrameWalk walk(file, header);
     while (!tags.complete()) {
         const std::optional<Frame> frame = walk.next();
         if (!frame) return;
@@ -249,7 +220,7 @@ std::optional<QByteArray> id3v2Picture(ByteReader& file, const Id3v2Header& head
     if (auto plain = plainCopyIfNeeded(file, header))
         return id3v2Picture(plain->bytes, plain->header);
     std::optional<QByteArray> found;
-    FrameWalk walk(file, header);
+    Id3v2FrameWalk walk(file, header);
     while (const std::optional<Frame> frame = walk.next()) {
         if (frame->field != Field::Picture) continue;
         const auto content = walk.content(*frame, ByteReader::kBytes);
@@ -261,9 +232,8 @@ std::optional<QByteArray> id3v2Picture(ByteReader& file, const Id3v2Header& head
 }
 
 void readId3v1(QByteArrayView tag, Tags& tags) {
-    constexpr qsizetype kTagSize = 128;
     constexpr qsizetype kFieldSize = 30;
-    if (tag.size() < kTagSize || !tag.startsWith("TAG")) return;
+    if (tag.size() < TrailingTags::kId3v1Size || !tag.startsWith("TAG")) return;
     const auto add = [&](std::optional<QString>& text, qsizetype offset) {
         if (text) return;
         const QByteArrayView field = tag.sliced(offset, kFieldSize);

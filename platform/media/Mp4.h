@@ -1,12 +1,9 @@
 #pragma once
 
-#include "platform/media/ByteReader.h"
+#include "platform/containers/ByteReader.h"
 #include "platform/media/Tags.h"
 
 namespace platform {
-
-/// Whether `file` begins as an MP4 file does.
-bool isMp4(ByteReader& file);
 
 /// Adds to `tags` what the file's item list (moov/udta/meta/ilst) has and they lack. Reads no
 /// picture, and nothing behind the last text that is wanted.

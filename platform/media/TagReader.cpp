@@ -1,36 +1,19 @@
 #include "platform/media/TagReader.h"
 
+#include "platform/containers/Mp4Boxes.h"
+#include "platform/containers/TrailingTags.h"
 #include "platform/media/ApeTag.h"
 #include "platform/media/Id3v2.h"
 #include "platform/media/Mp4.h"
-
-#include <algorithm>
 
 namespace platform {
 
 namespace {
 
-// The tags at the end of a file: ID3v1 in its last 128 bytes, APE in front of that or at the end.
-struct Tail {
-    QByteArray id3v1;
-    std::optional<qint64> apeFooter;
-};
-
-Tail tailOf(ByteReader& file) {
-    constexpr qint64 kId3v1Size = 128;
-    constexpr qint64 kFooterSize = 32;
-    Tail tail;
-    const qint64 from = std::max<qint64>(file.size() - kId3v1Size - kFooterSize, 0);
-    const QByteArray bytes = file.view(from, file.size() - from).toByteArray();
-    qint64 end = bytes.size();
-    if (end >= kId3v1Size && QByteArrayView(bytes).last(kId3v1Size).startsWith("TAG")) {
-        tail.id3v1 = bytes.last(kId3v1Size);
-        end -= kId3v1Size;
-    }
-    if (end >= kFooterSize &&
-        QByteArrayView(bytes).sliced(end - kFooterSize).startsWith("APETAGEX"))
-        tail.apeFooter = from + end - kFooterSize;
-    return tail;
+// The readable ID3v2 tag at `offset`, if there is one.
+std::optional<Id3v2Header> tagAt(ByteReader& file, qint64 offset) {
+    const std::optional<Id3v2Header> tag = id3v2HeaderAt(file, offset);
+    return tag && tag->readable ? tag : std::nullopt;
 }
 
 }  // namespace
@@ -45,13 +28,12 @@ Tags tagsOf(ByteReader& file) {
     if (isMp4(file)) {
         readMp4(file, tags);
     } else {
-        for (auto tag = id3v2HeaderAt(file, 0); tag && !tags.complete();
-             tag = id3v2HeaderAt(file, tag->next))
+        for (auto tag = tagAt(file, 0); tag && !tags.complete(); tag = tagAt(file, tag->next))
             readId3v2(file, *tag, tags);
         if (!tags.complete()) {
-            const Tail tail = tailOf(file);
+            const TrailingTags tail = trailingTags(file);
             if (tail.apeFooter) readApe(file, *tail.apeFooter, tags);
-            readId3v1(tail.id3v1, tags);
+            if (tail.id3v1) readId3v1(file.view(*tail.id3v1, TrailingTags::kId3v1Size), tags);
         }
     }
     // What was left unread may hold one.
@@ -66,10 +48,10 @@ std::optional<QByteArray> pictureOfFile(const QString& path) {
 
 std::optional<QByteArray> pictureOf(ByteReader& file) {
     if (isMp4(file)) return mp4Picture(file);
-    for (auto tag = id3v2HeaderAt(file, 0); tag; tag = id3v2HeaderAt(file, tag->next)) {
+    for (auto tag = tagAt(file, 0); tag; tag = tagAt(file, tag->next)) {
         if (auto picture = id3v2Picture(file, *tag)) return picture;
     }
-    const Tail tail = tailOf(file);
+    const TrailingTags tail = trailingTags(file);
     return tail.apeFooter ? apePicture(file, *tail.apeFooter) : std::nullopt;
 }
 

@@ -12,8 +12,8 @@ namespace platform::audio {
 namespace {
 
 /// Decodes to the end; returns whether anything was heard.
-bool sounds(const std::shared_ptr<const Track>& track) {
-    SongDecoder decoder(track);
+bool sounds(const std::shared_ptr<const Song>& song) {
+    SongDecoder decoder(song);
     decoder.seek(0);
     std::vector<float> block(2 * 4096);
     int64_t total = 0;
@@ -23,7 +23,7 @@ bool sounds(const std::shared_ptr<const Track>& track) {
         heard = heard || std::any_of(block.begin(), block.begin() + static_cast<long>(2 * got),
                                      [](float sample) { return std::abs(sample) > 0.01F; });
     }
-    EXPECT_EQ(total, track->length);
+    EXPECT_EQ(total, song->length);
     return heard;
 }
 
@@ -55,39 +55,39 @@ TEST(BadInput, WhatIsNoAudioIsNoTrack) {
                      "ftyp",
                      8),
           text, noise, picture, video, zeros, ones, m4a().first(600), mp3().first(300)})
-        EXPECT_FALSE(openTrack(bytes))
+        EXPECT_FALSE(openSong(bytes))
             << bytes.size() << bytes.first(std::min<qsizetype>(4, bytes.size())).toStdString();
 }
 
 TEST(BadInput, TruncatedFilesPlayWhatIsThere) {
-    const QByteArray song = mp3();
-    const QByteArray half = song.first(song.size() / 2);
-    const auto mp3Track = openTrack(half);
-    ASSERT_TRUE(mp3Track);
-    EXPECT_NEAR(mp3Track->duration(), 2.5, 0.1);
-    EXPECT_TRUE(sounds(mp3Track));
+    const QByteArray file = mp3();
+    const QByteArray half = file.first(file.size() / 2);
+    const auto mp3Song = openSong(half);
+    ASSERT_TRUE(mp3Song);
+    EXPECT_NEAR(mp3Song->duration(), 2.5, 0.1);
+    EXPECT_TRUE(sounds(mp3Song));
     const QByteArray packaged = m4a();
-    const auto m4aTrack = openTrack(packaged.first(packaged.size() / 2));
-    ASSERT_TRUE(m4aTrack);
-    EXPECT_NEAR(m4aTrack->duration(), 2.5, 0.3);
-    EXPECT_TRUE(sounds(m4aTrack));
+    const auto m4aSong = openSong(packaged.first(packaged.size() / 2));
+    ASSERT_TRUE(m4aSong);
+    EXPECT_NEAR(m4aSong->duration(), 2.5, 0.3);
+    EXPECT_TRUE(sounds(m4aSong));
 }
 
 TEST(BadInput, ABrokenMiddleIsPlayedPast) {
     std::mt19937 random(3);
-    for (QByteArray song : {mp3(), m4a()}) {
-        const double whole = openTrack(song)->duration();
-        for (qsizetype i = song.size() / 3; i < song.size() / 2; ++i)
-            song[i] = static_cast<char>(random());
-        const auto track = openTrack(song);
-        ASSERT_TRUE(track);
-        EXPECT_GT(track->duration(), 0.7 * whole);
-        SongDecoder decoder(track);
-        decoder.seek(track->length - 44100);
+    for (QByteArray file : {mp3(), m4a()}) {
+        const double whole = openSong(file)->duration();
+        for (qsizetype i = file.size() / 3; i < file.size() / 2; ++i)
+            file[i] = static_cast<char>(random());
+        const auto song = openSong(file);
+        ASSERT_TRUE(song);
+        EXPECT_GT(song->duration(), 0.7 * whole);
+        SongDecoder decoder(song);
+        decoder.seek(song->length - 44100);
         std::vector<float> end(2 * 44100);
         ASSERT_EQ(decoder.read(end.data(), 44100), 44100);
         EXPECT_GT(*std::max_element(end.begin(), end.end()), 0.2F);
-        EXPECT_TRUE(sounds(track));
+        EXPECT_TRUE(sounds(song));
     }
 }
 
@@ -96,40 +96,40 @@ TEST(BadInput, TheBytesCountNotThePromises) {
     const qsizetype tag = xing.indexOf("Xing") >= 0 ? xing.indexOf("Xing") : xing.indexOf("Info");
     ASSERT_GT(tag, 0);
     xing.replace(tag + 8, 4, "\x7F\xFF\xFF\xFF", 4);
-    EXPECT_NEAR(openTrack(xing)->duration(), 5, 0.1);
+    EXPECT_NEAR(openSong(xing)->duration(), 5, 0.1);
 
     QByteArray samples = m4a();
     const qsizetype sizes = samples.indexOf("stsz");
     samples.replace(sizes + 12, 4, "\x7F\xFF\xFF\xFF", 4);
-    EXPECT_FALSE(openTrack(samples));
+    EXPECT_FALSE(openSong(samples));
     samples = m4a("-movflags +frag_keyframe+empty_moov");
     samples.replace(samples.indexOf("trun") + 8, 4, "\x04\0\0\0", 4);
-    EXPECT_FALSE(openTrack(samples));
+    EXPECT_FALSE(openSong(samples));
 
     const QByteArray hugeTag = QByteArray("ID3\x03\0\0\x7F\x7F\x7F\x7F", 10) + mp3();
-    const auto track = openTrack(hugeTag);
-    ASSERT_TRUE(track) << "a tag larger than the file is no tag";
-    EXPECT_NEAR(track->duration(), 5, 0.1);
+    const auto song = openSong(hugeTag);
+    ASSERT_TRUE(song) << "a tag larger than the file is no tag";
+    EXPECT_NEAR(song->duration(), 5, 0.1);
 
     // Rates that a resampler would have to take every second of sound, or all memory, for.
     QByteArray wave = waveFile(std::vector<float>(2000, 0.1F), 8000);
     for (const char* rate : {"\1\0\0\0", "\xFF\xFF\xFF\x7F"})
-        EXPECT_FALSE(openTrack(wave.replace(24, 4, rate, 4)));
+        EXPECT_FALSE(openSong(wave.replace(24, 4, rate, 4)));
 }
 
 TEST(BadInput, TheContentDecidesNotTheLabel) {
     // What a listener may find under the wrong name.
     for (const char* suffix : {"flac", "ogg", "wav", "aac", "aiff", "mp2"}) {
-        const auto track = openTrack(encodedSong(2, {}, QString::fromUtf8(suffix)));
-        ASSERT_TRUE(track) << suffix;
-        EXPECT_NEAR(track->duration(), 2, 0.1) << suffix;
-        EXPECT_TRUE(sounds(track)) << suffix;
+        const auto song = openSong(encodedSong(2, {}, QString::fromUtf8(suffix)));
+        ASSERT_TRUE(song) << suffix;
+        EXPECT_NEAR(song->duration(), 2, 0.1) << suffix;
+        EXPECT_TRUE(sounds(song)) << suffix;
     }
-    const auto fragmented = openTrack(m4a("-b:a 128k -movflags +frag_keyframe+empty_moov"));
+    const auto fragmented = openSong(m4a("-b:a 128k -movflags +frag_keyframe+empty_moov"));
     ASSERT_TRUE(fragmented);
     EXPECT_NEAR(fragmented->duration(), 5, 0.1);
     EXPECT_TRUE(sounds(fragmented));
-    const auto surround = openTrack(
+    const auto surround = openSong(
         encodedFrom(QStringLiteral("sine=d=1"), QStringLiteral("-ac 6"), QStringLiteral("m4a")));
     ASSERT_TRUE(surround);
     EXPECT_TRUE(sounds(surround));

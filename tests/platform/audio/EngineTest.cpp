@@ -12,8 +12,8 @@
 namespace platform::audio {
 namespace {
 
-constexpr int rate = 44100;
-constexpr size_t rampFrames = 441;  // ten milliseconds: the longest a ramp may take
+constexpr int kRate = 44100;
+constexpr size_t kRampFrames = 441;  // ten milliseconds: the longest a ramp may take
 
 /// Every sample of it is different, and it never jumps.
 std::vector<float> sweep(size_t frames, double amplitude = 0.5) {
@@ -40,42 +40,42 @@ void expectSong(const std::vector<float>& heard, const std::vector<float>& song,
 }
 
 TEST(Engine, WhatIsHeardIsTheSongToTheSample) {
-    const auto song = sweep(3 * rate);
+    const auto song = sweep(3 * kRate);
     Rig rig;
-    const auto voice = rig.play(waveFile(song, rate));
-    const auto start = rig.render(rate);
-    expectSong({start.begin() + 2 * rampFrames, start.end()}, song, rampFrames);
+    const auto voice = rig.play(waveFile(song, kRate));
+    const auto start = rig.render(kRate);
+    expectSong({start.begin() + 2 * kRampFrames, start.end()}, song, kRampFrames);
 
-    rig.request(*voice, {2, 2 * rate});
+    rig.request(*voice, {2, 2 * kRate});
     const auto moved = rig.render(9600);
-    expectSong({moved.begin() + 2 * rampFrames, moved.end()}, song, 2 * rate + rampFrames);
+    expectSong({moved.begin() + 2 * kRampFrames, moved.end()}, song, 2 * kRate + kRampFrames);
     EXPECT_LE(largestStep(moved), 0.03F);
-    EXPECT_DOUBLE_EQ(voice->progress().time, 2 + 9600.0 / rate);
+    EXPECT_DOUBLE_EQ(voice->progress().time, 2 + 9600.0 / kRate);
 
     // A pause keeps the place: what its ramp did not take is played next.
     voice->setPlaying(false);
     const auto fading = rig.render(4800);
-    EXPECT_EQ(rootMeanSquare(std::span(fading).subspan(2 * rampFrames)), 0);
-    const auto place = static_cast<size_t>(std::llround(voice->progress().time * rate));
-    EXPECT_LE(place, 2 * rate + 9600 + rampFrames);
+    EXPECT_EQ(rootMeanSquare(std::span(fading).subspan(2 * kRampFrames)), 0);
+    const auto place = static_cast<size_t>(std::llround(voice->progress().time * kRate));
+    EXPECT_LE(place, 2 * kRate + 9600 + kRampFrames);
     EXPECT_TRUE(voice->isSilent());
     voice->setPlaying(true);
     const auto resumed = rig.render(4800);
-    expectSong({resumed.begin() + 2 * rampFrames, resumed.end()}, song, place + rampFrames);
+    expectSong({resumed.begin() + 2 * kRampFrames, resumed.end()}, song, place + kRampFrames);
     EXPECT_EQ(voice->missingFrames(), 0);
 }
 
 TEST(Engine, ControlsActInTheNextBlockWithoutAClick) {
-    const auto tone = sine(200, 0.9, rate, 2 * rate);
+    const auto tone = sine(200, 0.9, kRate, 2 * kRate);
     const float slope = largestStep(tone) + 0.9F / 220;  // the tone's own and a ramp's
     Rig rig;
-    const auto voice = rig.play(waveFile(tone, rate));
+    const auto voice = rig.play(waveFile(tone, kRate));
     auto heard = rig.render(4800);
     const auto change = [&](auto action, double expectedLeft) {
         action();
         const auto block = rig.render(4800);
         heard.insert(heard.end(), block.begin(), block.end());
-        const auto settled = std::span(block).subspan(2 * rampFrames);
+        const auto settled = std::span(block).subspan(2 * kRampFrames);
         double peak = 0;
         for (size_t i = 0; i < settled.size(); i += 2)
             peak = std::max<double>(peak, std::abs(settled[i]));
@@ -94,13 +94,13 @@ TEST(Engine, ControlsActInTheNextBlockWithoutAClick) {
     voice->setVolume(0);
     const double before = voice->progress().time;
     rig.render(4800);
-    EXPECT_NEAR(voice->progress().time - before, 4800.0 / rate, 1e-9);
+    EXPECT_NEAR(voice->progress().time - before, 4800.0 / kRate, 1e-9);
 }
 
 TEST(Engine, BothDecksKeepTheirSidesAndFullScale) {
-    const QByteArray loud = waveFile(sine(997, 1, rate, rate), rate);
+    const QByteArray loud = waveFile(sine(997, 1, kRate, kRate), kRate);
     const QByteArray mono =
-        encodedSong(1, QStringLiteral("-c:a alac"), QStringLiteral("m4a"), rate, 1);
+        encodedSong(1, QStringLiteral("-c:a alac"), QStringLiteral("m4a"), kRate, 1);
     Rig rig;
     const auto rms = [](const std::vector<float>& stereo, size_t channel) {
         double sum = 0;
@@ -110,7 +110,7 @@ TEST(Engine, BothDecksKeepTheirSidesAndFullScale) {
     };
     const auto first = rig.play(loud);
     first->setPan(1);
-    rig.render(rampFrames);
+    rig.render(kRampFrames);
     const auto alone = rig.render(9600);
     EXPECT_EQ(rms(alone, 0), 0);
     EXPECT_NEAR(rms(alone, 1), std::numbers::sqrt2 / 2, 1e-3);
@@ -124,10 +124,10 @@ TEST(Engine, BothDecksKeepTheirSidesAndFullScale) {
     second->release();
     rig.render(9600);
     const auto quiet = rig.play(mono);
-    const auto center = rig.render(rate / 2);
+    const auto center = rig.render(kRate / 2);
     quiet->setPan(-1);
     const auto reference = wholeFileDecode(mono);
-    for (size_t i = rampFrames; i < 9600; ++i) {
+    for (size_t i = kRampFrames; i < 9600; ++i) {
         ASSERT_EQ(center[2 * i], reference.samples[i]);
         ASSERT_EQ(center[2 * i + 1], reference.samples[i]);
     }
@@ -141,7 +141,7 @@ TEST(Engine, TheEndIsToldOnceAndAShortSongIsWhole) {
         voice->setEndNotice(
             [&](uint64_t request, bool decoded) { ends += request == 1 && decoded ? 1 : 100; });
         voice->setPlaying(true);
-        rig.worker.add(voice, openTrack(waveFile(sweep(frames), rate)), {1, 0});
+        rig.worker.add(voice, openSong(waveFile(sweep(frames), kRate)), {1, 0});
         rig.awaitLane(*voice, 1);
         rig.render(frames + 960);
         for (int i = 0; i < 1000 && ends == 0; ++i)
@@ -149,33 +149,33 @@ TEST(Engine, TheEndIsToldOnceAndAShortSongIsWhole) {
         rig.render(4800);
         EXPECT_EQ(ends, 1);
         EXPECT_EQ(voice->missingFrames(), 0);
-        EXPECT_NEAR(voice->progress().time, static_cast<double>(frames) / rate, 1e-9);
+        EXPECT_NEAR(voice->progress().time, static_cast<double>(frames) / kRate, 1e-9);
         voice->setEndNotice({});
     }
 }
 
 TEST(Engine, ManyRequestsEndAtTheLast) {
-    const auto song = sweep(4 * rate);
+    const auto song = sweep(4 * kRate);
     Rig rig;
-    const auto voice = rig.play(waveFile(song, rate));
+    const auto voice = rig.play(waveFile(song, kRate));
     uint64_t number = 1;
     for (int i = 0; i < 300; ++i) {
-        rig.worker.request(*voice, {++number, (i * 7919) % (3 * rate)});
+        rig.worker.request(*voice, {++number, (i * 7919) % (3 * kRate)});
         if (i % 3 == 0) rig.render(64, 64);
     }
-    rig.worker.request(*voice, {++number, rate});
+    rig.worker.request(*voice, {++number, kRate});
     while (voice->progress().request != number)
         rig.render(64, 64);
-    const auto after = static_cast<size_t>(std::llround(voice->progress().time * rate));
-    rig.render(rampFrames);
-    expectSong(rig.render(4800), song, after + rampFrames);
+    const auto after = static_cast<size_t>(std::llround(voice->progress().time * kRate));
+    rig.render(kRampFrames);
+    expectSong(rig.render(4800), song, after + kRampFrames);
 }
 
 TEST(Engine, TheSongGoesOnWhenTheRateChanges) {
-    const auto tone = sine(1000, 0.5, rate, 4 * rate);
+    const auto tone = sine(1000, 0.5, kRate, 4 * kRate);
     Rig rig;
-    const auto voice = rig.play(waveFile(tone, rate));
-    rig.render(rate);
+    const auto voice = rig.play(waveFile(tone, kRate));
+    rig.render(kRate);
     for (const int newRate : {48000, 96000, 44100, 192000}) {
         const double before = voice->progress().time;
         rig.mixer.setRate(newRate);
@@ -191,14 +191,14 @@ TEST(Engine, TheSongGoesOnWhenTheRateChanges) {
 }
 
 TEST(Engine, VoicesBeyondTheLimitWaitTheirTurn) {
-    const QByteArray bytes = waveFile(sweep(rate / 10), rate);
+    const QByteArray bytes = waveFile(sweep(kRate / 10), kRate);
     Rig rig;
     std::vector<std::shared_ptr<Voice>> voices;
-    for (size_t i = 0; i < Mixer::maxVoices; ++i)
+    for (size_t i = 0; i < Mixer::kMaxVoices; ++i)
         voices.push_back(rig.play(bytes));
     auto late = std::make_shared<Voice>();
     late->setPlaying(true);
-    rig.worker.add(late, openTrack(bytes), {1, 0});
+    rig.worker.add(late, openSong(bytes), {1, 0});
     rig.render(480);
     EXPECT_EQ(late->progress().request, 0);
     voices.front()->release();

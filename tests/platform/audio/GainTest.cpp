@@ -39,25 +39,25 @@ TEST(Gain, PanLaw) {
 
 TEST(Gain, RampsAreStraightAndEndExactly) {
     GainRamp ramp;
-    constexpr size_t length = 288;
-    ramp.setTarget(panLaw(1, 0), length);
+    constexpr size_t kLength = 288;
+    ramp.setTarget(panLaw(1, 0), kLength);
     const std::vector<float> ones(2 * 400, 1.0F);
     const auto up = through(ramp, ones);
     float before = 0;
     for (size_t i = 0; i < 400; ++i) {
-        EXPECT_LE(up[2 * i] - before, 1.01F / length);
+        EXPECT_LE(up[2 * i] - before, 1.01F / kLength);
         EXPECT_GE(up[2 * i], before);
         before = up[2 * i];
     }
-    EXPECT_EQ(up[2 * (length - 1)], 1.0F);
+    EXPECT_EQ(up[2 * (kLength - 1)], 1.0F);
     // Turned round halfway, it goes on from where it was.
-    ramp.setTarget(panLaw(0.5F, 0), length);
+    ramp.setTarget(panLaw(0.5F, 0), kLength);
     through(ramp, std::vector<float>(2 * 100, 1.0F));
-    ramp.setTarget(GainMatrix(), length);
+    ramp.setTarget(GainMatrix(), kLength);
     EXPECT_FALSE(ramp.isSilent());
     const auto down = through(ramp, ones);
-    EXPECT_LT(std::abs(down[0] - (1 - 0.5F * 100 / length)), 2.0F / length);
-    EXPECT_EQ(down[2 * length], 0);
+    EXPECT_LT(std::abs(down[0] - (1 - 0.5F * 100 / kLength)), 2.0F / kLength);
+    EXPECT_EQ(down[2 * kLength], 0);
     EXPECT_TRUE(ramp.isSilent());
 }
 

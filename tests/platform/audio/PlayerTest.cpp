@@ -18,7 +18,7 @@
 namespace platform::audio {
 namespace {
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 std::unique_ptr<AudioPlayer> playerOf(double seconds) {
     return AudioPlayer::initWithData(
@@ -32,7 +32,7 @@ TEST(Player, StartsPausedAndClampsWhatItIsTold) {
     EXPECT_DOUBLE_EQ(player->duration(), 2);
     EXPECT_EQ(player->currentTime(), 0);
     const std::pair<double, double> moves[] = {
-        {0.5, 0.5}, {-3, 0}, {1e300, 2}, {nan, 0}, {std::nextafter(2.0, 0.0), 2}};
+        {0.5, 0.5}, {-3, 0}, {1e300, 2}, {kNan, 0}, {std::nextafter(2.0, 0.0), 2}};
     for (const auto& [wanted, got] : moves) {
         player->setCurrentTime(wanted);
         EXPECT_DOUBLE_EQ(player->currentTime(), got);

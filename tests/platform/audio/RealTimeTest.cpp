@@ -112,12 +112,12 @@ TEST(RealTime, TheCallbackNeitherLocksNorAllocatesNorCallsTheSystem) {
     ConfinedRenderer renderer{rig.mixer};
     pthread_t thread = {};
     ASSERT_EQ(pthread_create(&thread, nullptr, &ConfinedRenderer::run, &renderer), 0);
-    const QByteArray song = encodedSong(3, QStringLiteral("-b:a 128k"), QStringLiteral("mp3"));
-    const auto track = openTrack(song);
+    const QByteArray file = encodedSong(3, QStringLiteral("-b:a 128k"), QStringLiteral("mp3"));
+    const auto song = openSong(file);
     for (int round = 0; round < 20; ++round) {
         auto voice = std::make_shared<Voice>();
         voice->setPlaying(true);
-        rig.worker.add(voice, track, {1, 0});
+        rig.worker.add(voice, song, {1, 0});
         for (uint64_t number = 2; number < 12; ++number) {
             rig.worker.request(*voice, {number, static_cast<int64_t>(number) * 9000});
             voice->setPan(number % 2 == 0 ? 1 : -1);

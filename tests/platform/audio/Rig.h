@@ -19,7 +19,7 @@ class Rig {
     std::shared_ptr<Voice> play(const QByteArray& bytes, int64_t start = 0) {
         auto voice = std::make_shared<Voice>();
         voice->setPlaying(true);
-        worker.add(voice, openTrack(bytes), {1, start});
+        worker.add(voice, openSong(bytes), {1, start});
         awaitLane(*voice, 1);
         return voice;
     }

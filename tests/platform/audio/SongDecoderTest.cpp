@@ -9,8 +9,8 @@
 namespace platform::audio {
 namespace {
 
-constexpr double songSeconds = 7.3;
-constexpr int64_t songFrames = 321930;  // at 44.1 kHz
+constexpr double kSongSeconds = 7.3;
+constexpr int64_t kSongFrames = 321930;  // at 44.1 kHz
 
 std::vector<float> readFrom(SongDecoder& decoder, int64_t sample, size_t frames) {
     std::vector<float> stereo(2 * frames);
@@ -32,7 +32,7 @@ QByteArray encode(const std::string& name) {
     const QString m4a = QStringLiteral("m4a");
     const auto ffmpeg = [](const char* options, const QString& suffix, int rate = 44100,
                            int channels = 2) {
-        return encodedSong(songSeconds, QString::fromUtf8(options), suffix, rate, channels);
+        return encodedSong(kSongSeconds, QString::fromUtf8(options), suffix, rate, channels);
     };
     if (name == "Cbr") return ffmpeg("-c:a libmp3lame -b:a 192k", mp3);
     if (name == "Vbr") return ffmpeg("-c:a libmp3lame -q:a 5", mp3);
@@ -58,21 +58,21 @@ INSTANTIATE_TEST_SUITE_P(Encodings, Exactness,
 TEST_P(Exactness, EverySeekContinuesTheWholeFileDecode) {
     const QByteArray bytes = encode(GetParam());
     const Reference whole = wholeFileDecode(bytes);
-    const auto track = openTrack(bytes);
-    ASSERT_TRUE(track);
-    ASSERT_EQ(track->rate, whole.rate);
-    ASSERT_LE(track->length, static_cast<int64_t>(whole.frames()));
-    SongDecoder decoder(track);
+    const auto song = openSong(bytes);
+    ASSERT_TRUE(song);
+    ASSERT_EQ(song->rate, whole.rate);
+    ASSERT_LE(song->length, static_cast<int64_t>(whole.frames()));
+    SongDecoder decoder(song);
 
     std::mt19937 random(1);
-    std::vector<int64_t> starts = {0, 1, track->length / 2, track->length - 1};
+    std::vector<int64_t> starts = {0, 1, song->length / 2, song->length - 1};
     for (int i = 0; i < 40; ++i)
-        starts.push_back(std::uniform_int_distribution<int64_t>(0, track->length - 1)(random));
+        starts.push_back(std::uniform_int_distribution<int64_t>(0, song->length - 1)(random));
     starts.push_back(0);
     for (const int64_t start : starts) {
-        const size_t frames = start == 0 ? static_cast<size_t>(track->length) : 3000;
+        const size_t frames = start == 0 ? static_cast<size_t>(song->length) : 3000;
         const std::vector<float> heard = readFrom(decoder, start, frames);
-        const int64_t left = track->length - start;
+        const int64_t left = song->length - start;
         ASSERT_EQ(heard.size() / 2, std::min(frames, static_cast<size_t>(left)));
         for (size_t i = 0; i < heard.size(); ++i) {
             const size_t frame = static_cast<size_t>(start) + i / 2;
@@ -87,17 +87,17 @@ TEST_P(Exactness, EverySeekContinuesTheWholeFileDecode) {
 
 TEST(SongLength, EncodersPaddingIsTrimmed) {
     for (const char* name : {"Cbr", "Vbr", "Aac", "Alac"}) {
-        const auto track = openTrack(encode(name));
-        ASSERT_TRUE(track) << name;
-        EXPECT_EQ(track->length, songFrames) << name;
+        const auto song = openSong(encode(name));
+        ASSERT_TRUE(song) << name;
+        EXPECT_EQ(song->length, kSongFrames) << name;
     }
     const QString pipe =
         QStringLiteral("ffmpeg -v error -f lavfi -i '%1' -f wav - | lame --quiet -V5 - OUT")
-            .arg(songSource(songSeconds));
-    const auto lame = openTrack(
+            .arg(songSource(kSongSeconds));
+    const auto lame = openSong(
         encodedBy({QStringLiteral("sh"), QStringLiteral("-c"), pipe}, QStringLiteral("mp3")));
     ASSERT_TRUE(lame);
-    EXPECT_EQ(lame->length, songFrames);
+    EXPECT_EQ(lame->length, kSongFrames);
 }
 
 }  // namespace

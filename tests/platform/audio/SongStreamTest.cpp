@@ -36,7 +36,7 @@ class Resampling : public testing::TestWithParam<Rates> {
     std::vector<float> through(double frequency, double amplitude) const {
         const auto [from, to, highest] = GetParam();
         const auto tone = sine(frequency, amplitude, from, static_cast<size_t>(from));
-        SongStream stream(openTrack(waveFile(tone, from)));
+        SongStream stream(openSong(waveFile(tone, from)));
         return whole(stream, 0, to);
     }
 };
@@ -65,7 +65,7 @@ TEST_P(Resampling, IsTransparent) {
 TEST_P(Resampling, ASeekContinuesTheStraightStream) {
     const auto [from, to, highest] = GetParam();
     const auto tone = sine(1234, 0.5, from, static_cast<size_t>(from));
-    SongStream stream(openTrack(waveFile(tone, from)));
+    SongStream stream(openSong(waveFile(tone, from)));
     const auto straight = whole(stream, 0, to);
     const int common = std::gcd(from, to);
     for (const int periods : {0, 1, 3, 40, 77}) {

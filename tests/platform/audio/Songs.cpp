@@ -66,11 +66,11 @@ QByteArray waveFile(const std::vector<float>& stereo, int rate) {
     QDataStream out(&bytes, QIODevice::WriteOnly);
     out.setByteOrder(QDataStream::LittleEndian);
     const auto size = static_cast<quint32>(stereo.size() * sizeof(float));
-    constexpr quint16 ieeeFloat = 3;
+    constexpr quint16 kIeeeFloat = 3;
     out.writeRawData("RIFF", 4);
     out << 36 + size;
     out.writeRawData("WAVEfmt ", 8);
-    out << quint32{16} << ieeeFloat << quint16{2} << rate << 8 * rate << quint16{8} << quint16{32};
+    out << quint32{16} << kIeeeFloat << quint16{2} << rate << 8 * rate << quint16{8} << quint16{32};
     out.writeRawData("data", 4);
     out << size;
     return bytes.append(reinterpret_cast<const char*>(stereo.data()), size);

@@ -71,8 +71,8 @@ void SoundServer::start(int rate, int channels) {
 void SoundServer::waitForNewSink() {
     // A null sink has rendered two seconds ahead before anything can ask it for less, and takes no
     // frames until they are over.
-    constexpr unsigned long renderedAhead = 2100;
-    QThread::msleep(renderedAhead);
+    constexpr unsigned long kRenderedAhead = 2100;
+    QThread::msleep(kRenderedAhead);
 }
 
 void SoundServer::kill() {

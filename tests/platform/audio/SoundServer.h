@@ -35,8 +35,6 @@ class SoundServer {
     /// Ends the recording and returns its interleaved samples.
     std::vector<float> stopRecording();
 
-    qint64 processId() const { return server_ ? server_->processId() : 0; }
-
   private:
     QTemporaryDir folder_;
     std::unique_ptr<QProcess> server_;

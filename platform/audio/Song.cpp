@@ -1,10 +1,11 @@
-#include "platform/audio/Track.h"
+#include "platform/audio/Song.h"
 
 #include "platform/audio/GaplessComment.h"
 #include "platform/audio/MemoryReader.h"
 #include "platform/audio/Mp4Edits.h"
 #include "platform/audio/MpegFrames.h"
 #include "platform/audio/PacketDecoder.h"
+#include "platform/containers/Mp4Boxes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,32 +15,33 @@ namespace platform::audio {
 
 namespace {
 
-enum class Container { mpegAudio, mp4, other };
+enum class Container { MpegAudio, Mp4, Other };
 
 // By the bytes alone: a file's name says little about what it holds.
-Container containerOf(QByteArrayView bytes) {
-    if (bytes.size() >= 8 && bytes.sliced(4).startsWith("ftyp")) return Container::mp4;
+Container containerOf(const QByteArray& bytes) {
+    ByteReader file(bytes);
+    if (isMp4(file)) return Container::Mp4;
     for (const char* magic : {"fLaC", "OggS", "RIFF", "FORM", "caff"}) {
-        if (bytes.startsWith(magic)) return Container::other;
+        if (bytes.startsWith(magic)) return Container::Other;
     }
-    return Container::mpegAudio;
+    return Container::MpegAudio;
 }
 
 /// Bounds what a stranger's container may be taken for.
-constexpr const char* probedFormats = "aac,aiff,caf,flac,mov,mp3,ogg,wav";
-constexpr int64_t probeSize = int64_t{256} << 10;
+constexpr const char* kProbedFormats = "aac,aiff,caf,flac,mov,mp3,ogg,wav";
+constexpr int64_t kProbeSize = int64_t{256} << 10;
 
 FormatContextPointer openContainer(MemoryReader& reader, const char* format) {
     AVFormatContext* context = avformat_alloc_context();
     if (!context || !reader.context()) {
         avformat_free_context(context);
-        return {};
+        return nullptr;
     }
     context->pb = reader.context();
-    context->probesize = probeSize;
-    context->format_probesize = probeSize;
+    context->probesize = kProbeSize;
+    context->format_probesize = kProbeSize;
     AVDictionary* options = nullptr;
-    av_dict_set(&options, "format_whitelist", probedFormats, 0);
+    av_dict_set(&options, "format_whitelist", kProbedFormats, 0);
     // The packets are wanted as they lie in the file; the edits are applied to the samples.
     av_dict_set(&options, "ignore_editlist", "1", 0);
     const AVInputFormat* forced = format ? av_find_input_format(format) : nullptr;
@@ -55,14 +57,14 @@ AVStream* audioStream(AVFormatContext& container) {
 
 CodecParametersPointer copyOf(const AVCodecParameters& parameters) {
     CodecParametersPointer copy(avcodec_parameters_alloc());
-    if (!copy || avcodec_parameters_copy(copy.get(), &parameters) < 0) return {};
+    if (!copy || avcodec_parameters_copy(copy.get(), &parameters) < 0) return nullptr;
     return copy;
 }
 
 /// A time that a file tells, in any unit, held where sums and differences of times can't overflow.
 int64_t bounded(int64_t time) {
-    constexpr int64_t farthest = int64_t{1} << 50;
-    return std::clamp(time, -farthest, farthest);
+    constexpr int64_t kFarthest = int64_t{1} << 50;
+    return std::clamp(time, -kFarthest, kFarthest);
 }
 
 /// Times in units of `timescale` become samples of the rate that the decoder really gives (which a
@@ -72,36 +74,35 @@ int64_t samplesOf(int64_t time, int rate, int64_t timescale) {
 }
 
 /// What the first packets that decode at all sound like.
-std::optional<SampleFormat> probeDecoder(const Track& track) {
+std::optional<SampleFormat> probeDecoder(const Song& song) {
     // A broken start is tolerated; a file of noise with a valid header is not searched for long.
-    constexpr size_t attempts = 16;
-    PacketDecoder decoder(*track.codec);
-    if (!decoder.isOpen()) return {};
-    for (size_t i = 0; i < std::min(attempts, track.packets.size()); ++i) {
-        if (const AVFrame* frame = decoder.decode(track, i)) return formatOf(*frame);
+    constexpr size_t kAttempts = 16;
+    PacketDecoder decoder(*song.codec);
+    if (!decoder.isOpen()) return std::nullopt;
+    for (size_t i = 0; i < std::min(kAttempts, song.packets.size()); ++i) {
+        if (const AVFrame* frame = decoder.decode(song, i)) return formatOf(*frame);
     }
-    return {};
+    return std::nullopt;
 }
 
-std::shared_ptr<const Track> openMpegAudio(const QByteArray& bytes) {
+std::shared_ptr<const Song> openMpegAudio(const QByteArray& bytes) {
     auto frames = readMpegFrames(bytes);
-    if (!frames) return {};
-    auto track = std::make_shared<Track>();
-    track->bytes = bytes;
-    track->codec.reset(avcodec_parameters_alloc());
-    if (!track->codec) return {};
-    constexpr AVCodecID codecs[] = {AV_CODEC_ID_MP1, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3};
-    track->codec->codec_type = AVMEDIA_TYPE_AUDIO;
-    track->codec->codec_id = codecs[frames->layer - 1];
-    track->codec->sample_rate = frames->rate;
-    av_channel_layout_default(&track->codec->ch_layout, frames->channels);
-    track->packets = std::move(frames->packets);
-    track->rate = frames->rate;
-    track->decodedLength = static_cast<int64_t>(track->packets.size()) * frames->samplesPerFrame;
-    track->skip = frames->skip;
-    track->length = frames->length;
-    if (!probeDecoder(*track)) return {};
-    return track;
+    if (!frames) return nullptr;
+    auto song = std::make_shared<Song>();
+    song->bytes = bytes;
+    song->codec.reset(avcodec_parameters_alloc());
+    if (!song->codec) return nullptr;
+    constexpr AVCodecID kCodecs[] = {AV_CODEC_ID_MP1, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3};
+    song->codec->codec_type = AVMEDIA_TYPE_AUDIO;
+    song->codec->codec_id = kCodecs[frames->layer - 1];
+    song->codec->sample_rate = frames->rate;
+    av_channel_layout_default(&song->codec->ch_layout, frames->channels);
+    song->packets = std::move(frames->packets);
+    song->rate = frames->rate;
+    song->skip = frames->skip;
+    song->length = frames->length;
+    if (!probeDecoder(*song)) return nullptr;
+    return song;
 }
 
 /// The packets of a container whose table lists them all.
@@ -138,11 +139,11 @@ std::vector<Packet> collectedPackets(AVFormatContext& container, const AVStream&
 }
 
 /// Puts the packets' times on the scale of decoded samples, counted from 0 and rising.
-void rescaleTimes(Track& track, int64_t timescale) {
-    const int64_t origin = track.packets.front().start;
+void rescaleTimes(Song& song, int64_t timescale) {
+    const int64_t origin = song.packets.front().start;
     int64_t previous = -1;
-    for (Packet& packet : track.packets) {
-        packet.start = samplesOf(packet.start - origin, track.rate, timescale);
+    for (Packet& packet : song.packets) {
+        packet.start = samplesOf(packet.start - origin, song.rate, timescale);
         packet.start = std::max(packet.start, previous + 1);
         previous = packet.start;
     }
@@ -150,80 +151,81 @@ void rescaleTimes(Track& track, int64_t timescale) {
 
 /// The song is what the comment says or, without one, what the edit list says. The edit list counts
 /// in the movie's coarse units; where the packets' own times agree with it as far as those reach,
-/// they tell the length to the sample.
-void trimMp4(Track& track, const Mp4Edits& edits, QByteArrayView movie, int samplesPerPacket) {
+/// they tell the length to the sample. The packets decode to `decoded` samples.
+void trimMp4(Song& song, const Mp4Edits& edits, QByteArrayView movie, int64_t decoded,
+             int samplesPerPacket) {
     std::optional<int64_t> length;
     if (const auto comment = readGaplessComment(movie)) {
         const int64_t all = comment->delay + comment->length + comment->padding;
-        const auto packets = static_cast<int64_t>(track.packets.size());
+        const auto packets = static_cast<int64_t>(song.packets.size());
         // Some encoders count the samples before spectral band replication doubles them.
         const int64_t scale = all > 0 && 2 * all <= (packets + 1) * samplesPerPacket ? 2 : 1;
-        track.skip = comment->delay * scale;
+        song.skip = comment->delay * scale;
         length = comment->length * scale;
     } else if (edits.timescale > 0) {
-        track.skip = samplesOf(edits.mediaTime, track.rate, edits.timescale);
+        song.skip = samplesOf(edits.mediaTime, song.rate, edits.timescale);
         const double seconds = edits.editSeconds;
-        const int64_t rest = track.decodedLength - track.skip;
-        const double differs = std::abs(seconds - static_cast<double>(rest) / track.rate);
+        const int64_t rest = decoded - song.skip;
+        const double differs = std::abs(seconds - static_cast<double>(rest) / song.rate);
         if (seconds > 0 && differs > edits.editPrecision)
-            length = std::llround(std::min(seconds * track.rate, 1e15));
+            length = std::llround(std::min(seconds * song.rate, 1e15));
     }
-    if (track.skip < 0 || track.skip >= track.decodedLength) track.skip = 0;
-    const int64_t available = track.decodedLength - track.skip;
-    track.length = length && *length > 0 ? std::min(*length, available) : available;
+    if (song.skip < 0 || song.skip >= decoded) song.skip = 0;
+    const int64_t available = decoded - song.skip;
+    song.length = length && *length > 0 ? std::min(*length, available) : available;
 }
 
-std::shared_ptr<const Track> openWithLibrary(const QByteArray& bytes, const char* format) {
+std::shared_ptr<const Song> openWithLibrary(const QByteArray& bytes, const char* format) {
     // Whatever it is taken for: an MP4 file can begin with any box.
-    if (!readMp4Edits(bytes, 0).plausible) return {};
+    if (!readMp4Edits(bytes, 0).plausible) return nullptr;
     MemoryReader reader(bytes);
     const FormatContextPointer container = openContainer(reader, format);
-    if (!container) return {};
+    if (!container) return nullptr;
     const bool isMp4 = std::strstr(container->iformat->name, "mp4") != nullptr;
     // The other containers learn from their first packets what MP4 says in its tables.
-    if (!isMp4 && avformat_find_stream_info(container.get(), nullptr) < 0) return {};
+    if (!isMp4 && avformat_find_stream_info(container.get(), nullptr) < 0) return nullptr;
     AVStream* stream = audioStream(*container);
-    if (!stream) return {};
+    if (!stream) return nullptr;
     const Mp4Edits edits =
         isMp4 ? readMp4Edits(bytes, static_cast<uint32_t>(stream->id)) : Mp4Edits();
-    auto track = std::make_shared<Track>();
+    auto song = std::make_shared<Song>();
     if (isMp4 && !edits.fragmented) {
-        track->packets = listedPackets(*stream, bytes.size());
-        track->bytes = bytes;
+        song->packets = listedPackets(*stream, bytes.size());
+        song->bytes = bytes;
     } else {
-        track->packets = collectedPackets(*container, *stream, bytes.size(), track->bytes);
+        song->packets = collectedPackets(*container, *stream, bytes.size(), song->bytes);
     }
-    track->codec = copyOf(*stream->codecpar);
-    if (track->packets.empty() || !track->codec) return {};
-    const auto sound = probeDecoder(*track);
-    if (!sound) return {};
-    track->rate = sound->rate;
+    song->codec = copyOf(*stream->codecpar);
+    if (song->packets.empty() || !song->codec) return nullptr;
+    const auto sound = probeDecoder(*song);
+    if (!sound) return nullptr;
+    song->rate = sound->rate;
     const AVRational unit = stream->time_base;
     const int64_t timescale = std::max<int64_t>(1, unit.den / std::max(1, unit.num));
-    rescaleTimes(*track, timescale);
-    const int64_t lastEnd = track->packets.back().start + sound->samples;
+    rescaleTimes(*song, timescale);
+    const int64_t lastEnd = song->packets.back().start + sound->samples;
     const int64_t told =
         stream->duration > 0 ? samplesOf(stream->duration, sound->rate, timescale) : lastEnd;
-    track->decodedLength = std::min(lastEnd, std::max(told, track->packets.back().start + 1));
-    trimMp4(*track, edits, isMp4 ? mp4MovieBox(bytes) : QByteArrayView(), sound->samples);
-    return track;
+    const int64_t decoded = std::min(lastEnd, std::max(told, song->packets.back().start + 1));
+    trimMp4(*song, edits, isMp4 ? mp4MovieBox(bytes) : QByteArrayView(), decoded, sound->samples);
+    return song;
 }
 
 }  // namespace
 
-std::shared_ptr<const Track> openTrack(const QByteArray& bytes) {
+std::shared_ptr<const Song> openSong(const QByteArray& bytes) {
     // A broken file is no news for the standard error stream, and is not believed how much memory
     // its tables and texts will take: the demuxers ask for it before they look.
-    constexpr size_t largestBlock = size_t{256} << 20;
+    constexpr size_t kLargestBlock = size_t{256} << 20;
     av_log_set_level(AV_LOG_QUIET);
-    av_max_alloc(largestBlock);
+    av_max_alloc(kLargestBlock);
     switch (containerOf(bytes)) {
-        case Container::mp4:
+        case Container::Mp4:
             return openWithLibrary(bytes, "mov");
-        case Container::mpegAudio:
-            if (auto track = openMpegAudio(bytes)) return track;
+        case Container::MpegAudio:
+            if (auto song = openMpegAudio(bytes)) return song;
             break;
-        case Container::other:
+        case Container::Other:
             break;
     }
     return openWithLibrary(bytes, nullptr);

@@ -1,4 +1,4 @@
-#include "platform/media/ByteReader.h"
+#include "platform/containers/ByteReader.h"
 
 #include "platform/foundation/Path.h"
 
@@ -89,13 +89,6 @@ qsizetype ByteReader::readAt(qint64 offset, char* into, qsizetype length) {
         filled += count;
     }
     return filled;
-}
-
-quint64 bigEndian(QByteArrayView bytes) {
-    quint64 value = 0;
-    for (const char byte : bytes)
-        value = value << 8 | static_cast<unsigned char>(byte);
-    return value;
 }
 
 }  // namespace platform

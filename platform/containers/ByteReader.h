@@ -3,7 +3,6 @@
 #include <QByteArray>
 #include <QString>
 
-#include <cstdint>
 #include <optional>
 
 namespace platform {
@@ -54,8 +53,5 @@ class ByteReader {
     int readsLeft_ = kReads;
     qint64 bytesLeft_ = kBytes;
 };
-
-/// The unsigned number that `bytes` (up to 8) spell with the most significant first.
-quint64 bigEndian(QByteArrayView bytes);
 
 }  // namespace platform
