@@ -24,8 +24,7 @@ std::unique_ptr<platform::View> HoverControlView::view() const {
 }
 
 platform::TrackingArea HoverControlView::trackingArea() const {
-    return {bounds(),
-            platform::TrackingArea::MouseEnteredAndExited | platform::TrackingArea::ActiveAlways};
+    return {bounds()};
 }
 
 void HoverControlView::drawRect(const QRectF& rect) {
@@ -43,12 +42,22 @@ void HoverControlView::setUpHover() {
     addSubview(view());
 }
 
-void HoverControlView::mouseEntered() {
+void HoverControlView::reveal() {
     animator().replaceSubviewWith(firstSubview(), controlView_);
 }
 
-void HoverControlView::mouseExited() {
+void HoverControlView::conceal() {
     animator().replaceSubviewWith(firstSubview(), view());
+}
+
+void HoverControlView::mouseEntered() {
+    isUnderPointer_ = true;
+    reveal();
+}
+
+void HoverControlView::mouseExited() {
+    isUnderPointer_ = false;
+    conceal();
 }
 
 void HoverControlView::focusInEvent(QFocusEvent* event) {
@@ -59,7 +68,7 @@ void HoverControlView::focusInEvent(QFocusEvent* event) {
         focusPreviousChild();
         return;
     }
-    mouseEntered();
+    reveal();
     if (isBackwards) {
         const auto controls = controlView_->findChildren<QWidget*>();
         if (!controls.isEmpty()) controls.last()->setFocus(event->reason());
@@ -71,5 +80,5 @@ void HoverControlView::focusInEvent(QFocusEvent* event) {
 void HoverControlView::focusMoved(QWidget*, QWidget* now) {
     const bool isWithin = now && (now == this || isAncestorOf(now));
     if (isWithin || !std::exchange(isRevealedByFocus_, false)) return;
-    if (!underMouse()) mouseExited();
+    if (!isUnderPointer_) conceal();
 }

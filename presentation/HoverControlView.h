@@ -5,8 +5,9 @@
 #include <memory>
 
 /// Album art that reveals a view of controls while the pointer is inside it. Its first subview is
-/// the slot: empty at rest, the control view while the pointer or the keyboard focus is there, with
-/// a cross-fade between.
+/// the slot, with a cross-fade between what it holds: the control view from when the pointer or the
+/// keyboard focus comes in, until the pointer leaves or, with no pointer there, the focus does;
+/// else an empty view.
 class HoverControlView final : public platform::ImageView {
     Q_OBJECT
 
@@ -36,10 +37,13 @@ class HoverControlView final : public platform::ImageView {
 
   private:
     void setUpHover();
+    void reveal();
+    void conceal();
     void focusMoved(QWidget* old, QWidget* now);
 
     platform::View* controlView_ = nullptr;
     bool entered_ = false;
     bool isSetUp_ = false;
+    bool isUnderPointer_ = false;
     bool isRevealedByFocus_ = false;
 };

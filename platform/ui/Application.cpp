@@ -12,6 +12,8 @@
 #include <QFile>
 #include <QStyleFactory>
 
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 namespace platform {
@@ -63,8 +65,12 @@ void Application::terminate() {
     QCoreApplication::quit();
 }
 
+bool Application::hasAction(const QString& action) const {
+    return action == QLatin1String("terminate");
+}
+
 bool Application::performAction(const QString& action, Control*) {
-    if (action != QLatin1String("terminate")) return false;
+    if (!hasAction(action)) return false;
     terminate();
     return true;
 }
@@ -82,9 +88,10 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     const Interface interface(
         bundle.objectForInfoDictionaryKey(QStringLiteral("NSMainNibFile")).value_or(QString()),
         classes);
-    if (Window* window = interface.mainWindow()) window->makeKeyAndOrderFront();
-    // Controllers of an interface with problems have not been woken: there is nothing to work with.
-    if (!interface.problems().isEmpty()) delegate = nullptr;
+    for (const QString& problem : interface.problems())
+        std::fprintf(stderr, "%s\n", qPrintable(problem));
+    if (!interface.problems().isEmpty()) return EXIT_FAILURE;
+    interface.mainWindow()->makeKeyAndOrderFront();
     if (delegate) delegate->applicationDidFinishLaunching(interface);
     if (delegate && !paths.isEmpty()) delegate->applicationOpenFiles(paths);
     const int status = QApplication::exec();

@@ -14,6 +14,7 @@ class Application final : public Target {
     /// Ends the event loop in an orderly way: everything unsaved is saved on the way out.
     void terminate();
 
+    bool hasAction(const QString& action) const override;
     /// Knows "terminate".
     bool performAction(const QString& action, Control* sender) override;
 
@@ -26,7 +27,8 @@ class Application final : public Target {
 /// for what the file creates), shows the main window and runs the event loop, which SIGTERM, SIGINT
 /// and SIGHUP end in an orderly way. The remaining arguments are files to open, as paths or "file:"
 /// URLs. `delegate` is told of it all; it is not owned and may be null. Returns the exit code of
-/// the event loop.
+/// the event loop; 1 at once for interface files with problems, which are programming errors and
+/// are listed on the standard error output.
 int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
                     ApplicationDelegate* delegate = nullptr);
 

@@ -4,10 +4,10 @@
 
 namespace platform {
 
-bool Control::sendActionTo(const QString& action, Target* target) {
-    if (action.isEmpty()) return false;
-    if (target) return target->performAction(action, this);
-    return Application::sharedApplication().performAction(action, this);
+bool Control::sendAction() {
+    if (action_.isEmpty()) return false;
+    if (target_) return target_->performAction(action_, this);
+    return Application::sharedApplication().performAction(action_, this);
 }
 
 }  // namespace platform

@@ -21,11 +21,10 @@ class Control {
     const QString& action() const { return action_; }
 
     /// Sends the action; false when there is none or nobody knows it.
-    bool sendAction() { return sendActionTo(action_, target_); }
+    bool sendAction();
 
   protected:
     Control() = default;
-    bool sendActionTo(const QString& action, Target* target);
 
   private:
     Target* target_ = nullptr;

@@ -23,14 +23,14 @@ class Controller : public Target {
     /// Called once, after every outlet of every controller is connected.
     virtual void awakeFromNib() {}
 
+    bool hasOutlet(const QString& name) const { return outlets_.contains(name); }
     /// Connects the outlet of that name to `widget`; false when there is none of that name and type
     /// or it is connected already.
     bool connectOutlet(const QString& name, QWidget* widget);
     /// The names of the outlets that are still unconnected.
     QStringList unconnectedOutlets() const;
 
-    bool hasAction(const QString& action) const { return actions_.contains(action); }
-    QStringList actionNames() const { return actions_.keys(); }
+    bool hasAction(const QString& action) const override { return actions_.contains(action); }
     bool performAction(const QString& action, Control* sender) override;
 
   protected:

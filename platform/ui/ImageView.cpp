@@ -15,11 +15,6 @@ void ImageView::setImageName(const QString& name) {
     setImage(Image::imageNamed(name));
 }
 
-void ImageView::setImageAlignment(ImageAlignment alignment) {
-    alignment_ = alignment;
-    update();
-}
-
 void ImageView::setImageScaling(ImageScaling scaling) {
     scaling_ = scaling;
     update();

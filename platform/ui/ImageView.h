@@ -5,6 +5,7 @@
 
 namespace platform {
 
+/// Where an image stands that does not fill its view; there is this one place.
 enum class ImageAlignment { Center = 0 };
 enum class ImageScaling {
     AxesIndependently = 1,  ///< stretched to the view
@@ -26,8 +27,7 @@ class ImageView : public View {
     const Image& image() const { return image_; }
     void setImageName(const QString& name);
     QString imageName() const { return imageName_; }
-    void setImageAlignment(ImageAlignment alignment);
-    ImageAlignment imageAlignment() const { return alignment_; }
+    void setImageAlignment(ImageAlignment) {}
     void setImageScaling(ImageScaling scaling);
     ImageScaling imageScaling() const { return scaling_; }
 
@@ -39,7 +39,6 @@ class ImageView : public View {
   private:
     Image image_;
     QString imageName_;
-    ImageAlignment alignment_ = ImageAlignment::Center;
     ImageScaling scaling_ = ImageScaling::AxesIndependently;
     double cornerRadius_ = 0.0;
 };

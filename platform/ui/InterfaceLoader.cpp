@@ -13,6 +13,7 @@
 #include "platform/ui/Window.h"
 
 #include <QBuffer>
+#include <QCoreApplication>
 #include <QFile>
 #include <QLayout>
 #include <QMenu>
@@ -65,8 +66,15 @@ void forEachObject(QObject* object, const std::function<void(QObject*)>& visit) 
 // Makes the widgets of the files, by the names of the platform's and the program's own classes.
 class Interface::Loader : public QUiLoader {
   public:
-    Loader(const InterfaceClasses& classes, QStringList& problems)
-        : classes_(classes), problems_(problems) {}
+    static std::unique_ptr<Loader> make(const InterfaceClasses& classes, QStringList& problems) {
+        // The toolkit's loader starts by loading whatever plugins of Designer the system has: code
+        // that the files have no use for, and Qt Quick with it.
+        const QStringList pluginPaths = QCoreApplication::libraryPaths();
+        QCoreApplication::setLibraryPaths({});
+        std::unique_ptr<Loader> loader(new Loader(classes, problems));
+        QCoreApplication::setLibraryPaths(pluginPaths);
+        return loader;
+    }
 
     QWidget* load(const QString& name, const QStringList& substitutions, QWidget* parent) {
         if (around_.contains(name)) {
@@ -117,6 +125,9 @@ class Interface::Loader : public QUiLoader {
     }
 
   private:
+    Loader(const InterfaceClasses& classes, QStringList& problems)
+        : classes_(classes), problems_(problems) {}
+
     void include(QWidget* root) {
         QList<QWidget*> places;
         forEachObject(root, [&](QObject* object) {
@@ -137,14 +148,14 @@ class Interface::Loader : public QUiLoader {
 };
 
 Interface::Interface(const QString& name, const InterfaceClasses& classes) {
-    Loader loader(classes, problems_);
-    std::unique_ptr<QWidget> main(loader.load(name, {}, nullptr));
+    const auto loader = Loader::make(classes, problems_);
+    std::unique_ptr<QWidget> main(loader->load(name, {}, nullptr));
     if (!main) return;
     const QStringList controllers = main->property("controllers").toStringList();
     const QStringList windows = main->property("windows").toStringList();
     windows_.push_back(std::move(main));
     for (const QString& window : windows) {
-        if (QWidget* loaded = loader.load(window, {}, nullptr)) windows_.emplace_back(loaded);
+        if (QWidget* loaded = loader->load(window, {}, nullptr)) windows_.emplace_back(loaded);
     }
     for (const QString& controller : controllers) {
         const auto make = classes.controllers.value(controller);
@@ -162,7 +173,8 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
     for (const auto& window : windows_) {
         forEachObject(window.get(), [this](QObject* object) {
             wireControl(object);
-            bindKeys(object);
+            bindKeys(object, "keys");
+            bindKeys(object, "repeatingKeys");
         });
     }
     for (const auto& [controllerName, controller] : controllers_) {
@@ -174,8 +186,10 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
     if (!problems_.isEmpty()) return;
     for (const QString& controller : controllers)
         controllers_[controller]->awakeFromNib();
-    for (const auto& window : windows_)
+    for (const auto& window : windows_) {
+        forEachObject(window.get(), [this](QObject* object) { checkAction(object); });
         orderFocus(window.get());
+    }
 }
 
 Interface::~Interface() {
@@ -184,14 +198,18 @@ Interface::~Interface() {
 }
 
 void Interface::connectObject(QObject* object) {
-    for (const QString& outlet : object->property("outlets").toStringList()) {
+    auto* widget = qobject_cast<QWidget*>(object);
+    if (!widget) return;
+    const QString ownName = widget->objectName();
+    QStringList outlets = widget->property("outlets").toStringList();
+    for (const auto& [owner, owning] : controllers_) {
+        if (owning->hasOutlet(ownName)) outlets << owner + QLatin1Char('.') + ownName;
+    }
+    for (const QString& outlet : outlets) {
         const auto [owner, name] = splitName(outlet);
         Controller* owning = controller(owner);
-        auto* widget = qobject_cast<QWidget*>(object);
-        if (!owning || !widget || !owning->connectOutlet(name, widget)) {
-            problems_ << QStringLiteral("%1: no outlet %2 of this class")
-                             .arg(object->objectName(), outlet);
-        }
+        if (!owning || !owning->connectOutlet(name, widget))
+            problems_ << QStringLiteral("%1: no outlet %2 of this class").arg(ownName, outlet);
     }
 }
 
@@ -215,10 +233,7 @@ void Interface::wireControl(QObject* object) {
         problems_
             << QStringLiteral("%1: no target for %2%3").arg(object->objectName(), target, action);
     }
-    const Controller* owning = controller(owner);
-    if (owning && !owning->hasAction(name)) {
-        problems_ << QStringLiteral("%1: no action %2").arg(object->objectName(), action);
-    }
+    if (!name.isEmpty()) checkAction(object);
     auto* table = qobject_cast<TableView*>(object);
     if (!table) return;
     auto* source =
@@ -227,8 +242,22 @@ void Interface::wireControl(QObject* object) {
     table->setDataSource(source);
 }
 
-void Interface::bindKeys(QObject* object) {
-    for (const QString& binding : object->property("keys").toStringList()) {
+void Interface::checkAction(QObject* object) {
+    const auto* control = dynamic_cast<Control*>(object);
+    if (!control) return;
+    const QString action = control->action();
+    if (!action.isEmpty()) {
+        const Target* target = control->target();
+        if (!target) target = &Application::sharedApplication();
+        if (target->hasAction(action)) return;
+    } else if (object->property("menu").isValid() || qobject_cast<TextField*>(object)) {
+        return;  // a button that opens a menu does enough, and a text need do nothing
+    }
+    problems_ << QStringLiteral("%1: no action %2").arg(object->objectName(), action);
+}
+
+void Interface::bindKeys(QObject* object, const char* property) {
+    for (const QString& binding : object->property(property).toStringList()) {
         auto* scope = qobject_cast<QWidget*>(object);
         const QKeySequence key(binding.section(QLatin1Char(':'), 0, 0));
         const QStringList names = binding.section(QLatin1Char(':'), 1).split(QLatin1Char(','));
@@ -245,8 +274,7 @@ void Interface::bindKeys(QObject* object) {
         auto* shortcut = new QShortcut(key, scope);
         // Like keys of two decks would be ambiguous, and do nothing, if they were the window's.
         shortcut->setContext(Qt::WidgetWithChildrenShortcut);
-        // A step repeats while its key is held; a switch does not.
-        shortcut->setAutoRepeat(binding.endsWith(QLatin1String("crement")));
+        shortcut->setAutoRepeat(qstrcmp(property, "repeatingKeys") == 0);
         QObject::connect(shortcut, &QShortcut::activated, scope, [operations] {
             for (const auto& perform : operations)
                 perform();

@@ -28,7 +28,8 @@ struct InterfaceClasses {
 /// Interface files are Qt Designer files (":/interface/<name>.ui") with dynamic properties:
 ///   `controllers`  on the main window: the controllers to create;
 ///   `windows`      on the main window: further files, each holding a window;
-///   `outlets`      on a widget: the `Controller.outlet`s it is connected to;
+///   `outlets`      on a widget: the `Controller.outlet`s it is connected to besides those that
+///                  bear its object name, to which it is connected anyway;
 ///   `action`       on a control or menu item: `Target.action`, a controller's or a window's by its
 ///                  object name; without "Target." it travels to the application;
 ///   `target`       on a control whose action is set later: the target alone;
@@ -36,20 +37,23 @@ struct InterfaceClasses {
 ///   `keys`         on a widget: what keys do while it or a widget inside it has focus, each as
 ///                  "Key: Name.operation, ...": the named controllers' actions and widgets'
 ///                  invokable operations, in turn; every widget knows "focus";
+///   `repeatingKeys`  the same for keys that do it again and again while they are held;
 ///   `firstFocus`   on a window: the object name of the widget that has focus at first;
 ///   `include`      on a widget: a file to load into it, with every {key} of the file replaced by
 ///                  the value that the string list `with` gives as "key=value".
 class Interface {
   public:
     /// Loads the file called `name` and all that it names, creates its controllers, connects every
-    /// outlet and wires every action, then calls each controller's awakeFromNib.
+    /// outlet and wires every action, then calls each controller's awakeFromNib, unless there are
+    /// problems already.
     Interface(const QString& name, const InterfaceClasses& classes);
     ~Interface();
     Interface(const Interface&) = delete;
     Interface& operator=(const Interface&) = delete;
 
     /// Programming errors found in the files, a line each: an unknown class, outlet, action or
-    /// target, an outlet left unconnected, a control without an action. Empty for good files.
+    /// target, an outlet left unconnected, a control without an action once every controller is
+    /// awake. Empty for good files.
     const QStringList& problems() const { return problems_; }
 
     /// Null when the file could not be loaded.
@@ -64,7 +68,8 @@ class Interface {
 
     void connectObject(QObject* object);
     void wireControl(QObject* object);
-    void bindKeys(QObject* object);
+    void checkAction(QObject* object);
+    void bindKeys(QObject* object, const char* property);
     std::function<void()> operation(const QWidget& scope, const QString& qualified) const;
     static void orderFocus(QWidget* window);
     Target* targetNamed(const QString& name) const;

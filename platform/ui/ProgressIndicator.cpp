@@ -25,9 +25,9 @@ int ProgressIndicator::filledPixels() const {
 void ProgressIndicator::displayIfNeeded() {
     // A redraw costs ten times what reading a file's tags does: a scan of thousands of files must
     // not pay it more often than the bar visibly moves and the screen shows anything new.
-    constexpr qint64 frameMilliseconds = 16;
+    constexpr qint64 kFrame = 16;  // ms
     if (!isVisible() || filledPixels() == drawnPixels_) return;
-    if (!sinceDrawing_.isValid() || sinceDrawing_.elapsed() >= frameMilliseconds) repaint();
+    if (!sinceDrawing_.isValid() || sinceDrawing_.elapsed() >= kFrame) repaint();
 }
 
 void ProgressIndicator::paintEvent(QPaintEvent*) {

@@ -26,8 +26,8 @@ QString minutesAndSeconds(double seconds) {
 
 }  // namespace
 
-Slider::Slider(QWidget* parent) : QAbstractSlider(parent) {
-    setOrientation(Qt::Horizontal);
+Slider::Slider(QWidget* parent) : QWidget(parent) {
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
 }
@@ -43,7 +43,7 @@ void Slider::setMaxValue(double value) {
 }
 
 void Slider::setDoubleValue(double value) {
-    if (!isSliderDown()) moveTo(value);
+    if (!isHeld_) moveTo(value);
 }
 
 void Slider::moveTo(double value) {
@@ -72,6 +72,11 @@ void Slider::moveByUser(double value) {
     sendAction();
 }
 
+void Slider::hold(bool isHeld) {
+    isHeld_ = isHeld;
+    update();
+}
+
 double Slider::knobX() const {
     const double span = maxValue_ - minValue_;
     const double fraction = span > 0.0 ? (value_ - minValue_) / span : 0.0;
@@ -89,22 +94,22 @@ void Slider::mousePressEvent(QMouseEvent* event) {
         event->ignore();
         return;
     }
-    setSliderDown(true);
+    hold(true);
     moveTo(valueAt(event->position().x()));
     if (continuous_) sendAction();
 }
 
 void Slider::mouseMoveEvent(QMouseEvent* event) {
-    if (!isSliderDown()) return;
+    if (!isHeld_) return;
     moveTo(valueAt(event->position().x()));
     if (continuous_) sendAction();
 }
 
 void Slider::mouseReleaseEvent(QMouseEvent* event) {
-    if (event->button() != Qt::LeftButton || !isSliderDown()) return;
+    if (event->button() != Qt::LeftButton || !isHeld_) return;
     moveTo(valueAt(event->position().x()));
     // The knob is let go first, so that what the action sets shows at once.
-    setSliderDown(false);
+    hold(false);
     sendAction();
 }
 
@@ -125,8 +130,7 @@ void Slider::keyPressEvent(QKeyEvent* event) {
         case Qt::Key_End:
             return moveByUser(maxValue_);
         default:
-            // Not the base class, which would take keys that it gives another meaning.
-            QWidget::keyPressEvent(event);  // NOLINT(bugprone-parent-virtual-call)
+            QWidget::keyPressEvent(event);
     }
 }
 
@@ -138,8 +142,8 @@ void Slider::wheelEvent(QWheelEvent* event) {
 
 void Slider::hideEvent(QHideEvent* event) {
     // A slider that disappears under the pointer never sees the release.
-    setSliderDown(false);
-    QAbstractSlider::hideEvent(event);
+    hold(false);
+    QWidget::hideEvent(event);
 }
 
 void Slider::paintEvent(QPaintEvent*) {
@@ -157,7 +161,7 @@ void Slider::paintEvent(QPaintEvent*) {
     painter.setBrush(theme::kAccent);
     painter.drawRoundedRect(QRectF(track.topLeft(), QPointF(knob, track.bottom())),
                             kTrackHeight / 2.0, kTrackHeight / 2.0);
-    const double radius = isSliderDown() || underMouse() ? kKnobRadius : kKnobRadius - 1.0;
+    const double radius = isHeld_ || underMouse() ? kKnobRadius : kKnobRadius - 1.0;
     painter.setBrush(Qt::white);
     painter.drawEllipse(QPointF(knob, middle), radius, radius);
     if (!theme::showsFocus(*this)) return;

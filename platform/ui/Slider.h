@@ -2,13 +2,13 @@
 
 #include "platform/ui/Control.h"
 
-#include <QAbstractSlider>
+#include <QWidget>
 
 namespace platform {
 
 /// A horizontal slider over a range of doubles. A press moves the knob to the pointer and the drag
 /// goes on from there; while the knob is held, a value set from outside does not move it.
-class Slider : public QAbstractSlider, public Control {
+class Slider : public QWidget, public Control {
     Q_OBJECT
     /// Whether the action is sent all along a drag, or once when the knob is let go.
     Q_PROPERTY(bool continuous MEMBER continuous_)
@@ -63,6 +63,7 @@ class Slider : public QAbstractSlider, public Control {
 
   private:
     void moveTo(double value);
+    void hold(bool isHeld);
     double valueAt(double x) const;
     double knobX() const;
 
@@ -72,6 +73,7 @@ class Slider : public QAbstractSlider, public Control {
     double keyStep_ = 0.05;
     Unit unit_ = Unit::Fraction;
     bool continuous_ = true;
+    bool isHeld_ = false;  // the knob, by the pointer
 };
 
 }  // namespace platform

@@ -230,7 +230,7 @@ void TableView::focusOutEvent(QFocusEvent* event) {
 void TableView::keyPressEvent(QKeyEvent* event) {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (isReturn && selectedRow() >= 0) {
-        sendActionTo(doubleAction_, target());
+        sendAction();
         return;
     }
     QTableView::keyPressEvent(event);
@@ -239,7 +239,7 @@ void TableView::keyPressEvent(QKeyEvent* event) {
 void TableView::mouseDoubleClickEvent(QMouseEvent* event) {
     QTableView::mouseDoubleClickEvent(event);
     if (event->button() != Qt::LeftButton || !indexAt(event->pos()).isValid()) return;
-    sendActionTo(doubleAction_, target());
+    sendAction();
 }
 
 }  // namespace platform

@@ -86,9 +86,8 @@ class TableView : public QTableView, public Control {
     /// The number of the selected row; -1 when none is.
     std::int64_t selectedRow() const;
 
-    /// The action of a double click on a row, or of Return; it goes to the table's target.
-    void setDoubleAction(const QString& action) { doubleAction_ = action; }
-    const QString& doubleAction() const { return doubleAction_; }
+    /// The action of a double click on a row, or of Return, which is the table's only one.
+    void setDoubleAction(const QString& action) { setAction(action); }
 
   protected:
     void focusInEvent(QFocusEvent* event) override;
@@ -105,7 +104,6 @@ class TableView : public QTableView, public Control {
     Model* model_;
     QStringList columns_;
     QString fileColumn_;
-    QString doubleAction_;
     QString toolTipColumn_;
     QString autosaveName_;
     QString markImageName_;

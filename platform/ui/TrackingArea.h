@@ -7,12 +7,7 @@ namespace platform {
 /// A region of a view that reports when the pointer enters and leaves it, also while another window
 /// is active. It keeps its rectangle when the view is resized.
 struct TrackingArea {
-    enum Options : unsigned {
-        MouseEnteredAndExited = 0x01,
-        ActiveAlways = 0x80,
-    };
     QRectF rect;  ///< in the view's coordinates
-    unsigned options = MouseEnteredAndExited | ActiveAlways;
 };
 
 }  // namespace platform

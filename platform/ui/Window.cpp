@@ -58,13 +58,16 @@ void Window::orderOut() {
     hide();
 }
 
+bool Window::hasAction(const QString& action) const {
+    return action == QLatin1String("makeKeyAndOrderFront") || action == QLatin1String("orderOut");
+}
+
 bool Window::performAction(const QString& action, Control*) {
-    if (action == QLatin1String("makeKeyAndOrderFront")) {
-        makeKeyAndOrderFront();
-    } else if (action == QLatin1String("orderOut")) {
+    if (!hasAction(action)) return false;
+    if (action == QLatin1String("orderOut")) {
         orderOut();
     } else {
-        return false;
+        makeKeyAndOrderFront();
     }
     return true;
 }

@@ -44,6 +44,7 @@ class Window : public QWidget, public Target {
     /// Hides the window; it can be shown again.
     void orderOut();
 
+    bool hasAction(const QString& action) const override;
     /// Knows "makeKeyAndOrderFront" and "orderOut".
     bool performAction(const QString& action, Control* sender) override;
 

@@ -6,7 +6,6 @@
 #include <QApplication>
 
 using platform::Button;
-using platform::Control;
 using platform::View;
 using platform::Window;
 
@@ -27,28 +26,6 @@ class InterfaceFiles : public DeckFixture {
 };
 
 }  // namespace
-
-TEST_F(InterfaceFiles, EveryOutletAndActionIsConnectedAndEveryControlActs) {
-    start();
-    int controls = 0;
-    for (const char* name : {"PDWindow", "PDPreferencesWindow", "PDAboutWindow"}) {
-        const Window* window = interface_->window(QLatin1String(name));
-        ASSERT_NE(window, nullptr) << name;
-        for (QObject* object : window->findChildren<QObject*>()) {
-            const auto* control = dynamic_cast<Control*>(object);
-            if (!control || qobject_cast<platform::TextField*>(object)) continue;
-            ++controls;
-            const auto* table = qobject_cast<platform::TableView*>(object);
-            const QString action = table ? table->doubleAction() : control->action();
-            const bool opensMenu = object->property("menu").isValid();
-            EXPECT_TRUE(opensMenu || !action.isEmpty()) << qPrintable(object->objectName());
-            const auto* controller = dynamic_cast<platform::Controller*>(control->target());
-            EXPECT_TRUE(!controller || controller->hasAction(action))
-                << qPrintable(object->objectName());
-        }
-    }
-    EXPECT_GE(controls, 2 * 11 + 9);
-}
 
 TEST_F(InterfaceFiles, TheMainWindowIsSeeThroughWhateverIsSet) {
     start();

@@ -81,7 +81,6 @@ TEST_F(Startup, TheDesktopPictureStandsBehindBothDecks) {
     for (const PDPlayerType side : {PDLeftPlayer, PDRightPlayer}) {
         EXPECT_TRUE(sameImage(controls(side).background->image(), expected));
         EXPECT_EQ(controls(side).background->image().size(), expected.size());
-        EXPECT_EQ(controls(side).background->imageAlignment(), platform::ImageAlignment::Center);
     }
 }
 
@@ -119,26 +118,14 @@ TEST_F(Startup, StoredSettingsAreRestored) {
                            Image::imageNamed(QStringLiteral("Repeat_one"))));
 }
 
-TEST_F(Startup, TheAboutPanelAndTheCloseButtonsAreDressed) {
+TEST_F(Startup, TheAboutPanelTellsTheVersionAndCloses) {
     start();
-    const auto* about = interface_->window(QStringLiteral("PDAboutWindow"));
-    EXPECT_EQ(about->backgroundColor(), QColor::fromRgbF(0.0F, 0.0F, 0.0F, 0.7F));
-    EXPECT_FALSE(about->isOpaque());
+    auto* about = interface_->window(QStringLiteral("PDAboutWindow"));
     const auto* version =
         about->findChild<platform::TextField*>(QStringLiteral("PDVersionBuildString"));
     EXPECT_THAT(version->stringValue().toStdString(),
                 testing::MatchesRegex("Version: [0-9]+\\.[0-9]+\\.[0-9]+\nBuild: [0-9]+"));
-    auto* close = interface_->mainWindow()->findChild<Button*>(QStringLiteral("PDCloseWindow"));
-    EXPECT_EQ(close->cell()->attributedTitle.string, QStringLiteral("\u2715"));
-    EXPECT_EQ(close->cell()->backgroundColor, QColor::fromRgbF(0.8F, 0.3F, 0.3F));
-    EXPECT_EQ(close->cell()->attributedTitle.font.pixelSize(), 15);
-    EXPECT_EQ(close->cell()->attributedTitle.foregroundColor, QColor(Qt::white));
-    EXPECT_EQ(close->cell()->attributedTitle.alignment, Qt::AlignHCenter);
-    EXPECT_FALSE(close->cell()->bordered);
-    EXPECT_EQ(close->target(), nullptr);
-    EXPECT_EQ(close->action(), QStringLiteral("terminate"));
-
-    interface_->window(QStringLiteral("PDAboutWindow"))->makeKeyAndOrderFront();
+    about->makeKeyAndOrderFront();
     auto* aboutClose = about->findChild<Button*>(QStringLiteral("PDAboutWindowClose"));
     EXPECT_EQ(aboutClose->cell()->attributedTitle.string, QStringLiteral("\u2715"));
     aboutClose->click();

@@ -3,6 +3,8 @@
 #include "platform/ui/Slider.h"
 #include "platform/ui/Window.h"
 
+#include <QProcess>
+
 #include <gmock/gmock.h>
 
 namespace platform {
@@ -58,15 +60,32 @@ TEST(InterfaceLoader, EveryMistakeInAFileIsTold) {
     for (const char* mistake :
          {"no interface file Missing", ": no window", "Wrong: included in itself",
           "misspelt: unknown class Buton", "unknown controller Stranger",
-          "wrongType: no outlet Desk.buttonOne", "wrongAction: no action Desk.fly",
+          "wrongType: no outlet Desk.buttonOne", "buttonTwo: no outlet Desk.buttonTwo",
+          "wrongAction: no action fly", "wrongOrder: no action fly",
           "wrongTarget: no target for Nobody.press", "sourceless: no data source",
           "wrongKeys: no such key: Fly", "wrongKeys: no such key: F1", "wrongKeys: no such key: F2",
-          "wrongKeys: no such key: F3", "Desk.buttonOne: unconnected",
+          "wrongKeys: no such key: F3", "wrongKeys: no such key: F4", "Desk.buttonOne: unconnected",
           "Desk.buttonTwo: unconnected"}) {
         EXPECT_TRUE(told.contains(QLatin1String(mistake))) << mistake << "\n" << qPrintable(told);
     }
     EXPECT_EQ(static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")))->wakes, 0);
     EXPECT_EQ(Interface(QStringLiteral("Nothing"), kClasses).mainWindow(), nullptr);
+}
+
+TEST(InterfaceLoader, AControlThatNobodyGaveAnActionIsTold) {
+    const Interface loaded(QStringLiteral("Idle"), kClasses);
+    EXPECT_EQ(loaded.problems(), QStringList{QStringLiteral("idle: no action ")});
+    EXPECT_EQ(static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")))->wakes, 1);
+}
+
+TEST(InterfaceLoader, AProgramWithMistakesInItsFilesEndsWithTheirList) {
+    QProcess program;
+    program.start(QStringLiteral(PROGRAM_WITH_MISTAKES), QStringList());
+    ASSERT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.exitCode(), 1);
+    // The toolkit may have said something before.
+    EXPECT_TRUE(program.readAllStandardError().endsWith("no interface file Nowhere\n"));
 }
 
 }  // namespace
