@@ -48,6 +48,7 @@ function(pairdeck_room name)
     PUBLIC ${ROOM_LINKS}
     PRIVATE pairdeck_options ${ROOM_PRIVATE_LINKS})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  add_dependencies(${name} rooms)
 endfunction()
 
 # pairdeck_test(name SOURCES ... LINKS ...): a room's unit tests, run offscreen by ctest.

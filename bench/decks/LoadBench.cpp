@@ -7,9 +7,9 @@
 #include "decks/InterfaceClasses.h"
 #include "decks/Pairdeck.h"
 #include "platform/foundation/Path.h"
-#include "platform/workspace/Workspace.h"
 #include "platform/media/MediaAsset.h"
 #include "platform/ui/Application.h"
+#include "platform/workspace/Workspace.h"
 #include "presentation/BlurredBackdrop.h"
 #include "tests/platform/media/TagBytes.h"
 

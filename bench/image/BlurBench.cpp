@@ -9,11 +9,11 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <hwy/targets.h>
 #include <sys/resource.h>
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 using namespace bench;
 using platform::GaussianBlur;
@@ -34,15 +34,6 @@ double kernelMs(const QImage& source, double sigma, int threads, int runs) {
 
 double kernelMs(QSize size, double sigma, int threads, int runs) {
     return kernelMs(photograph(size), sigma, threads, runs);
-}
-
-// Black, but for a white edge: far behind it the filter has next to nothing left to compute with.
-double blackOverPhotograph() {
-    QImage black(kFiveK, QImage::Format_RGBA8888_Premultiplied);
-    black.fill(Qt::black);
-    for (int y = 0; y < black.height(); ++y)
-        black.setPixel(0, y, 0xFFFFFFFF);
-    return kernelMs(black, kArtworkLevel, 2, 7) / kernelMs(kFiveK, kArtworkLevel, 2, 7);
 }
 
 QSizeF backdropSize(const Image& image) {
@@ -93,25 +84,7 @@ void kernelFigures() {
            [] { return kernelMs(kFiveK, kDesktopLevel, 1, 7); });
     figure("blur.1080p_s150_ms", "ms", [] { return kernelMs({1920, 1080}, kDesktopLevel, 2, 31); });
     figure("blur.600_s27_ms", "ms", [] { return kernelMs({600, 600}, kArtworkLevel, 2, 61); });
-    figure("blur.black_over_photograph", "ratio", blackOverPhotograph);
     figure("blur.max_error_levels", "levels", greatestError);
-}
-
-void instructionSetFigures() {
-    const int64_t supported = hwy::SupportedTargets();
-    for (const int64_t set : {HWY_SCALAR, HWY_SSSE3, HWY_SSE4, HWY_AVX2, HWY_AVX3}) {
-        if (set != HWY_SCALAR && (supported & set) == 0) continue;
-        hwy::SetSupportedTargetsForTest(set);
-        hwy::GetChosenTarget().Update(set);
-        const std::string name = std::string("blur.") + hwy::TargetName(set);
-        figure(name + ".5k_s150.two_threads_ms", "ms",
-               [] { return kernelMs(kFiveK, kDesktopLevel, 2, 5); });
-        figure(name + ".5k_s150.one_thread_ms", "ms",
-               [] { return kernelMs(kFiveK, kDesktopLevel, 1, 3); });
-        figure(name + ".max_error_levels", "levels", greatestError);
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().DeInit();
 }
 
 void wholeFigures(const Image& wallpaper) {
@@ -123,21 +96,15 @@ void wholeFigures(const Image& wallpaper) {
            [&] { return whole / kernelMs(kFiveK, kDesktopLevel, 2, 11); });
 }
 
-// The picture's part of a load, from encoded bytes to backdrop.
-void loadFigures() {
-    const auto loadMs = [](QSize size, double level) {
-        const QByteArray jpeg = jpegOf(photograph(size));
-        return medianMs(7, [&] {
-            const Image image = Image::initWithData(jpeg);
-            blurWithLevelAndSize(image, level, backdropSize(image));
-        });
-    };
-    figure("blur.decode_5k_jpeg_ms", "ms", [] {
-        const QByteArray jpeg = jpegOf(photograph(kFiveK));
-        return medianMs(7, [&] { platform::decodedImage(jpeg); });
-    });
-    figure("blur.load_5k_wallpaper_ms", "ms", [&] { return loadMs(kFiveK, kDesktopLevel); });
-    figure("blur.load_600_artwork_ms", "ms", [&] { return loadMs({600, 600}, kArtworkLevel); });
+void decodeFigures() {
+    if (!isAnyWanted("blur.decode_5k_jpeg")) return;
+    const QByteArray jpeg = jpegOf(photograph(kFiveK));
+    Race race;
+    race.enter([&] { platform::decodedImage(jpeg); });
+    race.enter([&] { QImage::fromData(jpeg); });
+    const std::vector<double> times = race.run(7);
+    print("blur.decode_5k_jpeg_ms", times[0], "ms");
+    print("blur.decode_5k_jpeg_toolkit_over_ours", times[1] / times[0], "ratio");
 }
 
 // The same picture through the blurs of others; bench/image/peers says how they are judged.
@@ -171,8 +138,7 @@ int main(int argc, char** argv) {
         wholeFigures(wallpaper);
     }
     kernelFigures();
-    instructionSetFigures();
-    loadFigures();
+    decodeFigures();
     if (hasOption("--peers")) {
         meetPeers("5k_s150", kFiveK, kDesktopLevel);
         meetPeers("1080p_s150", {1920, 1080}, kDesktopLevel);

@@ -4,7 +4,6 @@
 #include "bench/library/Readers.h"
 #include "library/PDSourceManager.h"
 #include "platform/foundation/FileManager.h"
-#include "platform/media/MediaAsset.h"
 
 #include <QApplication>
 #include <QProcess>
@@ -94,9 +93,7 @@ void printOver(const std::string& peer, double time, double ours) {
 
 // All figures but those of growth and of a track's memory come from the races.
 bool areRacesWanted() {
-    constexpr const char* kRaced[] = {"library.scan",   "library.search",  "library.list",
-                                      "library.starts", "library.minimal", "library.one_thread",
-                                      "library.peer"};
+    constexpr const char* kRaced[] = {"library.scan", "library.search", "library.peer"};
     return std::any_of(std::begin(kRaced), std::end(kRaced), isAnyWanted);
 }
 
@@ -111,28 +108,18 @@ double raceOnWarmCache(const QString& folder) {
     race.enter([&] { deck.scan(folder); });
     race.enter([&] { deck.search(kSearched); });
     race.enter([&] { deck.scanWithTagLib(folder); });
-    race.enter([&] { pathsIn(folder); });
-    race.enter([&] { readStarts(pathsIn(folder)); });
-    race.enter([&] { readMinimal(pathsIn(folder)); });
-    race.enter([&] {
-        for (const QString& path : pathsIn(folder))
-            platform::MediaAsset::URLAssetWithURL(path);
-    });
     race.enter([&] { readWithTagLib(pathsIn(folder), 1); });
     race.enter([&] { readWithTagLib(pathsIn(folder), 2); });
     constexpr int kRounds = 9;
     const std::vector<double> times = race.run(kRounds);
-    const char* const names[] = {"scan_10k.warm_ms",    "scan_10k.rescan_ms",
-                                 "search_keystroke_ms", "scan_10k.through_taglib_ms",
-                                 "list_10k.warm_ms",    "starts_10k.warm_ms",
-                                 "minimal_10k.warm_ms", "one_thread_10k.warm_ms"};
+    const char* const names[] = {"scan_10k.warm_ms", "scan_10k.rescan_ms", "search_keystroke_ms",
+                                 "scan_10k.through_taglib_ms"};
     for (std::size_t i = 0; i < std::size(names); ++i)
         print(std::string("library.") + names[i], times[i], "ms");
     print("library.scan_10k.over_taglib", times[3] / times[0], "ratio");
-    print("library.scan_10k.over_minimal", times[0] / times[6], "ratio");
     print("library.search_over_scan", times[2] / times[1], "ratio");
-    printOver("taglib", times[8], times[0]);
-    printOver("taglib_two_threads", times[9], times[0]);
+    printOver("taglib", times[4], times[0]);
+    printOver("taglib_two_threads", times[5], times[0]);
     return times[0];
 }
 
@@ -151,8 +138,6 @@ void raceOnColdCache(const QString& folder) {
     forgetFiles();
     print("library.scan_10k.through_taglib_cold_ms",
           elapsedMs([&] { deck.scanWithTagLib(folder); }), "ms");
-    forgetFiles();
-    print("library.minimal_10k.cold_ms", elapsedMs([&] { readMinimal(pathsIn(folder)); }), "ms");
 }
 
 // What the heap has given out, its own bookkeeping included: unlike resident memory it tells

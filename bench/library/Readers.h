@@ -5,13 +5,6 @@
 /// The entries of `listing` below `folder` that the library keeps, as full paths.
 QStringList trackPaths(const QString& folder, const QStringList& listing);
 
-/// Reads the first 4 KB of each file and nothing more.
-void readStarts(const QStringList& paths);
-
-/// Reads title and artist of well-made ID3v2.3, ID3v2.4 and MP4 tags with no heed to anything else:
-/// what no reader of tags can well do without. Gives the number of texts found.
-int readMinimal(const QStringList& paths);
-
 /// The texts that a track shows.
 struct Texts {
     QString title;

@@ -23,10 +23,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QByteArray content(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     std::ofstream(file.toStdString(), std::ios::binary) << content.toStdString();
 
-    const QString key = QStringLiteral("PDLeftVolume");
+    const QString key = QStringLiteral("PairdeckLeftRepeatState");
     {
         platform::UserDefaults defaults(file);
-        defaults.valueOfTypeForKey<QString>(QStringLiteral("PDLeftDefaultDirectory"));
+        defaults.valueOfTypeForKey<QString>(QStringLiteral("PairdeckLeftDefaultDirectory"));
         defaults.setValueForKey(42, key);
         if (!defaults.synchronize()) std::abort();
     }

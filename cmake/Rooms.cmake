@@ -1,0 +1,17 @@
+# The rooms, lowest first, and what each may include besides its own: other rooms, then the headers
+# of libraries that no other room sees. The build makes them in this order and refuses an include
+# that is not in this table.
+
+set(PAIRDECK_ROOMS
+    "platform/foundation |  |"
+    "platform/workspace | platform/foundation | gio/"
+    "platform/containers | platform/foundation |"
+    "platform/media | platform/foundation platform/containers | tiostream.h tfile.h apetag.h zlib.h"
+    "platform/audio | platform/foundation platform/containers | libav libsw cubeb/ soxr.h"
+    "platform/image | platform/foundation | hwy/ lcms2 turbojpeg.h"
+    "platform/ui | platform/foundation platform/image | private/"
+    "library | platform/foundation platform/media platform/ui |"
+    "presentation | platform/foundation platform/image platform/ui |"
+    "decks | library presentation platform/ |"
+    "desktop | decks library presentation platform/foundation platform/ui |"
+    "app | decks desktop platform/ui |")
