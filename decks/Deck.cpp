@@ -122,7 +122,6 @@ void Deck::load(const QString& path) {
 
 void Deck::showTrack(const QString& path) {
     tags_ = readTags(path);
-    // Only the picture that counts, the last one, is decoded.
     const Image artwork = tags_.artwork ? Image::initWithData(*tags_.artwork) : Image();
     const bool hasArtwork = !artwork.isNull();
     if (!hasArtwork) tags_.artwork.reset();

@@ -74,13 +74,15 @@ bool exists(const QString& path) {
     return ::lstat(fileSystemRepresentation(path).constData(), &status) == 0;
 }
 
-// Whether there is something at `path` that the program can never read. What it can't read just now
-// (for want of memory, or by a disk's fault) may be whole.
+// Whether there is a file or folder at `path` that the program can never read settings from. What
+// it can't read just now (for want of memory, or by a disk's fault) may be whole, and a device or a
+// FIFO is somebody's who still needs it where it is.
 bool isForbidden(const QString& path) {
     const QByteArray name = fileSystemRepresentation(path);
     struct stat status = {};
     return ::lstat(name.constData(), &status) == 0 &&
-           (!S_ISREG(status.st_mode) || ::access(name.constData(), R_OK) != 0);
+           (S_ISDIR(status.st_mode) ||
+            (S_ISREG(status.st_mode) && ::access(name.constData(), R_OK) != 0));
 }
 
 // Gives `from` the name `to` if that is free; false otherwise, errno then EEXIST.
@@ -160,8 +162,10 @@ std::optional<QJsonObject> updateDefaultsFile(const QString& path, const QJsonOb
     const QString folder = folderOf(path);
     if (!makeFolder(folder)) return std::nullopt;
 
-    // The name is fixed, so that a killed process leaves at most one such file, and locked, so
-    // that two processes neither mix their bytes nor lose each other's values.
+    // By hand and not by QSaveFile, whose files have names of their own and no lock, and which
+    // makes no folder and flushes none. The name is fixed, so that a killed process leaves at most
+    // one such file, and locked, so that two processes neither mix their bytes nor lose each
+    // other's values.
     const QString newPath = path + QStringLiteral(".new");
     const NewFile file(newPath);
     if (!file.isLocked()) return std::nullopt;

@@ -171,6 +171,36 @@ TEST(Engine, ManyRequestsEndAtTheLast) {
     expectSong(rig.render(4800), song, after + kRampFrames);
 }
 
+TEST(Engine, AnOfferWaitsWhileALaneFades) {
+    const auto laneOf = [](float value, uint64_t request) {
+        const InRole worker(ThreadRole::Worker);
+        auto lane = std::make_unique<Lane>(kRate);
+        const std::vector<float> frames(2 * kRate, value);
+        lane->ring.write(frames.data(), kRate);
+        lane->rate = kRate;
+        lane->request = request;
+        return lane;
+    };
+    const auto lanes = {laneOf(0.8F, 1), laneOf(0.4F, 2), laneOf(-0.8F, 3)};
+    Voice voice;
+    voice.setPlaying(true);
+    std::vector<float> heard;
+    for (const auto& lane : lanes) {
+        {
+            const InRole worker(ThreadRole::Worker);
+            voice.offer(lane.get());
+        }
+        // The first settles; the second still fades in when the third comes.
+        const size_t frames = lane->request == 1 ? 2 * kRampFrames : 64;
+        std::vector<float> block(2 * frames);
+        const InRole callback(ThreadRole::Callback);
+        voice.mix(block.data(), frames, kRate, 0);
+        heard.insert(heard.end(), block.begin(), block.end());
+    }
+    EXPECT_EQ(voice.progress().request, 2U);
+    EXPECT_LE(largestStep(heard), 0.01F);
+}
+
 TEST(Engine, TheSongGoesOnWhenTheRateChanges) {
     const auto tone = sine(1000, 0.5, kRate, 4 * kRate);
     Rig rig;

@@ -42,8 +42,7 @@ class Resampling : public testing::TestWithParam<Rates> {
 };
 
 INSTANTIATE_TEST_SUITE_P(Rates, Resampling,
-                         testing::Values(Rates{44100, 48000, 19500}, Rates{48000, 44100, 20000},
-                                         Rates{96000, 48000, 20000}, Rates{44100, 192000, 19500}));
+                         testing::Values(Rates{44100, 48000, 19500}, Rates{96000, 48000, 20000}));
 
 TEST_P(Resampling, IsTransparent) {
     const auto [from, to, highest] = GetParam();

@@ -13,6 +13,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -189,6 +190,46 @@ TEST_F(UserDefaultsTest, DamagedFilesCountAsEmptyAndAreAllKept) {
     defaults.setValueForKey(2, kOther);
     EXPECT_TRUE(defaults.synchronize());
     EXPECT_THAT(UserDefaults(file).valueForKey(kKey), Optional(DefaultsValue(1)));
+}
+
+TEST_F(UserDefaultsTest, AnUnreadableFileIsKeptAside) {
+    // In a process of its own, which may become a user who can't read everything.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto isKept = [this] {
+        constexpr uid_t kNobody = 65534;
+        writeFile(file, R"({"key": 1})");
+        for (const QString& path : {folder.path(), file})
+            if (::geteuid() == 0 && ::chown(qPrintable(path), kNobody, kNobody) != 0) return false;
+        ::chmod(qPrintable(file), 0);
+        if (::geteuid() == 0 && ::setuid(kNobody) != 0) return false;
+        UserDefaults defaults(file);
+        const bool isEmpty = !defaults.valueForKey(kKey);
+        defaults.setValueForKey(2, kKey);
+        return isEmpty && defaults.synchronize() && entries().size() == 2 &&
+               UserDefaults(file).valueForKey(kKey) == DefaultsValue(2);
+    };
+    EXPECT_EXIT(::_exit(isKept() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(UserDefaultsTest, WhatIsNoFileBehindALinkStaysAsItIs) {
+    const QByteArray device = QFile::encodeName(folder.filePath(QStringLiteral("device")));
+    // What /dev/null is, or for a user who may make none, a FIFO.
+    const bool isMade = ::mknod(device.constData(), S_IFCHR | 0666, makedev(1, 3)) == 0 ||
+                        ::mkfifo(device.constData(), 0600) == 0;
+    ASSERT_TRUE(isMade);
+    ASSERT_EQ(::symlink(device.constData(), qPrintable(file)), 0);
+    struct stat before = {};
+    ASSERT_EQ(::lstat(device.constData(), &before), 0);
+    UserDefaults defaults(file);
+    EXPECT_EQ(defaults.valueForKey(kKey), std::nullopt);
+    defaults.setValueForKey(1, kKey);
+    EXPECT_FALSE(defaults.synchronize());
+    struct stat after = {};
+    ASSERT_EQ(::lstat(device.constData(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_TRUE(QFileInfo(file).isSymLink());
+    EXPECT_THAT(defaults.valueForKey(kKey), Optional(DefaultsValue(1)));
 }
 
 TEST_F(UserDefaultsTest, AChangeIsOnDiskBeforeSynchronizeReturns) {
