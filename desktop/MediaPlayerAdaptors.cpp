@@ -69,8 +69,9 @@ QString PlayerAdaptor::loopStatus() const {
 
 void PlayerAdaptor::setLoopStatus(const QString& status) {
     const auto& names = loopStatuses();
-    const auto* const known = std::find(names.begin(), names.end(), status);
-    if (known != names.end() && status != loopStatus()) deck_.setRepeat(known - names.begin());
+    // What is none of the names comes out as no state, which changes nothing.
+    const auto state = std::find(names.begin(), names.end(), status) - names.begin();
+    if (state != deck_.repeat()) deck_.setRepeat(state);
 }
 
 void PlayerAdaptor::setRate(double rate) {

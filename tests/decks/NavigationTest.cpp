@@ -93,11 +93,16 @@ TEST_F(Navigation, ShuffleDrawsFromTheWholeList) {
     controls(PDLeftPlayer).shuffleButton->click();
     ASSERT_TRUE(deck(PDLeftPlayer).isShuffling());
     std::set<QString> drawn;
+    int loads = 0;
+    const QObject observer;
+    platform::NotificationCenter::defaultCenter().addObserver(
+        observer, Pairdeck::playerStatusDidChange(), [&](const auto&) { ++loads; });
     for (int i = 0; i < 60; ++i) {
         decks().playNextTrackAt(controls(PDLeftPlayer).next);
         drawn.insert(loaded(PDLeftPlayer));
     }
     EXPECT_EQ(drawn.size(), 3u);
+    EXPECT_EQ(loads, 60);
     fillList(PDLeftPlayer, {});
     decks().playNextTrackAt(controls(PDLeftPlayer).next);
     EXPECT_TRUE(drawn.contains(loaded(PDLeftPlayer)));

@@ -71,7 +71,7 @@ TEST_F(Remote, WorksTheDecksOwnButtonsAndSettings) {
     player_->setShuffle(true);
     EXPECT_EQ(stored(QStringLiteral("PairdeckLeftShuffleState")), platform::DefaultsValue(true));
     EXPECT_EQ(controls(PDLeftPlayer).shuffleButton->state(), 1);
-    for (const double volume : {-3.0, std::numeric_limits<double>::quiet_NaN(), 7.0, 0.25})
+    for (const double volume : {-3.0, 7.0, 0.25, std::numeric_limits<double>::quiet_NaN()})
         player_->setVolume(volume);
     EXPECT_EQ(deck(PDLeftPlayer).volume(), 0.25F);
     EXPECT_EQ(controls(PDLeftPlayer).volumeSlider->doubleValue(), 0.25);
