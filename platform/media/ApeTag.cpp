@@ -3,6 +3,7 @@
 #include "platform/media/TagText.h"
 
 #include <apetag.h>
+#include <taglib.h>
 #include <tfile.h>
 #include <tiostream.h>
 
@@ -13,35 +14,46 @@ namespace platform {
 
 namespace {
 
+// The numbers of a stream, which TagLib 2 widened to the system's own for large files.
+#if TAGLIB_MAJOR_VERSION >= 2
+using Offset = TagLib::offset_t;
+using Start = TagLib::offset_t;
+using Length = std::size_t;
+#else
+using Offset = long;
+using Start = unsigned long;
+using Length = unsigned long;
+#endif
+
 // A ByteReader as TagLib sees a file: it may only be read, and within the reader's bounds.
 class ReaderStream : public TagLib::IOStream {
   public:
     explicit ReaderStream(ByteReader& file) : file_(file) {}
 
     TagLib::FileName name() const override { return ""; }
-    TagLib::ByteVector readBlock(unsigned long length) override {
-        const qint64 wanted = std::min<unsigned long>(length, ByteReader::kBytes);
+    TagLib::ByteVector readBlock(Length length) override {
+        const qint64 wanted = std::min<Length>(length, ByteReader::kBytes);
         const QByteArray bytes = file_.copy(position_, wanted);
         position_ += bytes.size();
         return {bytes.constData(), static_cast<unsigned>(bytes.size())};
     }
     void writeBlock(const TagLib::ByteVector&) override {}
-    void insert(const TagLib::ByteVector&, unsigned long, unsigned long) override {}
-    void removeBlock(unsigned long, unsigned long) override {}
+    void insert(const TagLib::ByteVector&, Start, Length) override {}
+    void removeBlock(Start, Length) override {}
     bool readOnly() const override { return true; }
     bool isOpen() const override { return true; }
-    void seek(long offset, Position from) override {
+    void seek(Offset offset, Position from) override {
         if (from == Current) offset += position_;
         if (from == End) offset += file_.size();
-        position_ = std::max(offset, 0L);
+        position_ = std::max<Offset>(offset, 0);
     }
-    long tell() const override { return position_; }
-    long length() override { return file_.size(); }
-    void truncate(long) override {}
+    Offset tell() const override { return position_; }
+    Offset length() override { return file_.size(); }
+    void truncate(Offset) override {}
 
   private:
     ByteReader& file_;
-    long position_ = 0;
+    Offset position_ = 0;
 };
 
 // A file without a format of its own: TagLib looks at the one tag it is asked for and nowhere else.
