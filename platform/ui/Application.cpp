@@ -15,19 +15,25 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
 
 namespace platform {
 
 namespace {
+
+constexpr int kUsageError = 2;
 
 /// What the program was started with, but for the toolkit's own options, as absolute paths.
 QStringList pathsOfArguments(int argc, char** argv) {
     std::error_code error;
     const QByteArray folder(std::filesystem::current_path(error).c_str());
     QStringList paths;
+    bool onlyPaths = false;
     for (int i = 1; i < argc; ++i) {
         const QByteArray argument(argv[i]);
-        if (const auto path = pathWithFileURL(argument)) {
+        if (argument == "--" && !onlyPaths) {
+            onlyPaths = true;
+        } else if (const auto path = pathWithFileURL(argument)) {
             paths << *path;
         } else if (!argument.isEmpty()) {
             const QByteArray absolute =
@@ -36,6 +42,35 @@ QStringList pathsOfArguments(int argc, char** argv) {
         }
     }
     return paths;
+}
+
+/// The first argument before "--" that looks like an option and satisfies `test`; null without.
+template <typename Test>
+const char* findOption(int argc, char** argv, const Test& test) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument(argv[i]);
+        if (argument == "--") break;
+        if (argument.size() > 1 && argument[0] == '-' && test(argument)) return argv[i];
+    }
+    return nullptr;
+}
+
+/// Answers --help and --version, which need neither a screen nor a session; tells whether it did.
+bool answerQuestions(int argc, char** argv, const Bundle& bundle, const char* help) {
+    const char* question = findOption(argc, argv, [](std::string_view option) {
+        return option == "--help" || option == "-h" || option == "--version";
+    });
+    if (!question) return false;
+    const auto value = [&](const char* key) {
+        return bundle.objectForInfoDictionaryKey(QLatin1String(key)).value_or(QString());
+    };
+    if (question == std::string_view("--version")) {
+        std::printf("%s %s\n", qPrintable(value("CFBundleName")),
+                    qPrintable(value("CFBundleShortVersionString")));
+    } else {
+        std::fputs(help, stdout);
+    }
+    return true;
 }
 
 void applyBundle(QApplication& application, const Bundle& bundle) {
@@ -76,11 +111,17 @@ bool Application::performAction(const QString& action, Control*) {
 }
 
 int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
-                    ApplicationDelegate* delegate) {
+                    ApplicationDelegate* delegate, const char* help) {
     const Bundle& bundle = Bundle::mainBundle();
+    if (answerQuestions(argc, argv, bundle, help)) return EXIT_SUCCESS;
     QApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     QApplication application(argc, argv);
+    // What the toolkit has not taken out is nobody's.
+    if (const char* option = findOption(argc, argv, [](std::string_view) { return true; })) {
+        std::fprintf(stderr, "%s: unknown option %s; see --help\n", argv[0], option);
+        return kUsageError;
+    }
     const QStringList paths = pathsOfArguments(argc, argv);
     if (delegate && !delegate->applicationShouldLaunch(paths)) return 0;
     const TerminationSignals signals([] { Application::sharedApplication().terminate(); });

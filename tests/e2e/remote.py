@@ -114,6 +114,23 @@ class Files(Scene):
         self.hears(right=600)
 
 
+class Options(Scene):
+    def test_questions_are_answered_and_mistakes_named(self):
+        def answer(*words):
+            return subprocess.run([EXECUTABLE, *words], capture_output=True, text=True, timeout=10, check=False)
+
+        self.assertRegex(answer("--version").stdout, r"^Pairdeck \d+\.\d+\.\d+\n$")
+        told = answer("--help", "Right")
+        self.assertEqual((told.returncode, told.stderr), (0, ""))
+        self.assertIn("--version", told.stdout)
+        mistake = answer("--loud", str(self.folder / "Right"))
+        self.assertEqual((mistake.returncode, mistake.stdout), (2, ""))
+        self.assertIn("--loud", mistake.stderr)
+        # None of them reached the program that runs.
+        self.deck.show("library")
+        self.assertCountEqual(self.deck.titles(), [tone.title for tone in self.left])
+
+
 class Endings(Scene):
     def test_signals_end_it_with_everything_saved(self):
         # Ignored in what a script starts in the background, and the program heeds that.
