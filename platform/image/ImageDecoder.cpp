@@ -8,6 +8,8 @@
 #include <QBuffer>
 #include <QColorSpace>
 #include <QImageReader>
+#include <QPainter>
+#include <QSvgRenderer>
 
 #include <algorithm>
 #include <iterator>
@@ -24,7 +26,27 @@ bool isSixteenBit(QImage::Format format) {
            format == QImage::Format_RGBA64_Premultiplied || format == QImage::Format_Grayscale16;
 }
 
-QImage decodedByReader(const QByteArray& data, Drawings drawings) {
+// Whether `data` may be a drawing: XML, or compressed (RFC 1952) as drawings often are.
+bool mayBeDrawing(const QByteArray& data) {
+    constexpr qsizetype kBeginning = 4096;
+    return data.startsWith("\x1F\x8B") ||
+           data.first(std::min(kBeginning, data.size())).contains("<svg");
+}
+
+// By the renderer itself: its plugin for the reader is not installed everywhere.
+QImage decodedDrawing(const QByteArray& data) {
+    QSvgRenderer renderer(data);
+    const QSize size = renderer.isValid() ? renderer.defaultSize() : QSize();
+    if (!isDecodableSize(size, 4)) return {};
+    QImage image = largeBitmap(size, QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull()) return image;
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    renderer.render(&painter);
+    return image;
+}
+
+QImage decodedByReader(const QByteArray& data) {
     QBuffer buffer;
     buffer.setData(data);
     buffer.open(QIODevice::ReadOnly);
@@ -33,9 +55,7 @@ QImage decodedByReader(const QByteArray& data, Drawings drawings) {
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
     const QByteArray format = reader.format();
-    const bool isDrawing = drawings == Drawings::Decoded && format == "svg";
-    if (!isDrawing &&
-        std::find(std::begin(kFormats), std::end(kFormats), format) == std::end(kFormats))
+    if (std::find(std::begin(kFormats), std::end(kFormats), format) == std::end(kFormats))
         return {};
     const QSize size = reader.size();
     const QImage::Format pixels = reader.imageFormat();
@@ -66,7 +86,8 @@ QImage premultiplied(QImage image) {
 
 QImage decodedImage(const QByteArray& data, Drawings drawings) {
     if (isJpeg(data)) return decodedJpeg(data);
-    QImage image = decodedByReader(data, drawings);
+    const bool isDrawing = drawings == Drawings::Decoded && mayBeDrawing(data);
+    QImage image = isDrawing ? decodedDrawing(data) : decodedByReader(data);
     if (image.isNull()) return image;
     image = inStandardColours(image, image.colorSpace().iccProfile());
     image.setColorSpace(QColorSpace());

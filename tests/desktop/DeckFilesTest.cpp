@@ -20,7 +20,7 @@ class Files : public DeckFixture {
             std::make_unique<DeckFiles>(decks(), library(PDLeftPlayer), library(PDRightPlayer));
         song_ = makeSong(QStringLiteral("Song.MP3"), 1.0);
         text_ = folder_.filePath(QStringLiteral("notes.txt"));
-        QFile(text_).open(QIODevice::WriteOnly);
+        EXPECT_TRUE(QFile(text_).open(QIODevice::WriteOnly));
         // A name that is no valid UTF-8, and characters that mean something in URLs.
         album_ = folder_.filePath(QStringLiteral("100% #1?")) + QChar(0xDCE9);
         std::string native = platform::fileSystemRepresentation(album_).toStdString();

@@ -42,15 +42,23 @@ class Guardian : public QDBusVirtualObject {
 };
 
 /// Long enough for every message that is under way to arrive.
-constexpr int settling = 300;
+constexpr int kSettling = 300;
 
 const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString kHandle = QStringLiteral("/org/freedesktop/portal/desktop/request/1");
 const QString kScreenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
 
+class Sleeplessness : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+            GTEST_SKIP() << "no dbus-daemon to speak to";
+    }
+};
+
 }  // namespace
 
-TEST(SleepInhibitor, HoldsByThePortalAndLetsGoInPause) {
+TEST_F(Sleeplessness, HoldsByThePortalAndLetsGoInPause) {
     Guardian portal(kPortal, QVariant::fromValue(QDBusObjectPath(kHandle)));
     Guardian other(kScreenSaver, 7U);
     SleepInhibitor inhibitor(QDBusConnection::sessionBus());
@@ -67,20 +75,20 @@ TEST(SleepInhibitor, HoldsByThePortalAndLetsGoInPause) {
     inhibitor.setActive(false);
     inhibitor.setActive(true);
     ASSERT_TRUE(waitUntil([&] { return portal.calls.size() == 3; }));
-    QTest::qWait(settling);
+    QTest::qWait(kSettling);
     ASSERT_EQ(portal.calls.size(), 3);
     inhibitor.setActive(false);
     EXPECT_TRUE(waitUntil([&] { return portal.calls == once + once; }));
     EXPECT_EQ(other.calls, QStringList());
 }
 
-TEST(SleepInhibitor, TakesTheNextServiceWhereOneIsMissing) {
+TEST_F(Sleeplessness, TakesTheNextServiceWhereOneIsMissing) {
     Guardian screenSaver(kScreenSaver, 7U);
     {
         SleepInhibitor inhibitor(QDBusConnection::sessionBus());
         inhibitor.setActive(true);
         ASSERT_TRUE(waitUntil([&] { return screenSaver.calls.size() == 1; }));
-        QTest::qWait(settling);
+        QTest::qWait(kSettling);
         ASSERT_EQ(screenSaver.calls.size(), 1);
     }
     EXPECT_TRUE(waitUntil([&] {

@@ -4,6 +4,7 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QStandardPaths>
 #include <QThread>
 #include <QTimer>
 
@@ -27,6 +28,12 @@ QString channelMap(int channels) {
 }
 
 }  // namespace
+
+bool SoundServer::isInstalled() {
+    for (const char* program : {"pulseaudio", "pactl", "parec", "pacat"})
+        if (QStandardPaths::findExecutable(QLatin1String(program)).isEmpty()) return false;
+    return true;
+}
 
 SoundServer::SoundServer() {
     if (!folder_.isValid()) std::abort();

@@ -14,6 +14,8 @@ namespace platform::audio {
 /// environment points to it from construction on, so that players find it and nothing else.
 class SoundServer {
   public:
+    /// Whether this machine has what `start` and the recording need.
+    static bool isInstalled();
     /// Makes the environment; the server starts with `start`.
     SoundServer();
     ~SoundServer();

@@ -77,8 +77,8 @@ TEST(Image, DecodesEveryFormat) {
     const QColor colour(200, 40, 90);
     for (const char* format : {"png", "jpg", "webp", "bmp", "tiff"}) {
         SCOPED_TRACE(format);
-        const Image image = Image::initWithData(encoded(flat({45, 31}, colour), format));
-        EXPECT_EQ(image.size(), QSizeF(45, 31));
+        const Image image = Image::initWithData(encoded(flat({450, 310}, colour), format));
+        EXPECT_EQ(image.size(), QSizeF(450, 310));
         ASSERT_EQ(image.bitmap().format(), QImage::Format_RGBA8888_Premultiplied);
         expectNear(image.bitmap().pixel(20, 20), colour.rgba(), 3);
     }

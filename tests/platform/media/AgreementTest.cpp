@@ -13,6 +13,16 @@
 namespace platform {
 namespace {
 
+// An MPEG file without its audio's properties; TagLib 2 has turned the arguments round.
+struct MpegFile : TagLib::MPEG::File {
+#if TAGLIB_MAJOR_VERSION >= 2
+    explicit MpegFile(TagLib::IOStream* stream) : TagLib::MPEG::File(stream, false) {}
+#else
+    explicit MpegFile(TagLib::IOStream* stream)
+        : TagLib::MPEG::File(stream, TagLib::ID3v2::FrameFactory::instance(), false) {}
+#endif
+};
+
 // Tags as the field's standard library writes and reads them, and as we read them.
 class Agreement : public ::testing::TestWithParam<const char16_t*> {
   protected:
@@ -48,7 +58,7 @@ TEST_P(Agreement, OnId3v2) {
         for (const auto version : {TagLib::ID3v2::v3, TagLib::ID3v2::v4}) {
             TagLib::ID3v2::FrameFactory::instance()->setDefaultTextEncoding(encoding);
             TagLib::ByteVectorStream stream(emptyFile());
-            TagLib::MPEG::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+            MpegFile file(&stream);
             TagLib::ID3v2::Tag* const tag = file.ID3v2Tag(true);
             tag->setTitle(text());
             tag->setArtist(text());
@@ -61,7 +71,7 @@ TEST_P(Agreement, OnId3v2) {
             tag->addFrame(frame);
             ASSERT_TRUE(file.save(TagLib::MPEG::File::ID3v2, TagLib::File::StripOthers, version));
             stream.seek(0);
-            TagLib::MPEG::File again(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+            MpegFile again(&stream);
             expectAgreement(*stream.data(), *again.ID3v2Tag());
             ByteReader reader(bytes(*stream.data()));
             EXPECT_EQ(pictureOf(reader), bytes(picture_));
@@ -73,14 +83,14 @@ TEST_P(Agreement, OnId3v2) {
 TEST_P(Agreement, OnApeAndId3v1) {
     for (const int kind : {TagLib::MPEG::File::APE, TagLib::MPEG::File::ID3v1}) {
         TagLib::ByteVectorStream stream(emptyFile());
-        TagLib::MPEG::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+        MpegFile file(&stream);
         TagLib::Tag* tag = file.APETag(true);
         if (kind == TagLib::MPEG::File::ID3v1) tag = file.ID3v1Tag(true);
         tag->setTitle(text());
         tag->setAlbum("Album");
         ASSERT_TRUE(file.save(kind, TagLib::File::StripOthers));
         stream.seek(0);
-        const TagLib::MPEG::File again(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+        const MpegFile again(&stream);
         expectAgreement(*stream.data(), *again.tag());
     }
 }
