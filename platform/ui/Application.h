@@ -28,8 +28,8 @@ class Application final : public Target {
 /// and SIGHUP end in an orderly way. The remaining arguments are files to open, as paths or "file:"
 /// URLs. `delegate` is told of it all; it is not owned and may be null. Returns the exit code of
 /// the event loop; 1 at once for interface files with problems, which are programming errors and
-/// are listed on the standard error output. `--help` prints `help`, `--version` the bundle's name and
-/// version, without a screen; an option that is nobody's gives 2. What follows "--" are files.
+/// are listed on the standard error output. `--help` prints `help`, `--version` the bundle's name
+/// and version, without a screen; an option that is nobody's gives 2. What follows "--" are files.
 int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
                     ApplicationDelegate* delegate = nullptr, const char* help = "");
 
