@@ -281,10 +281,9 @@ void Deck::showRepeat() {
         const char* image;
         const char* words;
     };
-    constexpr Look kOff = {"Repeat_inactive", "Repeat: off"};
     const Look look = repeat_ == PDRepeatAll   ? Look{"Repeat", "Repeat: all"}
                       : repeat_ == PDRepeatOne ? Look{"Repeat_one", "Repeat: one"}
-                                               : kOff;
+                                               : Look{"Repeat_inactive", "Repeat: off"};
     controls_.repeatButton->setImage(Image::imageNamed(QLatin1String(look.image)));
     controls_.repeatButton->setToolTip(QLatin1String(look.words));
     controls_.repeatButton->setAccessibleDescription(QLatin1String(look.words));

@@ -43,6 +43,7 @@ QImage decodedDrawing(const QByteArray& data) {
     image.fill(Qt::transparent);
     QPainter painter(&image);
     renderer.render(&painter);
+    painter.end();
     return image;
 }
 
@@ -86,8 +87,10 @@ QImage premultiplied(QImage image) {
 
 QImage decodedImage(const QByteArray& data, Drawings drawings) {
     if (isJpeg(data)) return decodedJpeg(data);
-    const bool isDrawing = drawings == Drawings::Decoded && mayBeDrawing(data);
-    QImage image = isDrawing ? decodedDrawing(data) : decodedByReader(data);
+    QImage image = decodedByReader(data);
+    // Last, as a picture's own metadata may hold what looks like a drawing.
+    if (image.isNull() && drawings == Drawings::Decoded && mayBeDrawing(data))
+        image = decodedDrawing(data);
     if (image.isNull()) return image;
     image = inStandardColours(image, image.colorSpace().iccProfile());
     image.setColorSpace(QColorSpace());

@@ -5,6 +5,7 @@
 #include "tests/platform/audio/SoundServer.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -25,6 +26,12 @@ std::unique_ptr<AudioPlayer> playerOf(double seconds) {
         waveFile(sine(440, 0.5, 44100, static_cast<size_t>(seconds * 44100)), 44100));
 }
 
+/// That `player`, which was at `from` when `clock` started, has not run faster than that clock.
+void expectNoFaster(const AudioPlayer& player, double from, const QElapsedTimer& clock) {
+    const double position = player.currentTime();
+    EXPECT_LE(position, from + static_cast<double>(clock.elapsed()) * 1e-3 + 0.05);
+}
+
 TEST(Player, StartsPausedAndClampsWhatItIsTold) {
     EXPECT_EQ(AudioPlayer::initWithData("no audio"), nullptr);
     const auto player = playerOf(2);
@@ -43,8 +50,10 @@ TEST(Player, StartsPausedAndClampsWhatItIsTold) {
     EXPECT_DOUBLE_EQ(player->currentTime(), 2) << "paused, it stays";
 }
 
-TEST(Player, RunsOnAndNeverBackwards) {
+TEST(Player, RunsInRealTimeAndNeverBackwards) {
     const auto player = playerOf(5);
+    QElapsedTimer clock;
+    clock.start();
     player->play();
     double before = 0;
     for (int i = 0; i < 100; ++i) {
@@ -53,8 +62,11 @@ TEST(Player, RunsOnAndNeverBackwards) {
         before = player->currentTime();
     }
     EXPECT_TRUE(runEventsUntil([&] { return player->currentTime() > 0.2; }, 5));
+    expectNoFaster(*player, 0, clock);
+    clock.restart();
     player->setCurrentTime(3);
     EXPECT_GE(player->currentTime(), 3);
+    expectNoFaster(*player, 3, clock);
     EXPECT_TRUE(runEventsUntil([&] { return player->currentTime() > 3.1; }, 5));
     player->pause();
     runEvents(0.1);
@@ -65,8 +77,10 @@ TEST(Player, RunsOnAndNeverBackwards) {
     runEvents(0.1);
     EXPECT_DOUBLE_EQ(player->currentTime(), 1);
     EXPECT_FALSE(player->isPlaying());
+    clock.restart();
     player->play();
     EXPECT_TRUE(runEventsUntil([&] { return player->currentTime() > 1.05; }, 5));
+    expectNoFaster(*player, 1, clock);
 }
 
 TEST(Player, EndsOnceStaysThereAndStartsAgain) {
@@ -82,13 +96,18 @@ TEST(Player, EndsOnceStaysThereAndStartsAgain) {
     EXPECT_EQ(player->currentTime(), player->duration());
     runEvents(0.2);
     EXPECT_EQ(listener.ends, 1);
+    QElapsedTimer clock;
+    clock.start();
     player->play();
     EXPECT_LT(player->currentTime(), player->duration());
+    expectNoFaster(*player, 0, clock);
     ASSERT_TRUE(runEventsUntil([&] { return listener.ends > 1; }, 10));
     // Moved away from the end, it goes on from there.
+    clock.restart();
     player->setCurrentTime(0.75);
     player->play();
     EXPECT_GE(player->currentTime(), 0.75);
+    expectNoFaster(*player, 0.75, clock);
     ASSERT_TRUE(runEventsUntil([&] { return listener.ends > 2; }, 5));
     // Moved to the end while it plays, it ends.
     player->play();
