@@ -1,11 +1,16 @@
 // The engine's figures, taken on a private sound server with a null sink of 48 kHz.
 
 #include "bench/Figures.h"
-#include "bench/audio/Disturbances.h"
+#include "bench/Pictures.h"
+#include "bench/TestLibrary.h"
 #include "bench/audio/OtherPlayers.h"
 #include "platform/audio/AudioEngine.h"
 #include "platform/audio/AudioPlayer.h"
 #include "platform/audio/Clock.h"
+#include "platform/foundation/FileManager.h"
+#include "platform/image/Image.h"
+#include "platform/media/MediaAsset.h"
+#include "presentation/BlurredBackdrop.h"
 #include "tests/platform/audio/Rig.h"
 #include "tests/platform/audio/Signals.h"
 #include "tests/platform/audio/Songs.h"
@@ -18,8 +23,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <stop_token>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace platform::audio {
 namespace {
@@ -174,7 +181,35 @@ int glitches(const std::vector<float>& recording, double leftTone, double rightT
     return side(0, rightTone) + side(1, leftTone);
 }
 
+// Keeps every processor busy with an ordinary thread, for as long as it lives.
+class BusyProcessors {
+  public:
+    BusyProcessors() {
+        for (unsigned i = std::max(1U, std::thread::hardware_concurrency()); i > 0; --i) {
+            threads_.emplace_back([](const std::stop_token& end) {
+                while (!end.stop_requested()) {
+                }
+            });
+        }
+    }
+
+  private:
+    std::vector<std::jthread> threads_;
+};
+
+// Both on this thread, as the program does.
+void readTags(const QString& folder) {
+    for (const QString& entry : FileManager::subpathsOfDirectoryAtPath(folder))
+        MediaAsset::URLAssetWithURL(folder + QLatin1Char('/') + entry);
+}
+void blurTwice() {
+    const Image picture(bench::photograph(bench::kFiveK));
+    for (int i = 0; i < 2; ++i)
+        blurWithLevelAndSize(picture, 150, QSizeF(575, 323.4375));
+}
+
 void benchInterruptions(SoundServer& server, double busySeconds) {
+    const QString library = bench::libraryOf(10'000);
     const auto tone = [](double frequency) {
         return waveFile(sine(frequency, 0.5, 44100, size_t{44100} * 120), 44100);
     };
@@ -190,8 +225,8 @@ void benchInterruptions(SoundServer& server, double busySeconds) {
         print(std::string("sound.missing_frames.") + name,
               static_cast<double>(mixer().missingFrames() - missing), "frames");
     };
-    phase("scan", [] { readTags(10000); });
-    phase("blur", [] { blurTwice(); });
+    phase("scan", [&] { readTags(library); });
+    phase("blur", blurTwice);
     const QByteArray song = longSong("-b:a 192k", "mp3", 30);
     phase("loads", [&] {
         for (int i = 0; i < 200; ++i) {

@@ -1,13 +1,9 @@
 #include "bench/Figures.h"
-#include "bench/Home.h"
 #include "bench/Pictures.h"
 #include "platform/image/GaussianBlur.h"
 #include "platform/image/ImageDecoder.h"
 #include "presentation/BlurredBackdrop.h"
 #include "tests/platform/image/ReferenceBlur.h"
-
-#include <QProcess>
-#include <QTemporaryDir>
 
 #include <sys/resource.h>
 
@@ -107,27 +103,6 @@ void decodeFigures() {
     print("blur.decode_5k_jpeg_toolkit_over_ours", times[1] / times[0], "ratio");
 }
 
-// The same picture through the blurs of others; bench/image/peers says how they are judged.
-void meetPeers(const char* name, QSize size, double sigma) {
-    if (!isAnyWanted("blur.peer.")) return;
-    const QTemporaryDir folder;
-    const auto written = [&folder](const QString& file, const QImage& image) {
-        QString path = folder.filePath(file);
-        writeFile(path, QByteArray::fromRawData(reinterpret_cast<const char*>(image.constBits()),
-                                                image.sizeInBytes()));
-        return path;
-    };
-    const QImage picture = photograph(size);
-    QImage blurred;
-    GaussianBlur(sigma).blur(picture, blurred);
-    const QString ours = written(QStringLiteral("blurred"), blurred);
-    QProcess::execute(QStringLiteral(BLUR_PEERS),
-                      {QLatin1String(name), written(QStringLiteral("picture"), picture),
-                       QString::number(size.width()), QString::number(size.height()),
-                       QString::number(sigma), ours, QString::number(kernelMs(size, sigma, 2, 11)),
-                       QString::number(kernelMs(size, sigma, 1, 7))});
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -139,10 +114,5 @@ int main(int argc, char** argv) {
     }
     kernelFigures();
     decodeFigures();
-    if (hasOption("--peers")) {
-        meetPeers("5k_s150", kFiveK, kDesktopLevel);
-        meetPeers("1080p_s150", {1920, 1080}, kDesktopLevel);
-        meetPeers("600_s27", {600, 600}, kArtworkLevel);
-    }
     return 0;
 }

@@ -1,15 +1,16 @@
 #include "bench/Figures.h"
 #include "bench/Home.h"
 #include "bench/TestLibrary.h"
-#include "bench/library/Readers.h"
 #include "library/PDSourceManager.h"
 #include "platform/foundation/FileManager.h"
+#include "platform/foundation/Path.h"
 
 #include <QApplication>
-#include <QProcess>
 #include <QVBoxLayout>
 
+#include <fileref.h>
 #include <malloc.h>
+#include <tag.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,7 +24,12 @@ using namespace bench;
 namespace {
 
 QStringList pathsIn(const QString& folder) {
-    return trackPaths(folder, platform::FileManager::subpathsOfDirectoryAtPath(folder));
+    QStringList paths;
+    for (const QString& entry : platform::FileManager::subpathsOfDirectoryAtPath(folder)) {
+        if (entry.endsWith(QLatin1String(".mp3")) || entry.endsWith(QLatin1String(".m4a")))
+            paths += folder + QLatin1Char('/') + entry;
+    }
+    return paths;
 }
 
 // A deck's library on the screen: its table, its progress bar and the controller behind them.
@@ -64,11 +70,14 @@ class Deck {
         for (qsizetype i = 0; i < paths.size(); ++i) {
             bar_.setDoubleValue(static_cast<double>(i));
             bar_.displayIfNeeded();
-            const Texts texts = textsFromTagLib(paths[i]);
+            const TagLib::FileRef file(platform::fileSystemRepresentation(paths[i]).constData(),
+                                       false);
             auto track = std::make_shared<PDTrack>();
             track->setURL(paths[i]);
-            track->setName(texts.title);
-            track->setArtist(texts.artist);
+            if (!file.isNull() && file.tag()) {
+                track->setName(QString::fromStdWString(file.tag()->title().toWString()));
+                track->setArtist(QString::fromStdWString(file.tag()->artist().toWString()));
+            }
             tracks.push_back(std::move(track));
         }
         bar_.setHidden(true);
@@ -86,19 +95,12 @@ class Deck {
 
 const QString kSearched = QStringLiteral("\u00E9t\u00E9");
 
-void printOver(const std::string& peer, double time, double ours) {
-    print("library.peer." + peer + "_ms", time, "ms");
-    print("library.peer." + peer + "_over_ours", time / ours, "ratio");
-}
-
 // All figures but those of growth and of a track's memory come from the races.
 bool areRacesWanted() {
-    constexpr const char* kRaced[] = {"library.scan", "library.search", "library.peer"};
-    return std::any_of(std::begin(kRaced), std::end(kRaced), isAnyWanted);
+    return isAnyWanted("library.scan") || isAnyWanted("library.search");
 }
 
-// Gives the time of a scan by ours.
-double raceOnWarmCache(const QString& folder) {
+void raceOnWarmCache(const QString& folder) {
     Deck deck;
     Race race;
     race.enter([&] {
@@ -108,8 +110,6 @@ double raceOnWarmCache(const QString& folder) {
     race.enter([&] { deck.scan(folder); });
     race.enter([&] { deck.search(kSearched); });
     race.enter([&] { deck.scanWithTagLib(folder); });
-    race.enter([&] { readWithTagLib(pathsIn(folder), 1); });
-    race.enter([&] { readWithTagLib(pathsIn(folder), 2); });
     constexpr int kRounds = 9;
     const std::vector<double> times = race.run(kRounds);
     const char* const names[] = {"scan_10k.warm_ms", "scan_10k.rescan_ms", "search_keystroke_ms",
@@ -118,9 +118,6 @@ double raceOnWarmCache(const QString& folder) {
         print(std::string("library.") + names[i], times[i], "ms");
     print("library.scan_10k.over_taglib", times[3] / times[0], "ratio");
     print("library.search_over_scan", times[2] / times[1], "ratio");
-    printOver("taglib", times[4], times[0]);
-    printOver("taglib_two_threads", times[5], times[0]);
-    return times[0];
 }
 
 // Empties the page cache, which only the superuser may; false otherwise.
@@ -188,9 +185,7 @@ int main(int argc, char** argv) {
         print("library.bytes_per_track", bytesPerTrack(folder), "bytes");
     if (hasOption("--growth")) grow();
     if (!areRacesWanted()) return 0;
-    const double scanMs = raceOnWarmCache(folder);
+    raceOnWarmCache(folder);
     raceOnColdCache(folder);
-    if (hasOption("--peers"))
-        QProcess::execute(QStringLiteral(LIBRARY_PEERS), {folder, QString::number(scanMs)});
     return 0;
 }
