@@ -21,6 +21,14 @@ bool isDiacritic(char32_t character) {
            QChar::category(character) == QChar::Mark_Enclosing;
 }
 
+// Chooses among the looks of the character before it: an emoji in colour or not, a form of an
+// ideograph (Unicode 15.0, section 23.4). Nobody types it.
+bool isVariationSelector(char32_t character) {
+    return (character >= 0xFE00 && character <= 0xFE0F) ||
+           (character >= 0xE0100 && character <= 0xE01EF) ||
+           (character >= 0x180B && character <= 0x180F && character != 0x180E);
+}
+
 // Qt folds one character to one; these are the characters that fold to several (CaseFolding.txt of
 // the Unicode Character Database, status F) and are still whole once their marks are gone.
 struct FullFolding {
@@ -67,7 +75,8 @@ QString folded(const QString& text) {
                           decomposed[i + 1].isLowSurrogate();
         const char32_t character =
             pair ? QChar::surrogateToUcs4(unit, decomposed[i + 1]) : unit.unicode();
-        if (!isDiacritic(character)) bare += QStringView(decomposed).mid(i, pair ? 2 : 1);
+        if (!isDiacritic(character) && !isVariationSelector(character))
+            bare += QStringView(decomposed).mid(i, pair ? 2 : 1);
         i += pair ? 1 : 0;
     }
     return caseFolded(bare).normalized(QString::NormalizationForm_C);

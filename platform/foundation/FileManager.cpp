@@ -1,5 +1,6 @@
 #include "platform/foundation/FileManager.h"
 
+#include "platform/foundation/NaturalOrder.h"
 #include "platform/foundation/Path.h"
 
 #include <dirent.h>
@@ -9,21 +10,46 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 namespace platform {
 
 namespace {
 
+QByteArrayView nameIn(const char* record) {
+    return record + offsetof(dirent64, d_name);
+}
+
+// Where the entries' records begin in `records`, siblings in natural order.
+std::vector<std::size_t> positionsIn(const std::vector<char>& records) {
+    std::vector<std::size_t> stored;
+    std::vector<QByteArrayView> names;
+    unsigned short length = 0;
+    for (std::size_t at = 0; at < records.size(); at += length) {
+        const char* const record = records.data() + at;
+        std::memcpy(&length, record + offsetof(dirent64, d_reclen), sizeof length);
+        const QByteArrayView name = nameIn(record);
+        if (name == "." || name == "..") continue;
+        stored.push_back(at);
+        names.push_back(name);
+    }
+    std::vector<std::size_t> positions;
+    positions.reserve(stored.size());
+    for (const std::uint32_t index : NaturalOrder::ofUser().sorted(names))
+        positions.push_back(stored[index]);
+    return positions;
+}
+
 // One folder on the way from the root to the one being listed. Its entries are read at once, so
 // that its descriptor is needed only to open the folders in it.
 struct Level {
     int descriptor = -1;
-    std::vector<char> records;  // as getdents64 wrote them
-    std::size_t next = 0;       // offset of the record to list next
+    std::vector<char> records;           // as getdents64 wrote them
+    std::vector<std::size_t> positions;  // where each begins, in the order of listing
+    std::size_t next = 0;                // of these positions
     qsizetype prefixLength = 0;
     dev_t device = 0;
     ino_t inode = 0;
@@ -38,7 +64,7 @@ class Listing {
         enter(::open(root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         while (!levels_.empty()) {
             Level& level = levels_.back();
-            if (level.next < level.records.size())
+            if (level.next < level.positions.size())
                 listNext(level);
             else
                 leave();
@@ -47,21 +73,16 @@ class Listing {
 
   private:
     void listNext(Level& level) {
-        const char* const record = level.records.data() + level.next;
-        unsigned short length = 0;
-        std::memcpy(&length, record + offsetof(dirent64, d_reclen), sizeof length);
-        level.next += length;
-        const char* const name = record + offsetof(dirent64, d_name);
-        const std::string_view text(name);
-        if (text == "." || text == "..") return;
+        const char* const record = level.records.data() + level.positions[level.next++];
+        const QByteArrayView name = nameIn(record);
         prefix_.truncate(level.prefixLength);
-        prefix_ += stringWithFileSystemRepresentation(
-            QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
+        prefix_ += stringWithFileSystemRepresentation(name);
         entries_.append(QString(prefix_.constData(), prefix_.size()));
         const auto type = static_cast<unsigned char>(record[offsetof(dirent64, d_type)]);
         if (type != DT_DIR && type != DT_UNKNOWN) return;
         prefix_ += QLatin1Char('/');
-        enter(::openat(level.descriptor, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        enter(::openat(level.descriptor, name.data(),
+                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     }
 
     // Starts listing the folder open as `descriptor`, which from here on is this object's.
@@ -75,6 +96,7 @@ class Listing {
             if (count <= 0) break;
             level.records.insert(level.records.end(), buffer_.data(), buffer_.data() + count);
         }
+        level.positions = positionsIn(level.records);
         if (levels_.size() >= kOpenLevels) release(levels_[levels_.size() - kOpenLevels]);
         levels_.push_back(std::move(level));
     }

@@ -9,9 +9,10 @@ namespace platform {
 class FileManager {
   public:
     /// Every entry below the folder at `path`, at every depth, hidden ones included, as paths
-    /// relative to it: each folder before its content, siblings in the file system's own order. A
-    /// symbolic link is listed but not entered, so there are no loops. What can't be read is left
-    /// out; no folder at all gives no entries. Depth is bounded by memory alone.
+    /// relative to it: each folder before its content, siblings in NaturalOrder::ofUser(), whatever
+    /// the file system keeps. A symbolic link is listed but not entered, so there are no loops.
+    /// What can't be read is left out; no folder at all gives no entries. Depth is bounded by
+    /// memory alone.
     static QStringList subpathsOfDirectoryAtPath(const QString& path);
 };
 

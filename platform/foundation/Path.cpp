@@ -1,7 +1,5 @@
 #include "platform/foundation/Path.h"
 
-#include <QStringDecoder>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -42,6 +40,15 @@ qsizetype sequenceLength(QByteArrayView bytes) {
         return within(1, low, high) && within(2, 0x80, 0xBF) && within(3, 0x80, 0xBF) ? 4 : 0;
     }
     return 0;
+}
+
+// Appends well-formed UTF-8. At the beginning of what it decodes the toolkit takes a U+FEFF for a
+// byte order mark and drops it; in a name it is a character.
+void appendUtf8(QByteArrayView bytes, QString& text) {
+    constexpr QByteArrayView kMark("\xEF\xBB\xBF");
+    for (; bytes.startsWith(kMark); bytes = bytes.sliced(kMark.size()))
+        text += QChar::ByteOrderMark;
+    text += QString::fromUtf8(bytes);
 }
 
 // A buffer of that size; none where the process could not hold it without harm, as a sparse or
@@ -85,11 +92,11 @@ QString stringWithFileSystemRepresentation(QByteArrayView bytes) {
             i += length;
             continue;
         }
-        path += QString::fromUtf8(bytes.sliced(begin, i - begin));
+        appendUtf8(bytes.sliced(begin, i - begin), path);
         path += QChar(static_cast<char16_t>(kEscapeBase + static_cast<unsigned char>(bytes[i])));
         begin = ++i;
     }
-    path += QString::fromUtf8(bytes.sliced(begin));
+    appendUtf8(bytes.sliced(begin), path);
     return path;
 }
 

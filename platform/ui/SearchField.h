@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// A field to search in. It sends its action shortly after the last key, and at once on Return and
-/// when it is cleared.
+/// A field to search in. It sends its action shortly after its text was last changed by keys or by
+/// an assistive tool, and at once on Return and when it is cleared.
 class SearchField : public QLineEdit, public Control {
     Q_OBJECT
     /// What assistive technology calls the button that clears the field.
@@ -21,7 +21,8 @@ class SearchField : public QLineEdit, public Control {
     explicit SearchField(QWidget* parent = nullptr);
 
     QString stringValue() const { return text(); }
-    void setStringValue(const QString& text) { setText(text); }
+    /// Shows `text` without sending the action.
+    void setStringValue(const QString& text);
 
     QString clearButtonName() const;
     void setClearButtonName(const QString& name);
@@ -31,6 +32,7 @@ class SearchField : public QLineEdit, public Control {
 
   private:
     QTimer delay_;
+    bool isSetByProgram_ = false;
 };
 
 }  // namespace platform

@@ -45,7 +45,11 @@ TEST(SearchPredicate, TakesTheTextLiterally) {
     EXPECT_FALSE(finds(u"blue ", u"Blue"));
     EXPECT_TRUE(finds(u"e s", u"Blue Song"));
     EXPECT_FALSE(finds(u"\u4E2D", u"plain"));
+    EXPECT_TRUE(finds(u"\u2764 you", u"I \u2764\uFE0F you"));
+    EXPECT_TRUE(finds(u"\u2764\uFE0F Y", u"I \u2764 you"));
+    EXPECT_TRUE(finds(u"\u845B\u57CE", u"\u845B\U000E0100\u57CE"));
     // What has no letters of its own is in nothing.
+    EXPECT_FALSE(finds(u"\uFE0F", u"I \u2764\uFE0F you"));
     EXPECT_FALSE(finds(u"\u0301", u"plain"));
     EXPECT_FALSE(finds(u"\u0301", u"\u00E9"));
 }
