@@ -79,6 +79,7 @@ void Deck::dress(const Image& desktopPicture) {
     QObject::connect(controls_.tableView->model(), &QAbstractItemModel::modelReset, &listContext_,
                      [this] { didChange_(Change::Move); });
     controls_.songAlbumArt->setControlView(controls_.controlView);
+    controls_.timeSlider->setValueSource([this] { return currentTime(); });
     showBackdrop(desktopPicture, kDesktopBlurLevel);
     controls_.background->setImageAlignment(platform::ImageAlignment::Center);
     controls_.background->setImageScaling(platform::ImageScaling::None);
@@ -112,6 +113,8 @@ void Deck::load(const QString& path) {
         player_->setPan(side_.pan);
         player_->play();
     }
+    // A place held in the song before is none in this one.
+    controls_.timeSlider->stopTracking();
     controls_.timeSlider->setMinValue(0.0);
     controls_.timeSlider->setMaxValue(duration());
     controls_.timeSlider->setDoubleValue(0.0);
@@ -185,7 +188,7 @@ void Deck::playPrevious() {
     if (currentTime() < navigation::kRestartThreshold) {
         playNeighbour(navigation::previousIndex);
     } else {
-        moveTo(0.0);
+        seek(0.0);
     }
 }
 
@@ -208,11 +211,9 @@ void Deck::pause() {
 
 void Deck::seek(double seconds) {
     if (!player_) return;
+    // The last word counts: whoever still holds the knob would take this one back.
+    controls_.timeSlider->stopTracking();
     controls_.timeSlider->setDoubleValue(seconds);
-    moveTo(seconds);
-}
-
-void Deck::moveTo(double seconds) {
     player_->setCurrentTime(seconds);
     didChange_(Change::Move);
 }
@@ -223,6 +224,7 @@ void Deck::setVolume(float volume) {
     if (player_) player_->setVolume(volume_);
     // Not the slider's own value, rounded, back to it.
     if (controls_.volumeSlider->floatValue() != volume_) {
+        controls_.volumeSlider->stopTracking();
         controls_.volumeSlider->setDoubleValue(volume_);
     }
     didChange_(Change::Move);

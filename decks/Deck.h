@@ -127,7 +127,6 @@ class Deck {
 
   private:
     void playNeighbour(navigation::Neighbour neighbour);
-    void moveTo(double seconds);
     void showTrack(const QString& path);
     void showBackdrop(const platform::Image& picture, double level);
     void showTitle(const QString& title);

@@ -68,8 +68,17 @@ QString Slider::valueText() const {
 }
 
 void Slider::moveByUser(double value) {
+    stopTracking();
     moveTo(value);
     sendAction();
+}
+
+void Slider::step(double keySteps) {
+    moveByUser((source_ ? source_() : value_) + keySteps * keyStep_);
+}
+
+void Slider::stopTracking() {
+    if (isHeld_) hold(false);
 }
 
 void Slider::hold(bool isHeld) {
@@ -122,9 +131,9 @@ void Slider::keyPressEvent(QKeyEvent* event) {
         case Qt::Key_Up:
             return increment();
         case Qt::Key_PageDown:
-            return moveByUser(value_ - 4.0 * keyStep_);
+            return step(-4.0);
         case Qt::Key_PageUp:
-            return moveByUser(value_ + 4.0 * keyStep_);
+            return step(4.0);
         case Qt::Key_Home:
             return moveByUser(minValue_);
         case Qt::Key_End:
@@ -136,7 +145,7 @@ void Slider::keyPressEvent(QKeyEvent* event) {
 
 void Slider::wheelEvent(QWheelEvent* event) {
     const double notches = event->angleDelta().y() / 120.0;
-    if (notches != 0.0) moveByUser(value_ + notches * keyStep_);
+    if (notches != 0.0) step(notches);
     event->accept();
 }
 

@@ -4,10 +4,14 @@
 
 #include <QWidget>
 
+#include <functional>
+#include <utility>
+
 namespace platform {
 
 /// A horizontal slider over a range of doubles. A press moves the knob to the pointer and the drag
-/// goes on from there; while the knob is held, a value set from outside does not move it.
+/// goes on from there; while the knob is held, a value set from outside does not move it. A step of
+/// a key or the wheel starts from what the source of the value tells at that moment.
 class Slider : public QWidget, public Control {
     Q_OBJECT
     /// Whether the action is sent all along a drag, or once when the knob is let go.
@@ -38,17 +42,23 @@ class Slider : public QWidget, public Control {
     double doubleValue() const { return value_; }
     float floatValue() const { return static_cast<float>(value_); }
     void setDoubleValue(double value);
+    /// Takes the knob out of the pointer's hand: nothing is sent, and what is left of the drag
+    /// moves nothing. For when the value that was held has lost its meaning.
+    void stopTracking();
+    /// What tells the true value where the one on show may be older; without it that one counts.
+    void setValueSource(std::function<double()> source) { source_ = std::move(source); }
 
     double keyStep() const { return keyStep_; }
     void setKeyStep(double step) { keyStep_ = step; }
     /// The value in words: "80 %" or "1:05 of 3:35".
     QString valueText() const;
 
-    /// Sets the value and sends the action, as a key or a hand on the knob does.
+    /// Sets the value and sends the action, as a key or a hand on the knob does; a held knob is let
+    /// go.
     void moveByUser(double value);
     /// The same by one key step.
-    Q_INVOKABLE void increment() { moveByUser(value_ + keyStep_); }
-    Q_INVOKABLE void decrement() { moveByUser(value_ - keyStep_); }
+    Q_INVOKABLE void increment() { step(1.0); }
+    Q_INVOKABLE void decrement() { step(-1.0); }
 
     QSize sizeHint() const override { return {120, 22}; }
 
@@ -63,6 +73,7 @@ class Slider : public QWidget, public Control {
 
   private:
     void moveTo(double value);
+    void step(double keySteps);
     void hold(bool isHeld);
     double valueAt(double x) const;
     double knobX() const;
@@ -71,6 +82,7 @@ class Slider : public QWidget, public Control {
     double maxValue_ = 1.0;
     double value_ = 0.0;
     double keyStep_ = 0.05;
+    std::function<double()> source_;
     Unit unit_ = Unit::Fraction;
     bool continuous_ = true;
     bool isHeld_ = false;  // the knob, by the pointer

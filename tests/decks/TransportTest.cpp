@@ -73,6 +73,34 @@ TEST_F(Transport, SeekAndVolumePostNothing) {
     EXPECT_EQ(controls(PDRightPlayer).rTime->stringValue(), QStringLiteral("-00:01"));
 }
 
+TEST_F(Transport, TheLastWordEndsAHeldKnob) {
+    Deck& left = deck(PDLeftPlayer);
+    const QString song = makeSong(QStringLiteral("a.mp3"), 20.0);
+    left.load(song);
+    left.pause();
+    const auto dragAround = [this](platform::Slider& slider, const std::function<void()>& verb) {
+        QTest::mousePress(&slider, Qt::LeftButton, {}, {slider.width() / 4, 11});
+        verb();
+        QTest::mouseMove(&slider, {slider.width() / 3, 11});
+        QTest::mouseRelease(&slider, Qt::LeftButton, {}, {slider.width() / 3, 11});
+    };
+    platform::Slider& seek = *controls(PDLeftPlayer).timeSlider;
+    dragAround(seek, [&] { left.seek(17.0); });
+    EXPECT_NEAR(left.currentTime(), 17.0, 1e-3);
+    EXPECT_NEAR(seek.doubleValue(), 17.0, 1e-3);
+    dragAround(seek, [&] {
+        left.load(song);
+        left.pause();
+    });
+    EXPECT_LT(left.currentTime(), 3.0);
+    platform::Slider& volume = *controls(PDLeftPlayer).volumeSlider;
+    dragAround(volume, [&] { left.setVolume(0.9F); });
+    EXPECT_EQ(left.volume(), 0.9F);
+    EXPECT_EQ(volume.floatValue(), 0.9F);
+    dragAround(volume, [] {});
+    EXPECT_LT(left.volume(), 0.5F);
+}
+
 TEST_F(Transport, ShuffleFollowsItsButton) {
     Deck& left = deck(PDLeftPlayer);
     const QString key = QStringLiteral("PairdeckLeftShuffleState");

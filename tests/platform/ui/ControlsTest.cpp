@@ -125,6 +125,9 @@ TEST(SliderByHand, FollowsThePointerAndHoldsAgainstTheClock) {
     EXPECT_EQ(slider.doubleValue(), 12.0);
     key(slider, Qt::Key_End);
     EXPECT_EQ(slider.doubleValue(), 100.0);
+    slider.setValueSource([] { return 31.0; });
+    key(slider, Qt::Key_Left);
+    EXPECT_EQ(slider.doubleValue(), 26.0);
 }
 
 TEST(Search, ActsAfterTheLastKeyAndAtOnceOnReturnAndClearing) {
