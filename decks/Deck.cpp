@@ -34,6 +34,9 @@ constexpr qsizetype kLongText = 30;  // UTF-16 units
 
 constexpr double kBackdropWidth = 575.0;  // points
 
+// A knob dragged to nothing passes what can hardly be heard; that is none to come back to.
+constexpr float kLeastAudibleVolume = 0.05F;
+
 // Blur levels, in pixels of the source picture.
 constexpr double kDesktopBlurLevel = 150.0;
 constexpr double kArtworkBlurLevel = 27.0;
@@ -221,13 +224,19 @@ void Deck::seek(double seconds) {
 void Deck::setVolume(float volume) {
     if (std::isnan(volume)) return;
     volume_ = std::clamp(volume, 0.0F, 1.0F);
+    if (volume_ >= kLeastAudibleVolume) audibleVolume_ = volume_;
     if (player_) player_->setVolume(volume_);
+    controls_.muteButton->setState(buttonState(volume_ == 0.0F));
     // Not the slider's own value, rounded, back to it.
     if (controls_.volumeSlider->floatValue() != volume_) {
         controls_.volumeSlider->stopTracking();
         controls_.volumeSlider->setDoubleValue(volume_);
     }
     didChange_(Change::Move);
+}
+
+void Deck::toggleMute() {
+    setVolume(volume_ > 0.0F ? 0.0F : audibleVolume_);
 }
 
 void Deck::setShuffle(bool shuffle) {
@@ -287,7 +296,6 @@ void Deck::showRepeat() {
                       : repeat_ == PDRepeatOne ? Look{"Repeat_one", "Repeat: one"}
                                                : Look{"Repeat_inactive", "Repeat: off"};
     controls_.repeatButton->setImage(Image::imageNamed(QLatin1String(look.image)));
-    controls_.repeatButton->setToolTip(QLatin1String(look.words));
     controls_.repeatButton->setAccessibleDescription(QLatin1String(look.words));
 }
 

@@ -110,6 +110,8 @@ class Deck {
     void seek(double seconds);
     /// Linear gain, clamped to [0, 1], for this track and those to come; not a number is ignored.
     void setVolume(float volume);
+    /// Volume 0, or from there what it was before: the last that could well be heard.
+    void toggleMute();
     /// Stored, and on disk when the settings next save themselves.
     void setShuffle(bool shuffle);
     /// Off, all or one; stored, and on disk at once. Any other state changes nothing.
@@ -144,6 +146,7 @@ class Deck {
     std::optional<QString> currentURL_;
     TrackTags tags_;
     float volume_ = 1.0F;
+    float audibleVolume_ = 1.0F;  // what the end of muting restores
     bool shuffle_ = false;
     std::int64_t repeat_ = PDRepeatOff;
 };

@@ -18,6 +18,7 @@ struct DeckControls {
     platform::TextField* songAlbumArtist = nullptr;
     platform::Slider* timeSlider = nullptr;
     platform::Slider* volumeSlider = nullptr;
+    platform::Button* muteButton = nullptr;
     platform::TextField* cTime = nullptr;
     platform::TextField* rTime = nullptr;
     platform::Button* shuffleButton = nullptr;

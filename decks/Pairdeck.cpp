@@ -69,6 +69,7 @@ void Pairdeck::declare(const Deck::Side& side, DeckControls& controls) {
     outlet(name("SongAlbumArtist"), controls.songAlbumArtist);
     outlet(name("TimeSlider"), controls.timeSlider);
     outlet(name("VolumeSlider"), controls.volumeSlider);
+    outlet(name("MuteButton"), controls.muteButton);
     outlet(name("CTime"), controls.cTime);
     outlet(name("RTime"), controls.rTime);
     outlet(name("ShuffleButton"), controls.shuffleButton);
@@ -82,6 +83,8 @@ void Pairdeck::declare(const Deck::Side& side, DeckControls& controls) {
            [this, type = side.type](Control* sender) { timeSliderDidChange(type, sender); });
     action(side.prefix + QStringLiteral("VolumeSliderDidChange"),
            [this, type = side.type](Control* sender) { volumeSliderDidChange(type, sender); });
+    action(side.prefix + QStringLiteral("MuteStateDidChange"),
+           [this, type = side.type](Control*) { deck(type).toggleMute(); });
     action(side.prefix + QStringLiteral("ShuffleStateDidChange"),
            [this, type = side.type](Control*) { shuffleStateDidChange(type); });
     action(side.prefix + QStringLiteral("RepeatStateDidChange"),

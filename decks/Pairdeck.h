@@ -25,13 +25,13 @@ class Window;
 ///
 /// Outlets: PDWindow, PDCloseWindow, PDAboutWindow, PDAboutWindowClose, PDVersionBuildString;
 /// PD{Side}SongTitle, PD{Side}SongAlbumArt, PD{Side}Background, PD{Side}SongAlbumArtist,
-/// PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}CTime, PD{Side}RTime, PD{Side}ShuffleButton,
-/// PD{Side}RepeatButton, PD{Side}ControlView, PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next,
-/// PD{Side}TableView.
+/// PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}MuteButton, PD{Side}CTime, PD{Side}RTime,
+/// PD{Side}ShuffleButton, PD{Side}RepeatButton, PD{Side}ControlView, PD{Side}PlayPause,
+/// PD{Side}Prev, PD{Side}Next, PD{Side}TableView.
 ///
 /// Actions: quit, perSecondInfoRefresh, playTrackFromSelection, playNextTrackAt, playPrevTrackAt,
 /// playPauseTrackAt; {side}TimeSliderDidChange, {side}VolumeSliderDidChange,
-/// {side}ShuffleStateDidChange, {side}RepeatStateDidChange.
+/// {side}MuteStateDidChange, {side}ShuffleStateDidChange, {side}RepeatStateDidChange.
 class Pairdeck final : public platform::Controller, public platform::AudioPlayerDelegate {
   public:
     /// The notification that a deck's player, play state, shuffle flag or repeat state may have

@@ -3,8 +3,10 @@
 #include "platform/ui/Font.h"
 #include "platform/ui/Theme.h"
 
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QToolTip>
 
 namespace platform {
 
@@ -26,6 +28,11 @@ bool Button::event(QEvent* event) {
     if (event->type() == QEvent::ShortcutOverride &&
         static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
         event->accept();
+    }
+    if (event->type() == QEvent::ToolTip && toolTip().isEmpty()) {
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), accessibleDescription(),
+                           this);
+        return true;
     }
     return QAbstractButton::event(event);
 }
@@ -52,6 +59,20 @@ void Button::nextCheckState() {
 }
 
 void Button::checkStateSet() {
+    tellState();
+}
+
+void Button::setOffText(const QString& text) {
+    offText_ = text;
+    tellState();
+}
+
+void Button::setOnText(const QString& text) {
+    onText_ = text;
+    tellState();
+}
+
+void Button::tellState() {
     if (!onText_.isEmpty()) setAccessibleDescription(state() == OnState ? onText_ : offText_);
 }
 

@@ -23,9 +23,10 @@ class Button : public QAbstractButton, public Control {
     Q_PROPERTY(QString alternateImageName READ alternateImageName WRITE setAlternateImageName)
     /// Side of the square that the image fills, in points.
     Q_PROPERTY(double imageSize MEMBER imageSize_)
-    /// What the states off and on mean, for those who hear them; none for a plain toggle.
-    Q_PROPERTY(QString offText MEMBER offText_)
-    Q_PROPERTY(QString onText MEMBER onText_)
+    /// What the states off and on mean, for those who hear them and, on a button without a tooltip
+    /// of its own, for those who rest on it; none for a plain toggle.
+    Q_PROPERTY(QString offText READ offText WRITE setOffText)
+    Q_PROPERTY(QString onText READ onText WRITE setOnText)
     /// Whether the button stands on a faint plate of its own.
     Q_PROPERTY(bool plated MEMBER plated_)
 
@@ -48,6 +49,11 @@ class Button : public QAbstractButton, public Control {
     void setAlternateImageName(const QString& name);
     QString alternateImageName() const { return alternateImageName_; }
 
+    void setOffText(const QString& text);
+    QString offText() const { return offText_; }
+    void setOnText(const QString& text);
+    QString onText() const { return onText_; }
+
     void setCell(const ButtonCell& cell);
     /// Absent while the button has the interface file's own look.
     const std::optional<ButtonCell>& cell() const { return cell_; }
@@ -66,6 +72,7 @@ class Button : public QAbstractButton, public Control {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void tellState();
     void drawPlate(QPainter& painter) const;
     void drawFocusMark(QPainter& painter) const;
 

@@ -18,10 +18,15 @@ namespace {
 constexpr double kKnobRadius = 6.0;
 constexpr double kTrackHeight = 3.0;
 
-// "m:ss", the minutes beyond the hour counted on.
-QString minutesAndSeconds(double seconds) {
+// "m:ss", or "h:mm:ss" from an hour on.
+QString timeText(double seconds) {
     const auto whole = static_cast<long long>(seconds);
-    return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
+    const QLatin1Char zero('0');
+    const auto minutes = whole / 60 % 60;
+    const QString hours = whole < 3600 ? QString() : QStringLiteral("%1:").arg(whole / 3600);
+    return hours + QStringLiteral("%1:%2")
+                       .arg(minutes, hours.isEmpty() ? 1 : 2, 10, zero)
+                       .arg(whole % 60, 2, 10, zero);
 }
 
 }  // namespace
@@ -30,6 +35,7 @@ Slider::Slider(QWidget* parent) : QWidget(parent) {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
+    setMouseTracking(true);
 }
 
 void Slider::setMinValue(double value) {
@@ -60,8 +66,7 @@ void Slider::moveTo(double value) {
 
 QString Slider::valueText() const {
     if (unit_ == Unit::Seconds) {
-        return QStringLiteral("%1 of %2")
-            .arg(minutesAndSeconds(value_), minutesAndSeconds(maxValue_));
+        return QStringLiteral("%1 of %2").arg(timeText(value_), timeText(maxValue_));
     }
     const double fraction = maxValue_ > 0.0 ? value_ / maxValue_ : 0.0;
     return QStringLiteral("%1 %").arg(std::lround(100.0 * fraction));
@@ -78,7 +83,29 @@ void Slider::step(double keySteps) {
 }
 
 void Slider::stopTracking() {
-    if (isHeld_) hold(false);
+    if (!isHeld_) return;
+    hold(false);
+    delete timeTag_;
+}
+
+void Slider::showTimeAt(double x) {
+    if (unit_ != Unit::Seconds || maxValue_ <= minValue_) {
+        delete timeTag_;
+        return;
+    }
+    if (!timeTag_) {
+        timeTag_ = new QLabel(window());
+        timeTag_->setProperty("role", QStringLiteral("timeTag"));
+        timeTag_->setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
+    timeTag_->setText(timeText(valueAt(x)));
+    timeTag_->adjustSize();
+    // Above the place that the text speaks of, which a drag beyond the ends does not leave.
+    const double reach = std::clamp(x, kKnobRadius, std::max(kKnobRadius, width() - kKnobRadius));
+    const QPoint foot = mapTo(window(), QPoint(qRound(reach), 0));
+    timeTag_->move(foot - QPoint(timeTag_->width() / 2, timeTag_->height() + 2));
+    timeTag_->raise();
+    timeTag_->show();
 }
 
 void Slider::hold(bool isHeld) {
@@ -104,11 +131,13 @@ void Slider::mousePressEvent(QMouseEvent* event) {
         return;
     }
     hold(true);
+    showTimeAt(event->position().x());
     moveTo(valueAt(event->position().x()));
     if (continuous_) sendAction();
 }
 
 void Slider::mouseMoveEvent(QMouseEvent* event) {
+    showTimeAt(event->position().x());
     if (!isHeld_) return;
     moveTo(valueAt(event->position().x()));
     if (continuous_) sendAction();
@@ -119,6 +148,7 @@ void Slider::mouseReleaseEvent(QMouseEvent* event) {
     moveTo(valueAt(event->position().x()));
     // The knob is let go first, so that what the action sets shows at once.
     hold(false);
+    if (!rect().contains(event->position().toPoint())) delete timeTag_;
     sendAction();
 }
 
@@ -152,7 +182,13 @@ void Slider::wheelEvent(QWheelEvent* event) {
 void Slider::hideEvent(QHideEvent* event) {
     // A slider that disappears under the pointer never sees the release.
     hold(false);
+    delete timeTag_;
     QWidget::hideEvent(event);
+}
+
+void Slider::leaveEvent(QEvent* event) {
+    if (!isHeld_) delete timeTag_;
+    QWidget::leaveEvent(event);
 }
 
 void Slider::paintEvent(QPaintEvent*) {

@@ -2,6 +2,8 @@
 
 #include "platform/ui/Control.h"
 
+#include <QLabel>
+#include <QPointer>
 #include <QWidget>
 
 #include <functional>
@@ -11,7 +13,8 @@ namespace platform {
 
 /// A horizontal slider over a range of doubles. A press moves the knob to the pointer and the drag
 /// goes on from there; while the knob is held, a value set from outside does not move it. A step of
-/// a key or the wheel starts from what the source of the value tells at that moment.
+/// a key or the wheel starts from what the source of the value tells at that moment. Where the
+/// value is a time, the one under the pointer stands above it while it hovers or drags.
 class Slider : public QWidget, public Control {
     Q_OBJECT
     /// Whether the action is sent all along a drag, or once when the knob is let go.
@@ -27,7 +30,7 @@ class Slider : public QWidget, public Control {
   public:
     enum class Unit {
         Fraction,  ///< of the maximum, in per cent
-        Seconds,   ///< in minutes and seconds, of the maximum
+        Seconds,   ///< in hours, minutes and seconds, of the maximum
     };
     Q_ENUM(Unit)
 
@@ -50,7 +53,7 @@ class Slider : public QWidget, public Control {
 
     double keyStep() const { return keyStep_; }
     void setKeyStep(double step) { keyStep_ = step; }
-    /// The value in words: "80 %" or "1:05 of 3:35".
+    /// The value in words: "80 %" or "1:05 of 1:03:35".
     QString valueText() const;
 
     /// Sets the value and sends the action, as a key or a hand on the knob does; a held knob is let
@@ -70,8 +73,10 @@ class Slider : public QWidget, public Control {
     void wheelEvent(QWheelEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void leaveEvent(QEvent* event) override;
 
   private:
+    void showTimeAt(double x);
     void moveTo(double value);
     void step(double keySteps);
     void hold(bool isHeld);
@@ -85,7 +90,8 @@ class Slider : public QWidget, public Control {
     std::function<double()> source_;
     Unit unit_ = Unit::Fraction;
     bool continuous_ = true;
-    bool isHeld_ = false;  // the knob, by the pointer
+    bool isHeld_ = false;       // the knob, by the pointer
+    QPointer<QLabel> timeTag_;  // the window's, since it stands beside the slider
 };
 
 }  // namespace platform

@@ -46,6 +46,7 @@ void DeckFixture::findControls(PDPlayerType side) {
     find(found.songAlbumArtist, "SongAlbumArtist");
     find(found.timeSlider, "TimeSlider");
     find(found.volumeSlider, "VolumeSlider");
+    find(found.muteButton, "MuteButton");
     find(found.cTime, "CTime");
     find(found.rTime, "RTime");
     find(found.shuffleButton, "ShuffleButton");

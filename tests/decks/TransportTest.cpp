@@ -101,6 +101,29 @@ TEST_F(Transport, TheLastWordEndsAHeldKnob) {
     EXPECT_LT(left.volume(), 0.5F);
 }
 
+TEST_F(Transport, TheSpeakerMutesAndRestores) {
+    Deck& right = deck(PDRightPlayer);
+    platform::Slider& slider = *controls(PDRightPlayer).volumeSlider;
+    Button& speaker = *controls(PDRightPlayer).muteButton;
+    const auto shows = [&](float volume, const char* words) {
+        EXPECT_EQ(right.volume(), volume);
+        EXPECT_EQ(slider.floatValue(), volume);
+        EXPECT_EQ(speaker.state(), volume > 0.0F ? Button::OffState : Button::OnState);
+        EXPECT_EQ(speaker.accessibleDescription(), QLatin1String(words));
+    };
+    right.setVolume(0.6F);
+    speaker.click();
+    shows(0.0F, "Sound: muted");
+    speaker.click();
+    shows(0.6F, "Sound: on");
+    // Dragged to nothing by the knob, which passes what can hardly be heard.
+    for (const float volume : {0.3F, 0.01F, 0.0F})
+        slider.moveByUser(volume);
+    shows(0.0F, "Sound: muted");
+    speaker.click();
+    shows(0.3F, "Sound: on");
+}
+
 TEST_F(Transport, ShuffleFollowsItsButton) {
     Deck& left = deck(PDLeftPlayer);
     const QString key = QStringLiteral("PairdeckLeftShuffleState");
@@ -108,8 +131,11 @@ TEST_F(Transport, ShuffleFollowsItsButton) {
     EXPECT_TRUE(left.isShuffling());
     EXPECT_EQ(stored(key), DefaultsValue(true));
     EXPECT_NE(onDisk().value(key), QJsonValue(true)) << "written before the store saves itself";
-    EXPECT_EQ(controls(PDLeftPlayer).shuffleButton->state(), 1);
-    EXPECT_EQ(controls(PDRightPlayer).shuffleButton->state(), 0);
+    const auto words = [this](PDPlayerType side) {
+        return controls(side).shuffleButton->accessibleDescription();
+    };
+    EXPECT_EQ(words(PDLeftPlayer), QStringLiteral("Shuffle: on"));
+    EXPECT_EQ(words(PDRightPlayer), QStringLiteral("Shuffle: off"));
     EXPECT_EQ(stored(QStringLiteral("PairdeckRightShuffleState")), DefaultsValue(false));
     controls(PDLeftPlayer).shuffleButton->setState(Button::MixedState);
     controls(PDLeftPlayer).shuffleButton->sendAction();

@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QTest>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -128,6 +129,31 @@ TEST(SliderByHand, FollowsThePointerAndHoldsAgainstTheClock) {
     slider.setValueSource([] { return 31.0; });
     key(slider, Qt::Key_Left);
     EXPECT_EQ(slider.doubleValue(), 26.0);
+}
+
+TEST(SliderByHand, TellsTheTimeUnderThePointer) {
+    QWidget window;
+    Slider slider(&window);
+    slider.setGeometry(20, 60, 216, 22);
+    slider.setProperty("unit", int(Slider::Unit::Seconds));
+    slider.setMaxValue(7200.0);
+    window.resize(300, 100);
+    window.show();
+    const auto tag = [&window] {
+        const auto* label = window.findChild<QLabel*>();
+        return label && label->isVisible() ? label->text() : QString();
+    };
+    QTest::mouseMove(&slider, {58, 11});
+    EXPECT_EQ(tag(), QStringLiteral("30:00"));
+    EXPECT_EQ(slider.doubleValue(), 0.0);
+    mouse(slider, QEvent::MouseButtonPress, 158);
+    mouse(slider, QEvent::MouseMove, 133);
+    EXPECT_EQ(tag(), QStringLiteral("1:15:00"));
+    EXPECT_EQ(slider.valueText(), QStringLiteral("1:15:00 of 2:00:00"));
+    mouse(slider, QEvent::MouseMove, 900);
+    EXPECT_EQ(tag(), QStringLiteral("2:00:00"));
+    mouse(slider, QEvent::MouseButtonRelease, 900);
+    EXPECT_EQ(tag(), QString());
 }
 
 TEST(Search, ActsAfterTheLastKeyAndAtOnceOnReturnAndClearing) {
