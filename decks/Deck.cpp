@@ -122,7 +122,7 @@ void Deck::load(const QString& path) {
     controls_.timeSlider->setMaxValue(duration());
     controls_.timeSlider->setDoubleValue(0.0);
     if (player_) player_->setVolume(volume_);
-    controls_.tableView->setNeedsDisplay();
+    controls_.tableView->markDidMove();
     didChange_(Change::Status);
 }
 

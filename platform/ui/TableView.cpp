@@ -10,12 +10,14 @@
 #include <QAbstractTableModel>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QIcon>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
@@ -25,6 +27,9 @@ namespace {
 
 constexpr int kRowHeight = 30;
 constexpr double kCornerRadius = 8.0;
+constexpr int kMarkSide = 16;          // points
+constexpr int kLeastColumnWidth = 72;  // points
+constexpr int kWidestColumn = 10'000;  // points; what is stored beyond it is none
 
 }  // namespace
 
@@ -94,15 +99,18 @@ class TableView::Model : public QAbstractTableModel {
         return displayString(source_->tableViewObjectValueForTableColumnRow(table_, column, row));
     }
 
-    QPixmap mark() const {
-        constexpr double kSide = 16.0;  // points
+    QIcon mark() const {
         const double scale = table_->devicePixelRatioF();
-        QPixmap pixmap((QSizeF(kSide, kSide) * scale).toSize());
+        const QSizeF size(kMarkSide, kMarkSide);
+        QPixmap pixmap((size * scale).toSize());
         pixmap.setDevicePixelRatio(scale);
         pixmap.fill(Qt::transparent);
         QPainter painter(&pixmap);
-        Image::imageNamed(table_->markImageName_).drawInRect(painter, QRectF(0, 0, kSide, kSide));
-        return pixmap;
+        Image::imageNamed(table_->markImageName_).drawInRect(painter, {QPointF(), size});
+        QIcon icon(pixmap);
+        // Else the toolkit dyes it in the colour of the selection that it stands on.
+        icon.addPixmap(pixmap, QIcon::Selected);
+        return icon;
     }
 
     TableView* table_;
@@ -114,6 +122,7 @@ class TableView::Model : public QAbstractTableModel {
 TableView::TableView(QWidget* parent) : QTableView(parent), model_(new Model(this)) {
     setModel(model_);
     setFont(systemFontOfSize(13.0));
+    setIconSize({kMarkSide, kMarkSide});
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -131,6 +140,9 @@ TableView::TableView(QWidget* parent) : QTableView(parent), model_(new Model(thi
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setSectionsClickable(false);
     horizontalHeader()->setStretchLastSection(true);
+    horizontalHeader()->setMinimumSectionSize(kLeastColumnWidth);
+    connect(verticalScrollBar(), &QScrollBar::actionTriggered, this,
+            [this] { isScrolledByHand_ = true; });
 }
 
 TableView::~TableView() = default;
@@ -151,11 +163,11 @@ void TableView::setColumns(const QStringList& columns) {
         const QStringList parts = column.split(QLatin1Char(':'));
         parsed.emplace_back(parts.value(0), parts.value(1), parts.value(2).toInt());
     }
+    columnWidths_.clear();
+    for (const TableColumn& column : parsed)
+        columnWidths_.push_back(column.width());
     model_->setTableColumns(std::move(parsed));
-    for (int i = 0; i < model_->columnCount(); ++i) {
-        const int width = model_->tableColumns()[static_cast<size_t>(i)].width();
-        if (width > 0) setColumnWidth(i, width);
-    }
+    fitColumns();
 }
 
 void TableView::setFileColumn(const QString& identifier) {
@@ -165,25 +177,23 @@ void TableView::setFileColumn(const QString& identifier) {
 
 void TableView::setAutosaveName(const QString& name) {
     autosaveName_ = name;
-    restoreColumnWidths();
-    connect(horizontalHeader(), &QHeaderView::sectionResized, this, [this] {
-        // Only the user's own hand counts, not the stretching of the last column.
-        if (QGuiApplication::mouseButtons() & Qt::LeftButton) saveColumnWidths();
-    });
-}
-
-void TableView::restoreColumnWidths() {
-    const auto widths =
-        UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(autosaveName_);
-    if (!widths) return;
-    const QStringList parts = widths->split(QLatin1Char(' '));
-    for (int i = 0; i < qMin(model_->columnCount(), int(parts.size())); ++i) {
-        const int width = parts[i].toInt();
-        if (width > 0 && width < 10'000) setColumnWidth(i, width);
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    if (const auto stored = defaults.valueOfTypeForKey<QString>(name)) {
+        const QStringList widths = stored->split(QLatin1Char(' '));
+        for (size_t i = 0; i < std::min(columnWidths_.size(), size_t(widths.size())); ++i) {
+            const int width = widths[qsizetype(i)].toInt();
+            if (width > 0 && width < kWidestColumn) columnWidths_[i] = width;
+        }
+        fitColumns();
     }
+    connect(horizontalHeader(), &QHeaderView::sectionResized, this, &TableView::columnResized);
 }
 
-void TableView::saveColumnWidths() const {
+void TableView::columnResized(int column, int, int width) {
+    // Only the user's own hand counts, not the stretching of the last column.
+    if (!(QGuiApplication::mouseButtons() & Qt::LeftButton) || isFitting_) return;
+    columnWidths_[static_cast<size_t>(column)] = width;
+    fitColumns();
     QStringList widths;
     for (int i = 0; i < model_->columnCount(); ++i)
         widths << QString::number(columnWidth(i));
@@ -191,9 +201,54 @@ void TableView::saveColumnWidths() const {
                                                         autosaveName_);
 }
 
+void TableView::fitColumns() {
+    isFitting_ = true;
+    int room = viewport()->width();
+    const auto count = static_cast<int>(columnWidths_.size());
+    // The last column takes what the others leave, and they leave enough.
+    for (int i = 0; i + 1 < count; ++i) {
+        const int most = std::max(kLeastColumnWidth, room - kLeastColumnWidth * (count - 1 - i));
+        const int wanted = columnWidths_[static_cast<size_t>(i)];
+        if (wanted > 0) setColumnWidth(i, std::min(wanted, most));
+        room -= columnWidth(i);
+    }
+    isFitting_ = false;
+}
+
+void TableView::resizeEvent(QResizeEvent* event) {
+    QTableView::resizeEvent(event);
+    fitColumns();
+}
+
 void TableView::setRowMarker(std::function<bool(std::int64_t)> isMarked) {
     isMarked_ = std::move(isMarked);
     setNeedsDisplay();
+}
+
+void TableView::markDidMove() {
+    isScrolledByHand_ = false;
+    setNeedsDisplay();
+}
+
+QModelIndex TableView::markedRow() const {
+    int row = isMarked_ ? model_->rowCount() : 0;
+    while (row > 0 && !isMarked_(row - 1))
+        --row;
+    return row > 0 ? model_->index(row - 1, 0) : QModelIndex();
+}
+
+void TableView::revealMarkedRow() {
+    const QModelIndex marked = markedRow();
+    if (!marked.isValid()) return;
+    selectRow(marked.row());
+    scrollTo(marked, PositionAtCenter);
+    isScrolledByHand_ = false;
+}
+
+void TableView::showEvent(QShowEvent* event) {
+    QTableView::showEvent(event);
+    // Not when the whole window comes back.
+    if (!event->spontaneous() && !isScrolledByHand_) scrollTo(markedRow(), PositionAtCenter);
 }
 
 void TableView::reloadData() {
@@ -233,7 +288,17 @@ void TableView::keyPressEvent(QKeyEvent* event) {
         sendAction();
         return;
     }
-    QTableView::keyPressEvent(event);
+    const int scrolledTo = verticalScrollBar()->value();
+    const int rows = model_->rowCount();
+    // The toolkit's own go to the ends of a row.
+    if (event->key() == Qt::Key_Home && rows > 0) {
+        selectRow(0);
+    } else if (event->key() == Qt::Key_End && rows > 0) {
+        selectRow(rows - 1);
+    } else {
+        QTableView::keyPressEvent(event);
+    }
+    if (verticalScrollBar()->value() != scrolledTo) isScrolledByHand_ = true;
 }
 
 void TableView::mouseDoubleClickEvent(QMouseEvent* event) {

@@ -55,6 +55,7 @@ class TableView : public QTableView, public Control {
     /// Identifier of what a row tells when the pointer rests on it; empty for nothing.
     Q_PROPERTY(QString toolTipColumn MEMBER toolTipColumn_)
     /// The user default that keeps the widths the user gives the columns; to be set after them.
+    /// They hold as far as every column stays in sight.
     Q_PROPERTY(QString autosaveName READ autosaveName WRITE setAutosaveName)
     /// Name of the bundle image that marks rows.
     Q_PROPERTY(QString markImageName MEMBER markImageName_)
@@ -82,6 +83,11 @@ class TableView : public QTableView, public Control {
     void setRowMarker(std::function<bool(std::int64_t row)> isMarked);
     /// Draws the visible rows again.
     void setNeedsDisplay() { viewport()->update(); }
+    /// Another row may carry the mark now: the rows are drawn again, and the table scrolls to the
+    /// marked one when it next comes on show, unless the user has scrolled it since this call.
+    void markDidMove();
+    /// Scrolls to the marked row, the last where several are, and selects it; nothing without one.
+    Q_INVOKABLE void revealMarkedRow();
 
     /// The number of the selected row; -1 when none is.
     std::int64_t selectedRow() const;
@@ -94,18 +100,24 @@ class TableView : public QTableView, public Control {
     void focusOutEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
   private:
     class Model;
 
-    void restoreColumnWidths();
-    void saveColumnWidths() const;
+    QModelIndex markedRow() const;
+    void columnResized(int column, int oldWidth, int width);
+    void fitColumns();
 
     Model* model_;
     QStringList columns_;
     QString fileColumn_;
     QString toolTipColumn_;
     QString autosaveName_;
+    std::vector<int> columnWidths_;  // as wanted, in points; 0 for the rest of the table's width
+    bool isFitting_ = false;
+    bool isScrolledByHand_ = false;  // since the mark has moved
     QString markImageName_;
     std::function<bool(std::int64_t)> isMarked_;
     std::unique_ptr<FocusRing> ring_;  // absent without keyboard focus
