@@ -46,6 +46,13 @@ def screenshot(path):
     subprocess.run(["import", "-silent", "-window", "root", path], check=True)
 
 
+def picture(left, top, width, height):
+    """The pixels of that part of the screen, three bytes each: red, green, blue."""
+    crop = f"{width}x{height}+{left}+{top}"
+    command = ["import", "-silent", "-window", "root", "-depth", "8", "-crop", crop, "rgb:-"]
+    return subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout
+
+
 class Control:
     """One control on the screen. Everything is read afresh, as the screen would be."""
 
@@ -103,10 +110,7 @@ class Control:
 
     def picture(self):
         """The pixels that the control shows, for telling whether two looks are alike."""
-        left, top, width, height = self.rectangle
-        crop = f"{width}x{height}+{left}+{top}"
-        command = ["import", "-silent", "-window", "root", "-crop", crop, "rgb:-"]
-        return subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout
+        return picture(*self.rectangle)
 
     def resting(self):
         """Whether the control stays in its place for three frames of a transition."""

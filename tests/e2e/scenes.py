@@ -6,6 +6,7 @@ starts. FOLDER receives a screenshot of each scene that fails.
 
 import pathlib
 import shutil
+import subprocess
 import sys
 import tempfile
 import time
@@ -14,7 +15,7 @@ import unittest
 import music
 from deck import Deck, away, heard
 from program import SETTINGS, Program, folders, settings, store
-from screen import hand, press, screenshot, type_text, wait_until
+from screen import hand, picture, press, screenshot, type_text, wait_until
 
 EXECUTABLE, EVIDENCE = (pathlib.Path(argument) for argument in sys.argv[1:3])
 
@@ -337,6 +338,38 @@ class Windows(Scene):
         tab_to("Left deck: seek")
         press("Right", "Right")
         wait_until(lambda: self.deck.elapsed() >= 10, "ten seconds further")
+
+
+class Looks(Scene):
+    BARE = b"\0\xff\0"  # a desktop of a colour that nothing in the window has
+
+    def start(self):
+        subprocess.run(["hsetroot", "-solid", "#00ff00"], check=True)
+        self.addCleanup(subprocess.run, ["hsetroot", "-solid", "#000000"])
+        super().start()
+
+    def bare(self, deck):
+        """How many pixels of the desktop shine undimmed through the deck."""
+        named = [c for c in self.screen.controls() if c.name.startswith(f"{deck.side} deck: ")]
+        boxes = [control.rectangle for control in named]
+        left, top = (min(box[i] for box in boxes) for i in (0, 1))
+        right, bottom = (max(box[i] + box[i + 2] for box in boxes) for i in (0, 1))
+        shown = picture(left, top, right - left, bottom - top)
+        return sum(shown[i : i + 3] == self.BARE for i in range(0, len(shown), 3))
+
+    def test_no_holes_in_the_decks(self):
+        self.assertIn(self.BARE, picture(0, 0, 1, 1))
+        self.deck.play("Amber")
+        self.other.play("Fir")
+        for _ in range(3):
+            for deck in self.decks.values():
+                deck.show("library")
+                deck.show("player")
+                deck.press("play/pause")
+            away()
+            time.sleep(1)
+            for deck in self.decks.values():
+                self.assertEqual(self.bare(deck), 0, f"pixels of the desktop in the {deck.side} deck")
 
 
 class BadInput(Scene):
