@@ -5,6 +5,7 @@
 set(PAIRDECK_ROOMS
     "platform/foundation |  |"
     "platform/workspace | platform/foundation | gio/"
+    "platform/store | platform/foundation | sqlite3.h"
     "platform/containers | platform/foundation |"
     "platform/media | platform/foundation platform/containers | tiostream.h tfile.h apetag.h zlib.h"
     "platform/audio | platform/foundation platform/containers | libav libsw cubeb/ soxr.h"
