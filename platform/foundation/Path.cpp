@@ -1,5 +1,7 @@
 #include "platform/foundation/Path.h"
 
+#include "platform/foundation/FreeMemory.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -51,11 +53,38 @@ void appendUtf8(QByteArrayView bytes, QString& text) {
     text += QString::fromUtf8(bytes);
 }
 
-// A buffer of that size; none where the process could not hold it without harm, as a sparse or
-// damaged file may ask for.
+// Where the content of the open file of that size ends: at its end, or where a hole begins that is
+// longer than music is silent. Files that were made long and never filled have one.
+qint64 endOfContent(int file, qint64 size, qint64 stored) {
+    constexpr qint64 kLongHole = qint64{64} << 20;
+    // More pieces than that are left as they are.
+    constexpr int kPieces = 4096;
+    if (size - stored <= kLongHole) return size;
+    qint64 at = 0;
+    for (int i = 0; i < kPieces; ++i) {
+        const qint64 hole = ::lseek(file, at, SEEK_HOLE);
+        if (hole < 0 || hole >= size) break;
+        const qint64 data = ::lseek(file, hole, SEEK_DATA);
+        if (data < 0 && errno != ENXIO) break;
+        if ((data < 0 ? size : data) - hole > kLongHole) {
+            size = hole;
+            break;
+        }
+        if (data < 0) break;
+        at = data;
+    }
+    ::lseek(file, 0, SEEK_SET);
+    return size;
+}
+
+// A buffer of that size; none where the process could not hold it without harm.
 std::optional<QByteArray> bufferOfSize(qint64 size) {
-    const qint64 memory = qint64{::sysconf(_SC_PHYS_PAGES)} * ::sysconf(_SC_PAGESIZE);
-    if (size > memory / 2) return std::nullopt;
+    // Below it asking takes longer than reading.
+    constexpr qint64 kHarmless = qint64{1} << 20;
+    // What the program and its neighbours go on needing.
+    constexpr qint64 kMargin = qint64{128} << 20;
+    // Its reader may lay the content out once more, as the packets of some containers are.
+    if (size > kHarmless && size > (freeMemory() - kMargin) / 2) return std::nullopt;
     try {
         return QByteArray(static_cast<qsizetype>(size), Qt::Uninitialized);
     } catch (const std::bad_alloc&) {
@@ -159,7 +188,9 @@ std::optional<QByteArray> dataWithContentsOfFile(const QString& path) {
     std::optional<QByteArray> content;
     struct stat status = {};
     if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-        content = bufferOfSize(status.st_size);
+        constexpr qint64 kBlock = 512;  // whatever the file system's own
+        content =
+            bufferOfSize(endOfContent(file, status.st_size, qint64{status.st_blocks} * kBlock));
         qsizetype filled = 0;
         while (content && filled < content->size()) {
             const ssize_t count = ::read(file, content->data() + filled,

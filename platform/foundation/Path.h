@@ -34,9 +34,9 @@ QString displayString(const QString& text);
 /// The last component of `path` (trailing slashes ignored); "/" for the root, empty for empty.
 QString lastPathComponent(const QString& path);
 
-/// The whole content of the regular file at `path`; absent when it can't be read, is larger than
-/// half of the machine's memory, or is a folder, a FIFO, a socket or a device (none of which is
-/// opened for reading without end).
+/// The whole content of the regular file at `path`, up to a hole of more than 64 MB; absent when it
+/// can't be read, when twice its size would leave less than 128 MB of freeMemory(), or when it is a
+/// folder, a FIFO, a socket or a device (none of which is opened for reading without end).
 std::optional<QByteArray> dataWithContentsOfFile(const QString& path);
 
 }  // namespace platform

@@ -57,7 +57,7 @@ void convert(const Transform& transform, const QImage& source, QImage& result) {
 
 }  // namespace
 
-QImage inStandardColours(const QImage& image, const QByteArray& profile) {
+QImage inStandardColours(QImage image, const QByteArray& profile) {
     if (image.isNull() || profile.isEmpty() || isStandard(profile)) return image;
     if (Profile gray = openedProfile(profile, cmsSigGrayData); gray && image.isGrayscale()) {
         const Transform transform = transformToStandard(gray, TYPE_GRAY_16, 0);
@@ -68,8 +68,16 @@ QImage inStandardColours(const QImage& image, const QByteArray& profile) {
         convert(transform, source, result);
         return result;
     }
-    const Transform transform = transformToStandard(openedProfile(profile, cmsSigRgbData),
-                                                    TYPE_RGBA_16, cmsFLAGS_COPY_ALPHA);
+    const Profile colours = openedProfile(profile, cmsSigRgbData);
+    if (image.depth() <= 32) {
+        const Transform transform = transformToStandard(colours, TYPE_RGBA_8, cmsFLAGS_COPY_ALPHA);
+        if (!transform) return image;
+        image.convertTo(image.hasAlphaChannel() ? QImage::Format_RGBA8888
+                                                : QImage::Format_RGBX8888);
+        if (!image.isNull()) convert(transform, image, image);
+        return image;
+    }
+    const Transform transform = transformToStandard(colours, TYPE_RGBA_16, cmsFLAGS_COPY_ALPHA);
     if (!transform) return image;
     const QImage source = image.convertToFormat(QImage::Format_RGBA64);
     QImage result = largeBitmap(image.size(), QImage::Format_RGBA8888);

@@ -8,8 +8,9 @@
 namespace platform {
 
 /// `image` with its colours, which `profile` (an ICC profile) describes, turned into sRGB. As it is
-/// when the profile is empty, sRGB's own, damaged or meant for other channels than the image's.
-QImage inStandardColours(const QImage& image, const QByteArray& profile);
+/// when the profile is empty, sRGB's own, damaged or meant for other channels than the image's. In
+/// place where an image of four bytes per pixel is nobody else's.
+QImage inStandardColours(QImage image, const QByteArray& profile);
 
 /// Turns rows of CMYK bytes (0 is no ink) into opaque RGBA bytes in place, through `profile` or, if
 /// that is empty or damaged, by R = (1 - C)(1 - K) and so on. `inverted` bytes have 255 for no ink.

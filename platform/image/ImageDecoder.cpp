@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace platform {
 
@@ -21,9 +22,11 @@ namespace {
 // What the reader's plugins know beyond these has no place in artwork or among wallpapers.
 constexpr const char* kFormats[] = {"png", "webp", "gif", "bmp", "tiff"};
 
-bool isSixteenBit(QImage::Format format) {
-    return format == QImage::Format_RGBX64 || format == QImage::Format_RGBA64 ||
-           format == QImage::Format_RGBA64_Premultiplied || format == QImage::Format_Grayscale16;
+// Bytes of a pixel of that format on its way to one of four bytes.
+qint64 bytesPerPixel(QImage::Format format) {
+    constexpr int kLeast = 4;
+    if (format == QImage::Format_Invalid || format >= QImage::NImageFormats) return kLeast;
+    return std::max(kLeast, QImage::toPixelFormat(format).bitsPerPixel() / 8);
 }
 
 // Whether `data` may be a drawing: XML, or compressed (RFC 1952) as drawings often are.
@@ -51,7 +54,7 @@ QImage decodedByReader(const QByteArray& data) {
     QBuffer buffer;
     buffer.setData(data);
     buffer.open(QIODevice::ReadOnly);
-    // Its own limit, for all pictures of the process, is lower than ours.
+    // Its own limit, for all pictures of the process, need not be higher than ours.
     QImageReader::setAllocationLimit(kMaxDecodedBytes >> 20);
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
@@ -60,7 +63,7 @@ QImage decodedByReader(const QByteArray& data) {
         return {};
     const QSize size = reader.size();
     const QImage::Format pixels = reader.imageFormat();
-    if (!isDecodableSize(size, isSixteenBit(pixels) ? 8 : 4)) return {};
+    if (!isDecodableSize(size, bytesPerPixel(pixels))) return {};
     // Read into where it stands, if the plugin agrees on the format.
     QImage image = largeBitmap(size, pixels);
     if (!reader.read(&image)) return {};
@@ -87,15 +90,17 @@ QImage premultiplied(QImage image) {
 
 QImage decodedImage(const QByteArray& data, Drawings drawings) {
     if (isJpeg(data)) return decodedJpeg(data);
+    if (data.size() > kMaxEncodedBytes) return {};
     QImage image = decodedByReader(data);
     // Last, as a picture's own metadata may hold what looks like a drawing.
     if (image.isNull() && drawings == Drawings::Decoded && mayBeDrawing(data))
         image = decodedDrawing(data);
     if (image.isNull()) return image;
-    image = inStandardColours(image, image.colorSpace().iccProfile());
+    const QByteArray profile = image.colorSpace().iccProfile();
+    image = inStandardColours(std::move(image), profile);
     image.setColorSpace(QColorSpace());
     image.setDevicePixelRatio(1);
-    return premultiplied(image);
+    return premultiplied(std::move(image));
 }
 
 }  // namespace platform

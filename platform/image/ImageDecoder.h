@@ -6,9 +6,11 @@
 
 namespace platform {
 
-/// Pictures that would be larger than this when decoded are refused: 1 GiB, 2^28 pixels. Changing
-/// their format may take as much again for a moment.
-constexpr qint64 kMaxDecodedBytes = qint64{1} << 30;
+/// Pictures that would be larger than this when decoded are refused: 80 MiB, 20.97 million pixels
+/// of 8 bits a channel. JPEG pictures may be larger: see JpegPlan.h.
+constexpr qint64 kMaxDecodedBytes = qint64{80} << 20;
+/// So are files of more bytes than this, however they are packed.
+constexpr qsizetype kMaxEncodedBytes = qsizetype{96} << 20;
 /// So are pictures with a side of more pixels than this, which nobody could look at, but whose
 /// every line would be worked on whole.
 constexpr int kMaxDecodedSide = 1'000'000;
@@ -26,6 +28,7 @@ enum class Drawings { Refused, Decoded };
 /// The picture encoded in `data` (JPEG, PNG, WebP, GIF, BMP, TIFF or SVG; the first one of several)
 /// upright, in sRGB, as QImage::Format_RGBA8888_Premultiplied. Null when it is none of these, can't
 /// be decoded or declares a size that is refused, which is found before any memory is asked for.
+/// A JPEG of more pixels than ordinary pictures have comes at half, a quarter or an eighth of them.
 QImage decodedImage(const QByteArray& data, Drawings drawings = Drawings::Refused);
 
 }  // namespace platform

@@ -3,15 +3,19 @@
 #include "platform/image/ColourProfile.h"
 #include "platform/image/Exif.h"
 #include "platform/image/ImageDecoder.h"
+#include "platform/image/JpegPlan.h"
 #include "platform/image/LargeBuffer.h"
 
 #include <QtEndian>
 
 #include <turbojpeg.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <type_traits>
+#include <utility>
 
 namespace platform {
 
@@ -70,10 +74,11 @@ bool isJpeg(const QByteArray& data) {
 }
 
 QImage decodedJpeg(const QByteArray& data) {
+    const std::optional<JpegPlan> plan = jpegPlan(data);
     const std::unique_ptr<void, DestroyDecoder> decoder(tjInitDecompress());
-    if (!decoder) return {};
+    if (!plan || !decoder) return {};
     const auto* const bytes = reinterpret_cast<const uchar*>(data.constData());
-    const auto length = static_cast<unsigned long>(data.size());
+    const auto length = static_cast<unsigned long>(plan->length);
     int width = 0;
     int height = 0;
     int subsampling = 0;
@@ -81,7 +86,10 @@ QImage decodedJpeg(const QByteArray& data) {
     if (tjDecompressHeader3(decoder.get(), bytes, length, &width, &height, &subsampling, &space) <
         0)
         return {};
-    if (!isDecodableSize({width, height}, 4)) return {};
+    const tjscalingfactor scale = {1, plan->reduction};
+    width = TJSCALED(width, scale);
+    height = TJSCALED(height, scale);
+    if (std::max(width, height) > kMaxDecodedSide) return {};
     const bool cmyk = space == TJCS_CMYK || space == TJCS_YCCK;
     QImage image = largeBitmap(
         {width, height}, cmyk ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_RGBX8888);
@@ -97,8 +105,8 @@ QImage decodedJpeg(const QByteArray& data) {
     if (cmyk)
         convertCmykToRgba(image.bits(), width, height, metadata.adobe, metadata.profile);
     else
-        image = inStandardColours(image, metadata.profile);
-    return uprightImage(premultiplied(image), metadata.orientation);
+        image = inStandardColours(std::move(image), metadata.profile);
+    return uprightImage(premultiplied(std::move(image)), metadata.orientation);
 }
 
 }  // namespace platform

@@ -108,7 +108,7 @@ class FullDisk(Scene):
         if not all(small_disk(self, disk, "64k") for disk in disks):
             self.skipTest("this user may not mount a disk")
         # A desktop's own player asks for the picture as a file in the cache.
-        with_artwork(self.folder / "Left" / "gale.mp3", 8_000, 8_000)
+        with_artwork(self.folder / "Left" / "gale.mp3", 4_000, 4_000)
         store(PairdeckLeftRepeatState=0, **folders(self.folder / "Left", "/nowhere"))
         old = settings()
         self.start()
@@ -139,7 +139,7 @@ class HostileLibrary(Scene):
         super().setUpClass()
         folder = cls.folder / "Right"
         with_artwork(folder / "poster.mp3", 20_000, 20_000)
-        with_artwork(folder / "large.mp3", 8_000, 8_000)
+        with_artwork(folder / "large.mp3", 5_000, 4_000)
         with_artwork(folder / "needle.mp3", 1, 1_000_000)
         os.mkfifo(folder / "fifo.mp3")
         with contextlib.closing(socket.socket(socket.AF_UNIX)) as listener:
@@ -184,7 +184,7 @@ class HostileLibrary(Scene):
             self.other.shows("remaining time", "-00:00")
             self.assertFalse(self.other.overlay().checked)
             self.hears()
-        self.assertLess(self.program.peak_memory(), 600e6)
+        self.assertLess(self.program.peak_memory(), 450e6)
         self.end()
 
 

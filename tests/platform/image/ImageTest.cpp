@@ -1,5 +1,6 @@
 #include "platform/image/Image.h"
 #include "platform/image/ImageDecoder.h"
+#include "platform/image/JpegPlan.h"
 
 #include <QBuffer>
 #include <QColorSpace>
@@ -108,21 +109,66 @@ TEST(Image, SurvivesDamage) {
     }
 }
 
+// A JPEG file of `width` x `height` pixels, of which but the first are there.
+QByteArray jpegDeclaring(quint16 width, quint16 height, const QByteArray& options = "") {
+    QBuffer buffer;
+    QImageWriter writer(&buffer, "jpg");
+    writer.setProgressiveScanWrite(options == "progressive");
+    EXPECT_TRUE(writer.write(flat({16, 16}, Qt::red)));
+    QByteArray jpeg = buffer.data();
+    const qsizetype frame = jpeg.indexOf(options == "progressive" ? "\xFF\xC2" : "\xFF\xC0");
+    EXPECT_GT(frame, 0);
+    qToBigEndian(height, jpeg.data() + frame + 5);
+    qToBigEndian(width, jpeg.data() + frame + 7);
+    return jpeg;
+}
+
+TEST(Image, HugeJpegsComeReducedAndOrdinaryOnesWhole) {
+    const auto size = [](const QByteArray& data) { return Image::initWithData(data).size(); };
+    EXPECT_EQ(size(jpegDeclaring(6000, 4000)), QSizeF(6000, 4000));
+    EXPECT_EQ(size(jpegDeclaring(6001, 4001)), QSizeF(3001, 2001));
+    EXPECT_EQ(size(jpegDeclaring(16000, 16000)), QSizeF(4000, 4000));
+    EXPECT_EQ(size(jpegDeclaring(16400, 16400)), QSizeF(0, 0));
+    // Held as coefficients until its last scan has been read.
+    EXPECT_EQ(size(jpegDeclaring(4000, 4000, "progressive")), QSizeF(4000, 4000));
+    EXPECT_EQ(size(jpegDeclaring(11000, 11000, "progressive")), QSizeF(0, 0));
+    QImage corners = flat({6400, 6400}, Qt::blue);
+    QPainter(&corners).fillRect(3200, 0, 3200, 3200, Qt::red);
+    const QImage reduced = Image::initWithData(encoded(corners, "jpg")).bitmap();
+    EXPECT_EQ(reduced.size(), QSize(3200, 3200));
+    expectNear(reduced.pixel(1590, 10), qRgb(0, 0, 255), 3);
+    expectNear(reduced.pixel(1610, 1590), qRgb(255, 0, 0), 3);
+    expectNear(reduced.pixel(1610, 1610), qRgb(0, 0, 255), 3);
+}
+
+// Scans that refine the picture again and again would take seconds.
+TEST(Image, RefinementsBeyondTheirTimeAreLeftOut) {
+    QByteArray data = jpegDeclaring(4000, 4000, "progressive");
+    data.chop(2);  // its end
+    const qsizetype scan = data.indexOf("\xFF\xDA");
+    const qsizetype next = data.indexOf("\xFF\xDA", scan + 2);
+    ASSERT_GT(next, scan);
+    const QByteArray refinement = data.sliced(next);
+    for (int i = 0; i < 400; ++i)
+        data += refinement;
+    const auto plan = jpegPlan(data);
+    ASSERT_TRUE(plan);
+    EXPECT_GT(plan->length, next);
+    EXPECT_LT(plan->length, data.size() / 4);
+    EXPECT_FALSE(Image::initWithData(data).isNull());
+}
+
 TEST(Image, RefusesDeclaredSizesBeyondItsLimits) {
-    EXPECT_TRUE(isDecodableSize({16384, 16384}, 4));
-    EXPECT_FALSE(isDecodableSize({16384, 16385}, 4));
-    EXPECT_FALSE(isDecodableSize({16384, 16384}, 8));
+    EXPECT_TRUE(isDecodableSize({5120, 4096}, 4));
+    EXPECT_FALSE(isDecodableSize({5120, 4097}, 4));
+    EXPECT_FALSE(isDecodableSize({5120, 4096}, 8));
     EXPECT_FALSE(isDecodableSize({0, 5}, 4));
     EXPECT_TRUE(isDecodableSize({1'000'000, 1}, 4));
     EXPECT_FALSE(isDecodableSize({1, 1'000'001}, 4));
 
-    QByteArray jpeg = encoded(flat({16, 16}, Qt::red), "jpg");
-    const qsizetype frame = jpeg.indexOf("\xFF\xC0");
-    ASSERT_GT(frame, 0);
-    qToBigEndian<quint16>(0xFFFF, jpeg.data() + frame + 5);
-    qToBigEndian<quint16>(0xFFFF, jpeg.data() + frame + 7);
-    EXPECT_TRUE(Image::initWithData(jpeg).isNull());
-
+    EXPECT_TRUE(Image::initWithData(jpegDeclaring(0xFFFF, 0xFFFF)).isNull());
+    const QImage deep(4096, 4096, QImage::Format_RGBX64);
+    EXPECT_TRUE(Image::initWithData(encoded(deep, "png")).isNull());
     QByteArray bmp = encoded(flat({16, 16}, Qt::red), "bmp");
     qToLittleEndian<quint32>(1 << 15, bmp.data() + 18);
     qToLittleEndian<quint32>(1 << 15, bmp.data() + 22);
