@@ -1,5 +1,9 @@
 #include "platform/image/BlurKernels.h"
 
+// Vectors whose length shows only at run time can be neither members nor elements of an array, as
+// the filter's states are. A processor that has them takes its fixed ones.
+#define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
+
 #include <hwy/cache_control.h>
 
 #include <algorithm>
@@ -43,13 +47,13 @@ HWY_INLINE Vector loadSamples(const Sample* samples) {
     return hn::ConvertTo(kFloats, hn::PromoteTo(Ints(), hn::Load(tag, samples)));
 }
 
-// What multiplies the states of a run. Set in a function of its own: a generated constructor would
-// miss the target's attributes. Named one by one, here and below: as arrays GCC 12 leaves them in
-// memory, and a run with AVX2 takes a fifth more time.
+// What multiplies the states of a run. The constructors here and below are written out, as
+// generated ones would miss the target's attributes, and the members named one by one: as arrays
+// GCC 12 leaves them in memory, and a run with AVX2 takes a fifth more time.
 struct Feedback {
     Vector a1, a2, b1, b2, c1;
 
-    HWY_INLINE void set(const RecursiveGaussian& filter) {
+    HWY_INLINE explicit Feedback(const RecursiveGaussian& filter) {
         a1 = hn::Set(kFloats, filter.feedback[0]);
         a2 = hn::Set(kFloats, filter.feedback[1]);
         b1 = hn::Set(kFloats, filter.feedback[2]);
@@ -62,6 +66,7 @@ struct Feedback {
 struct Run {
     Vector a1, a2, b1, b2, c1;
 
+    HWY_INLINE Run() {}
     HWY_INLINE void begin(const float* states) {
         a1 = hn::Load(kFloats, states);
         a2 = hn::Load(kFloats, states + kBundleLanes);
@@ -91,8 +96,7 @@ struct Run {
 template <typename Sample>
 HWY_NOINLINE void runForward(const RecursiveGaussian& filter, const Sample* samples, int length,
                              float* line, float* states) {
-    Feedback feedback;
-    feedback.set(filter);
+    const Feedback feedback(filter);
     Run runs[kChains];
     for (int c = 0; c < kChains; ++c)
         runs[c].begin(states + c * kLanes);
@@ -111,8 +115,7 @@ HWY_NOINLINE void runForward(const RecursiveGaussian& filter, const Sample* samp
 template <typename Take>
 HWY_NOINLINE void runBackward(const RecursiveGaussian& filter, const float* line, int length,
                               const float* states, const Take& take) {
-    Feedback feedback;
-    feedback.set(filter);
+    const Feedback feedback(filter);
     Run runs[kChains];
     for (int c = 0; c < kChains; ++c)
         runs[c].begin(states + c * kLanes);

@@ -28,7 +28,7 @@ class EveryInstructionSet : public ::testing::TestWithParam<int64_t> {
 
 std::vector<int64_t> instructionSets() {
     std::vector<int64_t> sets{HWY_SCALAR};
-    for (const int64_t set : {HWY_SSSE3, HWY_SSE4, HWY_AVX2, HWY_AVX3}) {
+    for (const int64_t set : {HWY_SSSE3, HWY_SSE4, HWY_AVX2, HWY_AVX3, HWY_NEON}) {
         if (hwy::SupportedTargets() & set) sets.push_back(set);
     }
     return sets;
