@@ -49,6 +49,18 @@ class SliderInterface final : public RangeInterface<Slider> {
     }
 };
 
+// Newer toolkits ask for a window's interface while it is still without the flags that make it a
+// dialog, so that what it is must be told anew each time.
+class WindowInterface final : public QAccessibleWidget {
+  public:
+    using QAccessibleWidget::QAccessibleWidget;
+
+    QAccessible::Role role() const override {
+        const bool isDialog = (widget()->windowFlags() & Qt::Dialog) == Qt::Dialog;
+        return isDialog ? QAccessible::Dialog : QAccessible::Window;
+    }
+};
+
 // A view is worth telling of when the interface file names it; else only what is inside it is.
 QAccessible::Role roleOf(const View& view) {
     if (view.accessibleName().isEmpty()) return QAccessible::Client;
@@ -61,10 +73,7 @@ QAccessibleInterface* interfaceFor(const QString&, QObject* object) {
         return new RangeInterface<ProgressIndicator>(bar, QAccessible::ProgressBar);
     }
     if (auto* view = qobject_cast<View*>(object)) return new QAccessibleWidget(view, roleOf(*view));
-    if (auto* window = qobject_cast<Window*>(object)) {
-        const bool isDialog = (window->windowFlags() & Qt::Dialog) == Qt::Dialog;
-        return new QAccessibleWidget(window, isDialog ? QAccessible::Dialog : QAccessible::Window);
-    }
+    if (auto* window = qobject_cast<Window*>(object)) return new WindowInterface(window);
     return nullptr;
 }
 

@@ -54,24 +54,30 @@ TEST_F(PlayerSound, EverySinkKeepsPitchAndSides) {
         // it.
         const int rate = sinkRate;
         server.start(rate, channels);
-        const auto left = tonePlayer(440, 10, 1);
-        const auto right = tonePlayer(880, 10, -1);
+        const auto left = tonePlayer(440, 30, 1);
+        const auto right = tonePlayer(880, 30, -1);
         left->play();
         right->play();
         ASSERT_TRUE(runEventsUntil([&] { return AudioEngine::shared().mixer.rate() == rate; }, 5))
             << rate;
         runEvents(0.5);
-        server.startRecording(QStringLiteral("null"), rate, channels);
-        runEvents(1.5);
-        const auto heard = server.stopRecording();
-        const auto count = static_cast<size_t>(channels);
-        const auto first = channelOf(heard, count, 0);
-        const auto second = channelOf(heard, count, channels == 1 ? 0 : 1);
-        EXPECT_GT(toneIn(first, 880, rate).amplitude, 0.1) << rate << ' ' << channels;
-        EXPECT_GT(toneIn(second, 440, rate).amplitude, 0.1) << rate << ' ' << channels;
-        if (channels == 1) continue;
-        EXPECT_LT(toneIn(first, 440, rate).amplitude, 1e-4) << rate << ' ' << channels;
-        EXPECT_LT(toneIn(second, 880, rate).amplitude, 1e-4) << rate << ' ' << channels;
+        // A server out of breath leaves frames out, and a gap sounds like every tone; what leaks
+        // from the other side is there each time.
+        double leaked = 1;
+        for (int tries = 0; tries < 8 && leaked >= 1e-4; ++tries) {
+            server.startRecording(QStringLiteral("null"), rate, channels);
+            runEvents(1.5);
+            const auto heard = server.stopRecording();
+            const auto count = static_cast<size_t>(channels);
+            const auto first = channelOf(heard, count, 0);
+            const auto second = channelOf(heard, count, channels == 1 ? 0 : 1);
+            EXPECT_GT(toneIn(first, 880, rate).amplitude, 0.1) << rate << ' ' << channels;
+            EXPECT_GT(toneIn(second, 440, rate).amplitude, 0.1) << rate << ' ' << channels;
+            leaked = channels == 1 ? 0
+                                   : std::max(toneIn(first, 440, rate).amplitude,
+                                              toneIn(second, 880, rate).amplitude);
+        }
+        EXPECT_LT(leaked, 1e-4) << rate << ' ' << channels;
     }
 }
 
