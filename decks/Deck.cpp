@@ -80,7 +80,10 @@ void Deck::dress(const Image& desktopPicture) {
     });
     // A scan or a search has renewed the list.
     QObject::connect(controls_.tableView->model(), &QAbstractItemModel::modelReset, &listContext_,
-                     [this] { didChange_(Change::Move); });
+                     [this] {
+                         updateSuccessor();
+                         didChange_(Change::Move);
+                     });
     controls_.songAlbumArt->setControlView(controls_.controlView);
     controls_.timeSlider->setValueSource([this] { return currentTime(); });
     showBackdrop(desktopPicture, kDesktopBlurLevel);
@@ -107,8 +110,15 @@ void Deck::showIdle() {
 }
 
 void Deck::load(const QString& path) {
-    const auto data = platform::dataWithContentsOfFile(path);
-    player_ = data ? AudioPlayer::initWithData(*data) : nullptr;
+    // A track that follows the one before without a seam is read and under way already.
+    auto player = player_ ? player_->takeSuccessor(path) : nullptr;
+    if (!player) {
+        const auto data = platform::dataWithContentsOfFile(path);
+        player = data ? AudioPlayer::initWithData(*data) : nullptr;
+    }
+    player_ = std::move(player);
+    successor_.reset();
+    isNearEnd_ = false;
     currentURL_ = path;
     if (player_) player_->setDelegate(&delegate_);
     showTrack(path);
@@ -173,14 +183,63 @@ void Deck::playSelection() {
     load(tracks()[static_cast<size_t>(row)]->URL());
 }
 
-void Deck::playNeighbour(navigation::Neighbour neighbour) {
+std::optional<QString> Deck::neighbour(navigation::Neighbour step) const {
     if (shuffle_) {
-        if (const auto* track = randomObject(tracks())) load((*track)->URL());
-        return;
+        const auto* track = randomObject(tracks());
+        return track ? std::optional((*track)->URL()) : std::nullopt;
     }
     // The place is found by the path at every step: a scan or a search may have moved it.
     const auto current = navigation::indexOfCurrentTrack(tracks(), currentURL_);
-    if (const auto index = neighbour(current, tracks().size())) load(tracks()[*index]->URL());
+    const auto index = step(current, tracks().size());
+    return index ? std::optional(tracks()[*index]->URL()) : std::nullopt;
+}
+
+std::optional<QString> Deck::trackAfterEnd() const {
+    switch (navigation::endOfTrack(repeat_)) {
+        case navigation::EndOfTrack::PlayNext:
+            return neighbour(navigation::nextIndex);
+        case navigation::EndOfTrack::PlayAgain:
+            return currentURL_;
+        default:
+            return std::nullopt;
+    }
+}
+
+void Deck::playNeighbour(navigation::Neighbour step) {
+    takeBackSuccessor();
+    if (const auto url = neighbour(step)) load(*url);
+}
+
+void Deck::prepareSuccessor() {
+    isNearEnd_ = true;
+    updateSuccessor();
+}
+
+void Deck::updateSuccessor() {
+    if (!isNearEnd_ || !player_) return;
+    const auto wanted = trackAfterEnd();
+    // A draw is made anew, from the list as it now is.
+    if (wanted == successor_ && !shuffle_) return;
+    if (player_->setSuccessor(wanted)) successor_ = wanted;
+}
+
+void Deck::takeBackSuccessor() {
+    if (!player_) return;
+    if (player_->setSuccessor(std::nullopt)) {
+        successor_.reset();
+    } else {
+        // It sounds already: what is asked for now is asked of that track.
+        delegate_.audioPlayerDidFinishPlayingSuccessfully(player_.get(), true);
+    }
+}
+
+void Deck::finishTrack() {
+    const auto next = successor_ ? successor_ : trackAfterEnd();
+    if (next) {
+        load(*next);
+    } else if (player_ && navigation::endOfTrack(repeat_) == navigation::EndOfTrack::Pause) {
+        player_->pause();
+    }
 }
 
 void Deck::playNext() {
@@ -188,6 +247,7 @@ void Deck::playNext() {
 }
 
 void Deck::playPrevious() {
+    takeBackSuccessor();
     if (currentTime() < navigation::kRestartThreshold) {
         playNeighbour(navigation::previousIndex);
     } else {
@@ -196,8 +256,10 @@ void Deck::playPrevious() {
 }
 
 void Deck::playPause() {
+    takeBackSuccessor();
     if (isPlaying()) {
         player_->pause();
+        isNearEnd_ = false;
     } else if (player_) {
         player_->play();
     }
@@ -213,10 +275,12 @@ void Deck::pause() {
 }
 
 void Deck::seek(double seconds) {
+    takeBackSuccessor();
     if (!player_) return;
     // The last word counts: whoever still holds the knob would take this one back.
     controls_.timeSlider->stopTracking();
     controls_.timeSlider->setDoubleValue(seconds);
+    isNearEnd_ = false;
     player_->setCurrentTime(seconds);
     didChange_(Change::Move);
 }
@@ -240,14 +304,18 @@ void Deck::toggleMute() {
 }
 
 void Deck::setShuffle(bool shuffle) {
+    takeBackSuccessor();
     shuffle_ = shuffle;
+    updateSuccessor();
     UserDefaults::standardUserDefaults().setValueForKey(shuffle_, shuffleKey());
     didChange_(Change::Status);
 }
 
 void Deck::setRepeat(std::int64_t state) {
     if (state < PDRepeatOff || state > PDRepeatOne) return;
+    takeBackSuccessor();
     repeat_ = state;
+    updateSuccessor();
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
     defaults.setValueForKey(static_cast<std::int32_t>(repeat_), repeatKey());
     showRepeat();

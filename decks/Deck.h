@@ -100,6 +100,13 @@ class Deck {
     void playNext();
     /// The same backwards; from navigation::kRestartThreshold on the track starts again instead.
     void playPrevious();
+    /// Has what would follow the current track at its end stand ready to follow without a seam: the
+    /// track that the repeat state, the shuffle flag and the list ask for now. A later change of
+    /// these takes it back and puts another in its place.
+    void prepareSuccessor();
+    /// The track has ended: plays what stands ready to follow, or what the repeat state asks for
+    /// now, or pauses.
+    void finishTrack();
 
     /// Plays a deck that doesn't, from the start again where its track has ended, and pauses one
     /// that does.
@@ -128,7 +135,11 @@ class Deck {
     static QString secondToMinuteSecond(std::int32_t seconds);
 
   private:
-    void playNeighbour(navigation::Neighbour neighbour);
+    std::optional<QString> neighbour(navigation::Neighbour step) const;
+    std::optional<QString> trackAfterEnd() const;
+    void playNeighbour(navigation::Neighbour step);
+    void updateSuccessor();
+    void takeBackSuccessor();
     void showTrack(const QString& path);
     void showBackdrop(const platform::Image& picture, double level);
     void showTitle(const QString& title);
@@ -144,6 +155,8 @@ class Deck {
 
     std::unique_ptr<platform::AudioPlayer> player_;
     std::optional<QString> currentURL_;
+    std::optional<QString> successor_;  // what the player follows its track with
+    bool isNearEnd_ = false;            // so that a successor may stand ready
     TrackTags tags_;
     float volume_ = 1.0F;
     float audibleVolume_ = 1.0F;  // what the end of muting restores

@@ -179,24 +179,17 @@ void Pairdeck::playPrevTrackAt(Control* sender) {
 }
 
 void Pairdeck::audioPlayerDidFinishPlayingSuccessfully(AudioPlayer* player, bool) {
-    for (size_t i = 0; i < decks_.size(); ++i) {
-        const Deck& deck = *decks_[i];
-        if (!deck.plays(player)) continue;
-        switch (navigation::endOfTrack(deck.repeat())) {
-            case navigation::EndOfTrack::Pause:
-                player->pause();
-                break;
-            case navigation::EndOfTrack::PlayNext:
-                playNextTrackAt(controls_[i].next);
-                break;
-            case navigation::EndOfTrack::PlayAgain:
-                playTrackAtWithPlayer(deck.currentURL().value_or(QString()), deck.side());
-                break;
-            case navigation::EndOfTrack::Nothing:
-                break;
-        }
+    for (const auto& deck : decks_) {
+        if (!deck->plays(player)) continue;
+        deck->finishTrack();
         post(Deck::Change::Move);
         return;
+    }
+}
+
+void Pairdeck::audioPlayerNearsItsEnd(AudioPlayer* player) {
+    for (const auto& deck : decks_) {
+        if (deck->plays(player)) deck->prepareSuccessor();
     }
 }
 

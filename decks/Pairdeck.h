@@ -67,6 +67,8 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     /// Pauses, goes on or plays again, as the repeat state of the deck whose player it is says.
     void audioPlayerDidFinishPlayingSuccessfully(platform::AudioPlayer* player,
                                                  bool successfully) override;
+    /// Has what follows stand ready on the deck whose player it is.
+    void audioPlayerNearsItsEnd(platform::AudioPlayer* player) override;
 
     /// Brings the play/pause, shuffle and repeat buttons of both decks in line with their state.
     void refreshInfo();

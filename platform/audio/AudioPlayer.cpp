@@ -2,11 +2,14 @@
 
 #include "platform/audio/AudioEngine.h"
 #include "platform/audio/Clock.h"
+#include "platform/audio/SongAhead.h"
 
 #include <QObject>
+#include <QPointer>
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace platform {
 
@@ -14,22 +17,38 @@ using audio::AudioEngine;
 using audio::FeedRequest;
 using audio::Progress;
 using audio::Song;
+using audio::SongAhead;
 using audio::Voice;
 
 class AudioPlayer::Impl {
   public:
     Impl(AudioPlayer& player, std::shared_ptr<const Song> song)
         : player_(player), song_(std::move(song)), voice_(std::make_shared<Voice>()) {
-        voice_->setEndNotice([this](uint64_t request, bool decoded) {
-            QMetaObject::invokeMethod(
-                &context_, [this, request, decoded] { didEnd(request, decoded); },
-                Qt::QueuedConnection);
-        });
+        listen();
+    }
+
+    /// Takes over the sound of `before`'s successor, which has begun as the request `number`.
+    Impl(AudioPlayer& player, std::shared_ptr<const Song> song, Impl& before, uint64_t number)
+        : player_(player),
+          song_(std::move(song)),
+          voice_(std::exchange(before.voice_, before.silentVoice())),
+          isPlaying_(voice_->isPlaying()),
+          isFed_(true),
+          request_{number, 0, song_},
+          lastNumber_(before.lastNumber_) {
+        before.isPlaying_ = before.isFed_ = false;
+        before.hasEnded_ = true;
+        before.listen();
+        listen();
+        voice_->adoptSuccessor();
+        voice_->awaitNearEnd();
+        engine_.worker.wake();
     }
 
     ~Impl() {
-        voice_->setEndNotice({});
+        voice_->setNotices({});
         if (!isFed_) return;
+        if (successor_) voice_->takeBackSuccessor(successor_->number);
         voice_->release();
         engine_.worker.wake();
     }
@@ -44,6 +63,7 @@ class AudioPlayer::Impl {
         if (currentTime() >= duration()) setCurrentTime(0);
         isPlaying_ = true;
         voice_->setPlaying(true);
+        voice_->awaitNearEnd();
         if (isFed_)
             engine_.worker.wake();
         else
@@ -53,6 +73,8 @@ class AudioPlayer::Impl {
     }
 
     void pause() {
+        // Before its fade could run into the successor.
+        takeBackSuccessor();
         isPlaying_ = false;
         voice_->setPlaying(false);
     }
@@ -60,44 +82,135 @@ class AudioPlayer::Impl {
     double currentTime() {
         if (hasEnded_) return duration();
         const Progress progress = voice_->progress();
+        const bool followed = successor_ && progress.request == successor_->number;
         // What was asked for counts until the first of it is delivered.
-        if (progress.request != request_.number) return lastTime_;
+        if (progress.request != request_.number && !followed) return lastTime_;
         const double since = static_cast<double>(audio::nowNanoseconds() - progress.at) * 1e-9;
         const double behind = std::max(0.0, engine_.mixer.latency() - std::max(0.0, since));
-        const double heard = std::min(progress.time - behind, duration());
+        const double delivered = progress.time + (followed ? duration() : 0);
+        const double heard = std::min(delivered - behind, duration());
         return lastTime_ = std::max(lastTime_, heard);
     }
 
     void setCurrentTime(double seconds) {
+        takeBackSuccessor();
+        // Of one that has begun nothing more is wanted either.
+        successor_.reset();
         const double wanted = std::isnan(seconds) ? 0 : std::clamp(seconds, 0.0, duration());
         const auto sample = static_cast<int64_t>(std::llround(wanted * song_->rate));
-        request_ = {request_.number + 1, std::min(sample, song_->length)};
+        request_ = {++lastNumber_, std::min(sample, song_->length), song_};
         lastTime_ = static_cast<double>(request_.sample) / song_->rate;
         hasEnded_ = false;
+        voice_->awaitNearEnd();
         if (isFed_) engine_.worker.request(*voice_, request_);
     }
 
+    bool setSuccessor(const std::optional<QString>& path) {
+        if (!takeBackSuccessor()) return false;
+        if (!path || !isPlaying_) return true;
+        const uint64_t number = ++lastNumber_;
+        voice_->allowSuccessor(number);
+        successor_.emplace();
+        successor_->number = number;
+        successor_->file = std::make_unique<SongAhead>(
+            *path,
+            SongAhead::Notices{[&worker = engine_.worker, number, voice = voice_](auto song) {
+                                   worker.succeed(*voice, number, std::move(song));
+                               },
+                               [&worker = engine_.worker, number, voice = voice_] {
+                                   voice->takeBackSuccessor(number);
+                                   worker.wake();
+                               }});
+        return true;
+    }
+
+    std::unique_ptr<AudioPlayer> takeSuccessor(const QString& path) {
+        if (!successor_) return nullptr;
+        const auto [number, file] = *std::exchange(successor_, std::nullopt);
+        const bool begun = !voice_->takeBackSuccessor(number);
+        engine_.worker.wake();
+        auto song = file->path() == path ? file->song() : nullptr;
+        if (!song) {
+            if (begun) stop();
+            return nullptr;
+        }
+        std::unique_ptr<AudioPlayer> player(new AudioPlayer(nullptr));
+        player->impl_ = begun ? std::make_unique<Impl>(*player, std::move(song), *this, number)
+                              : std::make_unique<Impl>(*player, std::move(song));
+        return player;
+    }
+
   private:
+    struct Successor {
+        uint64_t number = 0;
+        std::unique_ptr<SongAhead> file;
+    };
+
+    void listen() {
+        const auto tell = [this](auto action) {
+            QMetaObject::invokeMethod(&context_, action, Qt::QueuedConnection);
+        };
+        voice_->setNotices(
+            {[this, tell](uint64_t request, bool decoded) {
+                 tell([this, request, decoded] { didEnd(request, decoded); });
+             },
+             [this, tell](uint64_t request) { tell([this, request] { nearsItsEnd(request); }); }});
+    }
+
+    /// A voice that has the volume and the pan of the present one.
+    std::shared_ptr<Voice> silentVoice() const {
+        auto voice = std::make_shared<Voice>();
+        voice->setVolume(voice_->volume());
+        voice->setPan(voice_->pan());
+        return voice;
+    }
+
+    /// Forgets the successor, unless it has begun: then false.
+    bool takeBackSuccessor() {
+        if (!successor_) return true;
+        if (!voice_->takeBackSuccessor(successor_->number)) return false;
+        successor_.reset();
+        engine_.worker.wake();
+        return true;
+    }
+
+    void stop() {
+        isPlaying_ = false;
+        voice_->setPlaying(false);
+    }
+
+    void nearsItsEnd(uint64_t request) {
+        if (request != request_.number || !isPlaying_ || !delegate_) return;
+        delegate_->audioPlayerNearsItsEnd(&player_);
+    }
+
     void didEnd(uint64_t request, bool decoded) {
         // Moved since, or already told.
         if (request != request_.number || hasEnded_) return;
         hasEnded_ = true;
         if (!isPlaying_) return;
-        pause();
-        // The delegate may well replace this player: nothing is touched after this.
+        isPlaying_ = false;
+        const bool followed = successor_ && !voice_->takeBackSuccessor(successor_->number);
+        if (!followed) stop();
+        // The delegate may well replace this player.
+        const QPointer<QObject> alive(&context_);
         if (delegate_) delegate_->audioPlayerDidFinishPlayingSuccessfully(&player_, decoded);
+        // Nobody has taken over what sounds, so it ends here.
+        if (alive && followed && successor_) stop();
     }
 
     AudioPlayer& player_;
     AudioEngine& engine_ = AudioEngine::shared();
     const std::shared_ptr<const Song> song_;
-    const std::shared_ptr<Voice> voice_;
+    std::shared_ptr<Voice> voice_;
     QObject context_;  // takes calls queued for it along when it goes
     AudioPlayerDelegate* delegate_ = nullptr;
     bool isPlaying_ = false;
     bool isFed_ = false;  // the worker knows the voice: from the first play on
     bool hasEnded_ = false;
-    FeedRequest request_ = {1, 0};
+    FeedRequest request_ = {1, 0, song_};
+    uint64_t lastNumber_ = 1;
+    std::optional<Successor> successor_;
     double lastTime_ = 0;
 };
 
@@ -138,6 +251,14 @@ double AudioPlayer::currentTime() const {
 
 void AudioPlayer::setCurrentTime(double seconds) {
     impl_->setCurrentTime(seconds);
+}
+
+bool AudioPlayer::setSuccessor(const std::optional<QString>& path) {
+    return impl_->setSuccessor(path);
+}
+
+std::unique_ptr<AudioPlayer> AudioPlayer::takeSuccessor(const QString& path) {
+    return impl_->takeSuccessor(path);
 }
 
 void AudioPlayer::setVolume(float volume) {

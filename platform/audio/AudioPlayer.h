@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 #include <memory>
+#include <optional>
 
 namespace platform {
 
@@ -15,6 +17,9 @@ class AudioPlayerDelegate {
     /// called from inside a call into the player, never after the player is gone.
     virtual void audioPlayerDidFinishPlayingSuccessfully(AudioPlayer* player,
                                                          bool successfully) = 0;
+    /// `player`, which plays, is some seconds from its end: time to set its successor. Told once
+    /// after each start and each move of the position, in the same way as the end.
+    virtual void audioPlayerNearsItsEnd(AudioPlayer* /*player*/) {}
 
   protected:
     ~AudioPlayerDelegate() = default;
@@ -54,6 +59,18 @@ class AudioPlayer {
     /// Stereo position from -1 (all on the left) to +1 (all on the right), clamped. For p >= 0:
     /// left' = (1 - p) L, right' = (R + p L) / (1 + p); mirrored for p < 0.
     void setPan(float pan);
+
+    /// Has the file at `path` follow without a seam, in place of what was set before; nothing for
+    /// no path. It is read and decoded on other threads, and its first sample is heard right after
+    /// this player's last, whatever the main thread does. A pause, a move of the position or a
+    /// change of the file takes it back. False when the former one has begun already; it then goes
+    /// on and nothing changes.
+    bool setSuccessor(const std::optional<QString>& path);
+    /// The player of the successor, if that is the file at `path` and was read, and the file has
+    /// not changed since. Where it has begun, the player takes over its sound, with volume, pan and
+    /// state, at its place, and this one stands at its end; otherwise it is paused at 0 and nothing
+    /// follows this one any more. Else null; what has begun falls silent.
+    std::unique_ptr<AudioPlayer> takeSuccessor(const QString& path);
 
   private:
     class Impl;

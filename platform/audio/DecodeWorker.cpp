@@ -42,6 +42,10 @@ void DecodeWorker::request(const Voice& voice, const FeedRequest& request) {
     post([&] { requests_.emplace_back(&voice, request); });
 }
 
+void DecodeWorker::succeed(const Voice& voice, uint64_t number, std::shared_ptr<const Song> song) {
+    post([&] { successions_.push_back({&voice, number, std::move(song)}); });
+}
+
 void DecodeWorker::wake() {
     post([] {});
 }
@@ -54,6 +58,12 @@ bool DecodeWorker::hasPlayingVoice() const {
     });
 }
 
+VoiceFeed* DecodeWorker::feedOf(const Voice* voice) const {
+    const auto feed = std::find_if(feeds_.begin(), feeds_.end(),
+                                   [&](const auto& each) { return &each->voice() == voice; });
+    return feed == feeds_.end() ? nullptr : feed->get();
+}
+
 void DecodeWorker::takeMessages() {
     for (Arrival& arrival : arrivals_) {
         feeds_.push_back(
@@ -61,12 +71,13 @@ void DecodeWorker::takeMessages() {
         feeds_.back()->request(arrival.request);
     }
     arrivals_.clear();
-    for (const auto& [voice, request] : requests_) {
-        for (const auto& feed : feeds_) {
-            if (&feed->voice() == voice) feed->request(request);
-        }
-    }
+    for (const auto& [voice, request] : requests_)
+        if (VoiceFeed* feed = feedOf(voice)) feed->request(request);
     requests_.clear();
+    for (Succession& succession : successions_)
+        if (VoiceFeed* feed = feedOf(succession.voice))
+            feed->succeed(succession.number, std::move(succession.song));
+    successions_.clear();
     woken_ = false;
 }
 

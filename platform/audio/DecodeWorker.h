@@ -25,7 +25,11 @@ class DecodeWorker {
              const FeedRequest& request);
     /// Asks for another place in the song of a voice that was added.
     void request(const Voice& voice, const FeedRequest& request);
-    /// Looks after all voices now: one was started, stopped or released, or the rate changed.
+    /// Has `song` follow the one that `voice` plays, for as long as the voice allows a successor of
+    /// that number. Any thread may call it.
+    void succeed(const Voice& voice, uint64_t number, std::shared_ptr<const Song> song);
+    /// Looks after all voices now: one was started, stopped or released, or the rate changed. Any
+    /// thread may call it.
     void wake();
 
     /// True while a voice that was not released plays.
@@ -38,11 +42,18 @@ class DecodeWorker {
         FeedRequest request;
     };
 
+    struct Succession {
+        const Voice* voice;
+        uint64_t number;
+        std::shared_ptr<const Song> song;
+    };
+
     /// Has `leave` leave a message, under the mutex, and wakes the worker, or starts it.
     template <typename Message>
     void post(Message leave);
     void run();
     void takeMessages();
+    VoiceFeed* feedOf(const Voice* voice) const;
 
     Mixer& mixer_;
     mutable std::mutex mutex_;
@@ -50,6 +61,7 @@ class DecodeWorker {
     // Messages to the worker, under the mutex.
     std::vector<Arrival> arrivals_;
     std::vector<std::pair<const Voice*, FeedRequest>> requests_;
+    std::vector<Succession> successions_;
     std::vector<std::weak_ptr<Voice>> voices_;
     bool woken_ = false;
     bool ending_ = false;

@@ -24,6 +24,10 @@ void Mixer::remove(Voice& voice) {
         slot.compare_exchange_strong(own, nullptr);
     }
     // A block that began before may still hold the voice; any later one finds the slot empty.
+    awaitBlockEnd();
+}
+
+void Mixer::awaitBlockEnd() const {
     const uint64_t edge = edges_.load();
     while (edge % 2 != 0 && edges_.load() == edge)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -21,6 +21,8 @@ class Mixer {
     /// Takes `voice` out; when this returns, no thread that renders knows it any more. Waits for
     /// the end of a block at most, so it is not for the real-time thread.
     void remove(Voice& voice);
+    /// Waits until no block is rendered that had begun before, as `remove` does.
+    void awaitBlockEnd() const;
 
     /// The output's frames per second. Set while nobody renders.
     void setRate(int rate) { rate_.store(rate, std::memory_order_release); }

@@ -16,6 +16,7 @@ class SongDecoder {
   public:
     explicit SongDecoder(std::shared_ptr<const Song> song);
 
+    const std::shared_ptr<const Song>& sharedSong() const { return song_; }
     const Song& song() const { return *song_; }
 
     /// Goes to the song's sample `sample`; what is read next is the same as if everything before

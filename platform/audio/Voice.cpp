@@ -37,16 +37,34 @@ void Voice::release() {
     released_.store(true, std::memory_order_release);
 }
 
-void Voice::setEndNotice(std::function<void(uint64_t, bool)> notice) {
+void Voice::setNotices(VoiceNotices notices) {
     expectRole(ThreadRole::Main);
     const std::lock_guard lock(noticeMutex_);
-    notice_ = std::move(notice);
+    notices_ = std::move(notices);
+}
+
+void Voice::allowSuccessor(uint64_t number) {
+    expectRole(ThreadRole::Main);
+    unheeded_.store(number, std::memory_order_release);
+    succession_.store(2 * number, std::memory_order_release);
+}
+
+bool Voice::takeBackSuccessor(uint64_t number) {
+    uint64_t allowed = 2 * number;
+    return succession_.compare_exchange_strong(allowed, 0) || allowed != 2 * number + 1;
 }
 
 void Voice::noticeEnd(uint64_t request, bool decoded) {
     expectRole(ThreadRole::Worker);
     const std::lock_guard lock(noticeMutex_);
-    if (notice_) notice_(request, decoded);
+    if (notices_.ended) notices_.ended(request, decoded);
+}
+
+void Voice::noticeNearEnd(uint64_t request) {
+    expectRole(ThreadRole::Worker);
+    if (!nearEndAwaited_.exchange(false, std::memory_order_acq_rel)) return;
+    const std::lock_guard lock(noticeMutex_);
+    if (notices_.nearEnd) notices_.nearEnd(request);
 }
 
 void Voice::offer(Lane* lane) {
@@ -94,23 +112,51 @@ void Voice::fadeOutOld(size_t frames) {
     });
 }
 
-void Voice::fillChunk(size_t frames) {
-    chunk_.fill(0);
-    const size_t fading = fadeLeft_;
+Lane* Voice::dueSuccessor(size_t frames) const {
+    Lane* next = successor_.load();
+    // One that comes too late, or belongs behind another lane, waits to be taken back.
+    const bool due =
+        next && next->after == active_ && delivered_ <= next->at && next->at - delivered_ < frames;
+    return due ? next : nullptr;
+}
+
+void Voice::begin(Lane& successor) {
+    uint64_t allowed = 2 * successor.request;
+    if (!succession_.compare_exchange_strong(allowed, allowed + 1)) return;
+    successor_.store(nullptr);
+    active_ = &successor;
+    delivered_ = 0;
+    begun_.store(successor.request, std::memory_order_release);
+}
+
+size_t Voice::readActive(size_t at, size_t frames) {
     const auto total = static_cast<float>(std::max<size_t>(fadeLength_, 1));
-    // Asked before reading: whoever sees it set sees all frames.
-    const bool complete = active_->complete.load(std::memory_order_acquire);
     const size_t got =
         active_->ring.read(frames, [&](const float* span, size_t done, size_t count) {
             for (size_t i = 0; i < count; ++i) {
-                const size_t faded = done + i + 1;
+                const size_t to = at + done + i;
                 const float gain =
-                    faded < fading ? 1 - static_cast<float>(fading - faded) / total : 1;
-                chunk_[2 * (done + i)] = gain * span[2 * i];
-                chunk_[2 * (done + i) + 1] = gain * span[2 * i + 1];
+                    to + 1 < fadeLeft_ ? 1 - static_cast<float>(fadeLeft_ - to - 1) / total : 1;
+                chunk_[2 * to] = gain * span[2 * i];
+                chunk_[2 * to + 1] = gain * span[2 * i + 1];
             }
         });
     delivered_ += got;
+    total_ += got;
+    return got;
+}
+
+void Voice::fillChunk(size_t frames) {
+    chunk_.fill(0);
+    size_t got = 0;
+    if (Lane* next = dueSuccessor(frames)) {
+        const auto before = static_cast<size_t>(next->at - delivered_);
+        got = readActive(0, before);
+        if (got == before) begin(*next);
+    }
+    // Asked before reading: whoever sees it set sees all frames.
+    const bool complete = active_->complete.load(std::memory_order_acquire);
+    got += readActive(got, frames - got);
     if (got < frames) {
         if (complete)
             finished_.store(active_->request, std::memory_order_release);
@@ -130,9 +176,9 @@ void Voice::publish(int64_t now) {
 
 size_t Voice::mix(float* out, size_t frames, int rate, int64_t now) {
     expectRole(ThreadRole::Callback);
-    const uint64_t takesBefore = takes_;
+    const Lane* activeBefore = active_;
     takeOffer(rate);
-    const uint64_t deliveredBefore = delivered_;
+    const uint64_t totalBefore = total_;
     const bool playing = isPlaying() && !isReleased();
     const float volume = volume_.load(std::memory_order_relaxed);
     const float pan = pan_.load(std::memory_order_relaxed);
@@ -151,10 +197,10 @@ size_t Voice::mix(float* out, size_t frames, int rate, int64_t now) {
         old_ = nullptr;
         fadeLeft_ = 0;
     }
-    if (active_ && (delivered_ != deliveredBefore || takes_ != takesBefore)) publish(now);
+    if (active_ && (total_ != totalBefore || active_ != activeBefore)) publish(now);
     if (!old_) taken_.store(takes_, std::memory_order_release);
     silent_.store(!playing && (gains_.isSilent() || !ready), std::memory_order_release);
-    return static_cast<size_t>(delivered_ - deliveredBefore);
+    return static_cast<size_t>(total_ - totalBefore);
 }
 
 }  // namespace platform::audio

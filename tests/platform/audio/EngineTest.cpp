@@ -138,8 +138,9 @@ TEST(Engine, TheEndIsToldOnceAndAShortSongIsWhole) {
         Rig rig;
         auto voice = std::make_shared<Voice>();
         std::atomic<int> ends = 0;
-        voice->setEndNotice(
-            [&](uint64_t request, bool decoded) { ends += request == 1 && decoded ? 1 : 100; });
+        voice->setNotices(
+            {[&](uint64_t request, bool decoded) { ends += request == 1 && decoded ? 1 : 100; },
+             {}});
         voice->setPlaying(true);
         rig.worker.add(voice, openSong(waveFile(sweep(frames), kRate)), {1, 0});
         rig.awaitLane(*voice, 1);
@@ -150,7 +151,7 @@ TEST(Engine, TheEndIsToldOnceAndAShortSongIsWhole) {
         EXPECT_EQ(ends, 1);
         EXPECT_EQ(voice->missingFrames(), 0);
         EXPECT_NEAR(voice->progress().time, static_cast<double>(frames) / kRate, 1e-9);
-        voice->setEndNotice({});
+        voice->setNotices({});
     }
 }
 

@@ -1,0 +1,103 @@
+#include "platform/audio/SongAhead.h"
+
+#include "platform/audio/ThreadStart.h"
+#include "platform/foundation/Path.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+namespace platform::audio {
+
+namespace {
+
+// How often the file is looked at again.
+constexpr std::chrono::milliseconds kWatchPeriod(100);
+
+/// What tells a file from another and from itself before a change: device, inode, size, and the
+/// times of its last modification and change.
+using FileIdentity = std::array<int64_t, 7>;
+
+std::optional<FileIdentity> identityOf(const QString& path) {
+    struct stat status = {};
+    if (::stat(fileSystemRepresentation(path).constData(), &status) != 0) return std::nullopt;
+    return FileIdentity{static_cast<int64_t>(status.st_dev),
+                        static_cast<int64_t>(status.st_ino),
+                        status.st_size,
+                        status.st_mtim.tv_sec,
+                        status.st_mtim.tv_nsec,
+                        status.st_ctim.tv_sec,
+                        status.st_ctim.tv_nsec};
+}
+
+}  // namespace
+
+struct SongAhead::State {
+    QString path;
+    std::mutex mutex;
+    std::condition_variable forgotten;
+    // Under the mutex.
+    Notices notices;
+    bool isForgotten = false;
+    std::optional<FileIdentity> identity;
+    std::shared_ptr<const Song> song;
+};
+
+SongAhead::SongAhead(const QString& path, Notices notices) : state_(std::make_shared<State>()) {
+    state_->path = path;
+    state_->notices = std::move(notices);
+    std::thread thread;
+    startIfNeeded(thread, [state = state_] { run(*state); });
+    // Nobody waits for a disk that may never answer.
+    if (thread.joinable()) thread.detach();
+}
+
+SongAhead::~SongAhead() {
+    const std::lock_guard lock(state_->mutex);
+    state_->isForgotten = true;
+    state_->notices = {};
+    state_->song.reset();
+    state_->forgotten.notify_one();
+}
+
+const QString& SongAhead::path() const {
+    return state_->path;
+}
+
+std::shared_ptr<const Song> SongAhead::song() const {
+    std::unique_lock lock(state_->mutex);
+    const auto song = state_->song;
+    const auto identity = state_->identity;
+    lock.unlock();
+    return song && identityOf(state_->path) == identity ? song : nullptr;
+}
+
+void SongAhead::run(State& state) {
+    const auto identity = identityOf(state.path);
+    const auto bytes = identity ? dataWithContentsOfFile(state.path) : std::nullopt;
+    auto song = bytes ? openSong(*bytes) : nullptr;
+    // Changed while it was read, it would match neither what it was nor what it is.
+    if (!song || identityOf(state.path) != identity) return;
+    std::unique_lock lock(state.mutex);
+    if (state.isForgotten) return;
+    state.identity = identity;
+    state.song = std::move(song);
+    state.notices.opened(state.song);
+    const auto forgotten = [&] { return state.isForgotten; };
+    while (!state.forgotten.wait_for(lock, kWatchPeriod, forgotten)) {
+        lock.unlock();
+        const bool same = identityOf(state.path) == identity;
+        lock.lock();
+        if (same || state.isForgotten) continue;
+        state.song.reset();
+        state.notices.changed();
+        return;
+    }
+}
+
+}  // namespace platform::audio
