@@ -1,15 +1,18 @@
 #include "platform/audio/AudioOutput.h"
 
-#include "platform/audio/ThreadPriority.h"
+#include "platform/audio/Mixer.h"
 #include "platform/audio/ThreadStart.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace platform::audio {
 
 using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
+using State = DeviceReport::State;
 
 namespace {
 
@@ -24,11 +27,35 @@ constexpr milliseconds kAttemptPeriod(500);
 constexpr seconds kIdlePatience(10);
 // A server that restarts is waited for before another backend takes the hardware from it.
 constexpr seconds kBackendPatience(10);
+// A device that is late by so much takes no blocks now.
+constexpr milliseconds kBlockPatience(500);
+// One that its server has just started may have to wake first, as headphones without a cable do;
+// the beginning of a song is worth the wait.
+constexpr seconds kStartPatience(2);
+// One that takes blocks again has to be in time for so long before it gets the song back: a server
+// that wakes may first make up for what it missed.
+constexpr milliseconds kProbation(200);
+constexpr milliseconds kSteadyGap(100);
+// But it may as well never have had a clock.
+constexpr seconds kLongProbation(3);
+// The end of a device that is well takes some ten milliseconds.
+constexpr milliseconds kFarewell(400);
+// So many devices may be about to end at once before there is another.
+constexpr size_t kMostEnding = 3;
+constexpr Floor::Speaker kClock = 1;
+
+steady_clock::time_point timeOf(const std::atomic<int64_t>& moment) {
+    return steady_clock::time_point(nanoseconds(moment.load(std::memory_order_acquire)));
+}
 
 }  // namespace
 
 AudioOutput::AudioOutput(Mixer& mixer, Demand demand, std::function<void()> rateChanged)
-    : mixer_(mixer), demand_(std::move(demand)), rateChanged_(std::move(rateChanged)) {}
+    : mixer_(mixer),
+      demand_(std::move(demand)),
+      rateChanged_(std::move(rateChanged)),
+      lastSpeaker_(kClock),
+      attemptPeriod_(kAttemptPeriod) {}
 
 AudioOutput::~AudioOutput() {
     {
@@ -37,6 +64,14 @@ AudioOutput::~AudioOutput() {
     }
     condition_.notify_one();
     if (thread_.joinable()) thread_.join();
+    // From here on no device touches the mixer, however long it lives.
+    floor_->give(Floor::kNobody);
+    if (device_) ended_.push_back(std::move(device_));
+    for (const auto& device : ended_)
+        device->end();
+    const Time deadline = steady_clock::now() + kFarewell;
+    for (const auto& device : ended_)
+        device->hasEnded(deadline);
 }
 
 void AudioOutput::wake() {
@@ -48,6 +83,14 @@ void AudioOutput::wake() {
     condition_.notify_one();
 }
 
+void AudioOutput::tell() {
+    {
+        const std::lock_guard lock(mutex_);
+        woken_ = true;
+    }
+    condition_.notify_one();
+}
+
 void AudioOutput::run() {
     std::unique_lock lock(mutex_);
     while (!ending_) {
@@ -55,62 +98,97 @@ void AudioOutput::run() {
         lock.unlock();
         const Time now = steady_clock::now();
         if (demand_()) lastDemand_ = now;
-        wanted_ = now - lastDemand_ < kIdlePatience;
-        if (stream_ && (!stream_->isAlive() || stream_->isOutdated())) close();
-        if (!stream_ && now >= nextAttempt_) open(now);
-        if (stream_)
-            tendStream(now);
-        else
-            runSilently(now);
+        const bool wasWanted = std::exchange(wanted_, now - lastDemand_ < kIdlePatience);
+        // Who was stopped for a while can't tell who else was.
+        const bool overslept = now - lastLook_ > untilNextLook() + kBlockPatience / 2;
+        if (wanted_ && (!wasWanted || overslept)) expectedFrom_ = now;
+        lastLook_ = now;
+        replaceLostDevice(now);
+        superviseDevice(now);
+        if (clockedUntil_) runSilently(now);
+        const int rate = mixer_.rate();
+        if (rate != std::exchange(rate_, rate)) rateChanged_();
         lock.lock();
         condition_.wait_for(lock, untilNextLook(), [this] { return woken_ || ending_; });
     }
-    lock.unlock();
-    close();
 }
 
 void AudioOutput::open(Time now) {
-    nextAttempt_ = now + kAttemptPeriod;
+    lastAttempt_ = now;
+    expectedFrom_ = now;
+    wasOpen_ = false;
     if (backend_ && now - backendSince_ > kBackendPatience) backend_.reset();
-    const int rateBefore = mixer_.rate();
-    stream_ = DeviceStream::open(mixer_, backend_);
-    if (stream_) {
-        backend_ = stream_->backend();
-        clockedUntil_.reset();
-        prioritised_ = false;
+    device_ =
+        std::make_unique<Device>(mixer_, floor_, ++lastSpeaker_, backend_, [this] { tell(); });
+    if (!clockedUntil_) floor_->give(device_->speaker());
+}
+
+void AudioOutput::replaceLostDevice(Time now) {
+    std::erase_if(ended_, [](const auto& device) { return device->hasEnded(); });
+    if (device_ && device_->report().state.load(std::memory_order_acquire) == State::Gone) {
+        // Attempts that leave files open come ever later, before the process runs out of files.
+        attemptPeriod_ = device_->report().leaked.load() ? 2 * attemptPeriod_ : kAttemptPeriod;
+        nextAttempt_ = wasOpen_ ? Time() : lastAttempt_ + attemptPeriod_;
+        if (!clockedUntil_) floor_->give(Floor::kNobody);
+        ended_.push_back(std::move(device_));
     }
-    if (mixer_.rate() != rateBefore) rateChanged_();
+    if (!device_ && now >= nextAttempt_ && ended_.size() < kMostEnding) open(now);
 }
 
-void AudioOutput::close() {
-    stream_.reset();
-    nextAttempt_ = {};
-}
-
-void AudioOutput::tendStream(Time now) {
-    backendSince_ = now;
+void AudioOutput::superviseDevice(Time now) {
+    const bool open =
+        device_ && device_->report().state.load(std::memory_order_acquire) == State::Open;
+    if (open) {
+        backend_ = device_->backend();
+        backendSince_ = now;
+        device_->setRunning(wanted_);
+        if (!wasOpen_) expectedFrom_ = now;
+    }
+    wasOpen_ = open;
     if (!wanted_) {
-        stream_->stop();
-        return;
+        // A device may have recovered by the time that something plays again.
+        if (clockedUntil_) stopClock();
+    } else if (clockedUntil_) {
+        if (open && keepsTimeAgain(now)) stopClock();
+    } else if (deviceIsLate(now)) {
+        startClock(now);
     }
-    if (!stream_->start()) {
-        close();
-        return;
-    }
-    stream_->measureLatency();
-    if (const pid_t thread = stream_->renderingThread(); thread != 0 && !prioritised_) {
-        askForRealTime(thread);
-        prioritised_ = true;
-    }
+    if (open && !clockedUntil_)
+        mixer_.setLatency(device_->report().latency.load(std::memory_order_relaxed));
+}
+
+bool AudioOutput::deviceIsLate(Time now) const {
+    if (!device_) return true;
+    const DeviceReport& report = device_->report();
+    return now - std::max(timeOf(report.lastBlockEnds), expectedFrom_) > kBlockPatience &&
+           now - timeOf(report.startedAt) > kStartPatience;
+}
+
+void AudioOutput::startClock(Time now) {
+    floor_->give(kClock);
+    mixer_.setLatency(0);
+    clockedUntil_ = now;
+    steadyFrom_.reset();
+}
+
+void AudioOutput::stopClock() {
+    clockedUntil_.reset();
+    const int rate = device_ ? device_->report().rate.load(std::memory_order_relaxed) : 0;
+    if (rate != 0) mixer_.setRate(rate);
+    floor_->give(device_ ? device_->speaker() : Floor::kNobody);
+}
+
+bool AudioOutput::keepsTimeAgain(Time now) {
+    if (now - timeOf(device_->report().lastBlock) > kSteadyGap)
+        steadyFrom_.reset();
+    else if (!steadyFrom_)
+        steadyFrom_ = now;
+    const auto probation = device_->report().isHeld.load() ? kLongProbation : kProbation;
+    return steadyFrom_ && now - *steadyFrom_ >= probation;
 }
 
 void AudioOutput::runSilently(Time now) {
-    if (!wanted_) {
-        clockedUntil_.reset();
-        return;
-    }
-    mixer_.setLatency(0);
-    const Time from = std::max(clockedUntil_.value_or(now), now - kLongestLag);
+    const Time from = std::max(*clockedUntil_, now - kLongestLag);
     const auto elapsed = std::chrono::duration<double>(now - from).count();
     const auto frames = static_cast<size_t>(elapsed * mixer_.rate());
     discarded_.resize(2 * frames);
@@ -123,7 +201,7 @@ void AudioOutput::runSilently(Time now) {
 
 milliseconds AudioOutput::untilNextLook() const {
     if (!wanted_) return seconds(3600);
-    return stream_ ? kTendingPeriod : kClockPeriod;
+    return clockedUntil_ ? kClockPeriod : kTendingPeriod;
 }
 
 }  // namespace platform::audio

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/audio/DeviceStream.h"
+#include "platform/audio/Device.h"
+#include "platform/audio/Floor.h"
 #include "platform/audio/Mixer.h"
 
 #include <condition_variable>
@@ -14,11 +15,14 @@
 
 namespace platform::audio {
 
-/// Keeps the mixer running: through the default device while there is one, and by a silent clock in
-/// real time while there is none. A device that goes away is replaced by the next that comes.
+/// Keeps the mixer running: through the default device while that takes blocks, and by a silent
+/// clock in real time while there is none, or while it takes none for half a second: its server
+/// hangs, or its sink is suspended. A device that goes away is replaced by the next that comes, and
+/// one that takes blocks again goes on where the clock is.
 ///
-/// Its thread opens the device when it is first woken, starts the stream when something plays and
-/// stops it a while after nothing does. Only that thread uses the device.
+/// Its thread never calls the sound system; each device has a thread of its own for that, which may
+/// wait for a server for ever. It tells the device to run when something plays and to rest a while
+/// after nothing does.
 class AudioOutput {
   public:
     /// Tells whether something plays.
@@ -38,9 +42,14 @@ class AudioOutput {
     using Time = std::chrono::steady_clock::time_point;
 
     void run();
+    void tell();
     void open(Time now);
-    void close();
-    void tendStream(Time now);
+    void replaceLostDevice(Time now);
+    void superviseDevice(Time now);
+    bool deviceIsLate(Time now) const;
+    void startClock(Time now);
+    void stopClock();
+    bool keepsTimeAgain(Time now);
     void runSilently(Time now);
     std::chrono::milliseconds untilNextLook() const;
 
@@ -54,14 +63,23 @@ class AudioOutput {
     bool ending_ = false;
 
     // The thread's own.
-    std::unique_ptr<DeviceStream> stream_;
-    std::optional<std::string> backend_;  // that served last
-    Time backendSince_;                   // when it was last seen
+    const std::shared_ptr<Floor> floor_ = std::make_shared<Floor>();
+    Floor::Speaker lastSpeaker_;
+    std::unique_ptr<Device> device_;
+    bool wasOpen_ = false;                        // the device, when it was last looked at
+    std::vector<std::unique_ptr<Device>> ended_;  // gone for us, but not yet destroyed
+    std::optional<std::string> backend_;          // that served last
+    Time backendSince_;                           // when it was last seen
+    Time lastAttempt_;
     Time nextAttempt_;
+    std::chrono::milliseconds attemptPeriod_;
     Time lastDemand_;
+    Time lastLook_;
+    Time expectedFrom_;                 // from when on the device has to take blocks
     std::optional<Time> clockedUntil_;  // set while the silent clock runs
+    std::optional<Time> steadyFrom_;    // from when on the device takes blocks beside the clock
     std::vector<float> discarded_;
-    bool prioritised_ = false;
+    int rate_ = 0;  // that was told last
     bool wanted_ = false;
     std::thread thread_;
 };

@@ -1,12 +1,14 @@
 #include "platform/audio/DeviceStream.h"
 
 #include "platform/audio/Clock.h"
+#include "platform/audio/Device.h"
 #include "platform/audio/Mixer.h"
 #include "platform/audio/ThreadPriority.h"
 
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <thread>
 
 namespace platform::audio {
 
@@ -28,9 +30,10 @@ uint32_t deviceRate(cubeb* context) {
 
 }  // namespace
 
-std::unique_ptr<DeviceStream> DeviceStream::open(Mixer& mixer,
-                                                 const std::optional<std::string>& backend) {
-    std::unique_ptr<DeviceStream> opened(new DeviceStream(mixer));
+std::unique_ptr<DeviceStream> DeviceStream::open(Mixer& mixer, Floor& floor, Floor::Speaker speaker,
+                                                 const std::optional<std::string>& backend,
+                                                 DeviceReport& report) {
+    std::unique_ptr<DeviceStream> opened(new DeviceStream(mixer, floor, speaker, report));
     const QByteArray name = QCoreApplication::applicationName().toUtf8();
     cubeb* context = nullptr;
     if (cubeb_init(&context, name.constData(), backend ? backend->c_str() : nullptr) != CUBEB_OK)
@@ -55,13 +58,19 @@ bool DeviceStream::openStream() {
     uint32_t least = 0;
     if (cubeb_get_min_latency(context_.get(), &parameters, &least) != CUBEB_OK) least = 0;
     const uint32_t latency = std::max(least, parameters.rate * kLatencyMilliseconds / 1000);
+    rate_ = static_cast<int>(parameters.rate);
+    const double seconds = static_cast<double>(latency) / rate_;
+    report_.rate.store(rate_, std::memory_order_relaxed);
+    report_.latency.store(seconds, std::memory_order_relaxed);
     // The stream may ask for its first frames before it is started.
-    mixer_.setRate(static_cast<int>(parameters.rate));
-    mixer_.setLatency(static_cast<double>(latency) / parameters.rate);
+    floor_.speak(speaker_, [&] {
+        mixer_.setRate(rate_);
+        mixer_.setLatency(seconds);
+    });
     const QByteArray name = QCoreApplication::applicationName().toUtf8();
     cubeb_stream* stream = nullptr;
     if (cubeb_stream_init(context_.get(), &stream, name.constData(), nullptr, nullptr, nullptr,
-                          &parameters, latency, &render, &stateChanged, this) != CUBEB_OK)
+                          &parameters, latency, &dataWanted, &stateChanged, this) != CUBEB_OK)
         return false;
     stream_.reset(stream);
     return true;
@@ -97,7 +106,7 @@ bool DeviceStream::isOutdated() {
     cubeb_stream_device_destroy(stream_.get(), device);
     const bool moved = !device_.empty() && name != device_;
     device_ = name;
-    return moved && rateOf(name).value_or(mixer_.rate()) != mixer_.rate();
+    return moved && rateOf(name).value_or(rate_) != rate_;
 }
 
 void DeviceStream::measureLatency() {
@@ -107,11 +116,12 @@ void DeviceStream::measureLatency() {
     // none to tell. A device that tells no position keeps the latency that was asked for.
     if (!running_ || cubeb_stream_get_position(stream_.get(), &heard) != CUBEB_OK) return;
     if (heard == 0 || heard >= delivered) return;
-    const double left = static_cast<double>(delivered - heard) / mixer_.rate();
-    const double since = static_cast<double>(nowNanoseconds() - mixer_.lastBlock()) * 1e-9;
+    const double left = static_cast<double>(delivered - heard) / rate_;
+    const int64_t last = report_.lastBlock.load(std::memory_order_acquire);
+    const double since = static_cast<double>(nowNanoseconds() - last) * 1e-9;
     // The last block was this much further from the listener when it was delivered.
     constexpr double kLongestPeriod = 0.1;
-    mixer_.setLatency(left + std::clamp(since, 0.0, kLongestPeriod));
+    report_.latency.store(left + std::clamp(since, 0.0, kLongestPeriod), std::memory_order_relaxed);
 }
 
 pid_t DeviceStream::renderingThread() const {
@@ -119,10 +129,24 @@ pid_t DeviceStream::renderingThread() const {
     return thread == 0 ? 0 : kernelThreadId(thread);
 }
 
-long DeviceStream::render(cubeb_stream*, void* self, const void*, void* out, long frames) {
+void DeviceStream::render(float* out, size_t frames) {
+    const auto length = static_cast<int64_t>(frames) * 1'000'000'000 / rate_;
+    // Whoever keeps time is never made to wait: this is the device's real-time thread.
+    if (const int64_t wait = pacer_.asked(length, nowNanoseconds()); wait > 0)
+        std::this_thread::sleep_for(std::chrono::nanoseconds(wait));
+    if (!floor_.speak(speaker_, [&] { mixer_.render(out, frames); }))
+        std::fill_n(out, 2 * frames, 0.0F);
+    const int64_t now = nowNanoseconds();
+    pacer_.delivered(now);
+    report_.isHeld.store(pacer_.isHeld(), std::memory_order_relaxed);
+    report_.lastBlockEnds.store(now + length, std::memory_order_release);
+    report_.lastBlock.store(now, std::memory_order_release);
+}
+
+long DeviceStream::dataWanted(cubeb_stream*, void* self, const void*, void* out, long frames) {
     auto& stream = *static_cast<DeviceStream*>(self);
     stream.thread_.store(pthread_self(), std::memory_order_release);
-    stream.mixer_.render(static_cast<float*>(out), static_cast<size_t>(frames));
+    stream.render(static_cast<float*>(out), static_cast<size_t>(frames));
     stream.delivered_.fetch_add(static_cast<uint64_t>(frames), std::memory_order_release);
     return frames;
 }

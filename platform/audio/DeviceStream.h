@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/audio/Floor.h"
+#include "platform/audio/Pacer.h"
+
 #include <cubeb/cubeb.h>
 #include <pthread.h>
 
@@ -11,16 +14,20 @@
 namespace platform::audio {
 
 class Mixer;
+struct DeviceReport;
 
 /// A stereo stream to the system's default device, at the device's own rate, that asks the mixer
-/// for its frames while it runs. The sound system moves it where the default goes. One thread uses
-/// it.
+/// for its frames while it runs and has the floor. The sound system moves it where the default
+/// goes. One thread uses it; each call may wait for as long as a sound server doesn't answer. The
+/// mixer may go before the stream once that will never have the floor again.
 class DeviceStream {
   public:
     /// Opens a stream, through `backend` only when that is given (a name that backend() gave).
-    /// Sets the mixer's rate. Null when there is no device; may take some hundred milliseconds.
-    static std::unique_ptr<DeviceStream> open(Mixer& mixer,
-                                              const std::optional<std::string>& backend);
+    /// Sets the mixer's rate if it has the floor as `speaker`, and the report's. Null when there is
+    /// no device; takes some hundred milliseconds where the server is well.
+    static std::unique_ptr<DeviceStream> open(Mixer& mixer, Floor& floor, Floor::Speaker speaker,
+                                              const std::optional<std::string>& backend,
+                                              DeviceReport& report);
     ~DeviceStream();
     DeviceStream(const DeviceStream&) = delete;
     DeviceStream& operator=(const DeviceStream&) = delete;
@@ -34,7 +41,7 @@ class DeviceStream {
     /// last asked.
     bool isOutdated();
     std::string backend() const { return cubeb_get_backend_id(context_.get()); }
-    /// Tells the mixer how far behind its blocks the listener is.
+    /// Reports how far behind its blocks the listener is.
     void measureLatency();
     /// The kernel's ID of the thread that renders; 0 before it did.
     pid_t renderingThread() const;
@@ -45,13 +52,21 @@ class DeviceStream {
         void operator()(cubeb_stream* stream) const { cubeb_stream_destroy(stream); }
     };
 
-    explicit DeviceStream(Mixer& mixer) : mixer_(mixer) {}
+    DeviceStream(Mixer& mixer, Floor& floor, Floor::Speaker speaker, DeviceReport& report)
+        : mixer_(mixer), floor_(floor), speaker_(speaker), report_(report) {}
     bool openStream();
     std::optional<int> rateOf(const std::string& device) const;
-    static long render(cubeb_stream* stream, void* self, const void* in, void* out, long frames);
+    void render(float* out, size_t frames);
+    static long dataWanted(cubeb_stream* stream, void* self, const void* in, void* out,
+                           long frames);
     static void stateChanged(cubeb_stream* stream, void* self, cubeb_state state);
 
     Mixer& mixer_;
+    Floor& floor_;
+    const Floor::Speaker speaker_;
+    DeviceReport& report_;
+    Pacer pacer_;   // the callback's own
+    int rate_ = 0;  // frames per second
     std::unique_ptr<cubeb, Deleter> context_;
     std::unique_ptr<cubeb_stream, Deleter> stream_;
     std::string device_;  // that it was last seen on; empty before

@@ -24,6 +24,7 @@ import music
 from program import SETTINGS, Program, folders, settings, store
 from scenes import EXECUTABLE, Scene, perform
 from screen import press, wait_until
+from sound import hanging_server
 
 KILLS = int(os.environ.get("PAIRDECK_KILLS", "10"))
 UNKNOWN = "(null) - (null)"
@@ -97,6 +98,33 @@ class Endings(unittest.TestCase):
             self.assertEqual(kept["PairdeckRightDefaultDirectory"], "/nowhere/right")
             left = {path.name for path in SETTINGS.parent.iterdir()}
             self.assertLessEqual(left, {"defaults.json", "defaults.json.new"})
+
+
+class HangingServer(Scene):
+    left = music.SHORT
+
+    def test_songs_end_and_so_does_the_program(self):
+        self.deck.control("repeat").click()
+        self.deck.play("Gale")
+        self.other.play("Fir")
+        self.hears(left=350, right=900)
+        with hanging_server():
+            self.deck.shows("title", "Hail")
+            self.deck.shows("title", "Gale")
+        self.deck.press("play/pause")
+        self.hears(right=900)
+        # Playing, paused, and with a deck that is played into the hanging.
+        for prepare in ((), ("play/pause",), ("play/pause", "play/pause")):
+            for button in prepare:
+                self.other.press(button)
+            with hanging_server():
+                self.deck.control("shuffle").click()
+                wanted = not settings().get("PairdeckLeftShuffleState", False)
+                self.end()
+                self.assertIs(settings()["PairdeckLeftShuffleState"], wanted)
+            self.start()
+            self.other.play("Fir")
+            self.hears(right=900)
 
 
 class FullDisk(Scene):

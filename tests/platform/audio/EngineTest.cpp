@@ -1,3 +1,4 @@
+#include "platform/audio/Pacer.h"
 #include "tests/platform/audio/Rig.h"
 #include "tests/platform/audio/Signals.h"
 #include "tests/platform/audio/Songs.h"
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace platform::audio {
 namespace {
@@ -237,6 +239,37 @@ TEST(Engine, VoicesBeyondTheLimitWaitTheirTurn) {
     const std::weak_ptr<Voice> released = voices.front();
     voices.clear();
     EXPECT_TRUE(released.expired()) << "the worker has let go of it";
+}
+
+TEST(Engine, ADeviceIsHeldToRealTimeUnlessItKeepsIt) {
+    constexpr int64_t kSecond = 1'000'000'000;
+    constexpr int64_t kBlock = kSecond / 100;
+    Pacer pacer;
+    int64_t now = 5 * kSecond;
+    // The time that so many blocks take a device that waits `pause` before each.
+    const auto take = [&](int blocks, int64_t pause) {
+        const int64_t start = now;
+        int64_t waited = 0;
+        for (int i = 0; i < blocks; ++i) {
+            now += pause;
+            const int64_t wait = pacer.asked(kBlock, now);
+            waited += wait;
+            now += wait;
+            pacer.delivered(now);
+        }
+        return std::pair(now - start, waited);
+    };
+    EXPECT_EQ(take(10, 0).second, 0) << "a buffer is filled at the start";
+    EXPECT_EQ(take(360'000, kBlock - kBlock / 1000).second, 0) << "a quick clock";
+    now += 60 * kSecond;
+    EXPECT_EQ(take(1000, kBlock).second, 0) << "after a pause";
+    // Without a clock, an hour takes an hour.
+    EXPECT_NEAR(static_cast<double>(take(360'000, 0).first) / kSecond, 3600, 0.6);
+    EXPECT_TRUE(pacer.isHeld());
+    // One that only made up for a pause is soon left alone.
+    take(60, kBlock);
+    EXPECT_FALSE(pacer.isHeld());
+    EXPECT_EQ(take(1000, kBlock).second, 0);
 }
 
 }  // namespace

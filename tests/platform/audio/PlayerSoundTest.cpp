@@ -1,15 +1,18 @@
 #include "platform/audio/AudioEngine.h"
 #include "platform/audio/AudioPlayer.h"
+#include "tests/platform/audio/Listener.h"
 #include "tests/platform/audio/Signals.h"
 #include "tests/platform/audio/Songs.h"
 #include "tests/platform/audio/SoundServer.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 // Players on a real sound server with a null sink, as a listener would have them.
 
@@ -36,6 +39,19 @@ Tone toneIn(const std::vector<float>& stereo, double frequency, int rate) {
     return fitTone(std::span(stereo).last(window), frequency, rate);
 }
 
+/// Whether a tone of half of full scale comes from that channel of a stereo sink, within some
+/// seconds: a sink that has just begun takes its time.
+bool isHeard(SoundServer& server, double frequency, size_t channel,
+             const QString& sink = QStringLiteral("null"), int rate = 48000) {
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        server.startRecording(sink, rate);
+        runEvents(1.2);
+        const auto heard = channelOf(server.stopRecording(), 2, channel);
+        if (std::abs(toneIn(heard, frequency, rate).amplitude - 0.5) < 0.01) return true;
+    }
+    return false;
+}
+
 class PlayerSound : public testing::Test {
   protected:
     void SetUp() override {
@@ -54,30 +70,30 @@ TEST_F(PlayerSound, EverySinkKeepsPitchAndSides) {
         // it.
         const int rate = sinkRate;
         server.start(rate, channels);
-        const auto left = tonePlayer(440, 30, 1);
-        const auto right = tonePlayer(880, 30, -1);
+        const auto left = tonePlayer(440, 60, 1);
+        const auto right = tonePlayer(880, 60, -1);
         left->play();
         right->play();
         ASSERT_TRUE(runEventsUntil([&] { return AudioEngine::shared().mixer.rate() == rate; }, 5))
             << rate;
-        runEvents(0.5);
-        // A server out of breath leaves frames out, and a gap sounds like every tone; what leaks
-        // from the other side is there each time.
-        double leaked = 1;
-        for (int tries = 0; tries < 8 && leaked >= 1e-4; ++tries) {
+        const auto count = static_cast<size_t>(channels);
+        std::vector<double> levels;
+        const auto isHeardOnItsSide = [&] {
             server.startRecording(QStringLiteral("null"), rate, channels);
-            runEvents(1.5);
+            runEvents(1.2);
             const auto heard = server.stopRecording();
-            const auto count = static_cast<size_t>(channels);
             const auto first = channelOf(heard, count, 0);
             const auto second = channelOf(heard, count, channels == 1 ? 0 : 1);
-            EXPECT_GT(toneIn(first, 880, rate).amplitude, 0.1) << rate << ' ' << channels;
-            EXPECT_GT(toneIn(second, 440, rate).amplitude, 0.1) << rate << ' ' << channels;
-            leaked = channels == 1 ? 0
-                                   : std::max(toneIn(first, 440, rate).amplitude,
-                                              toneIn(second, 880, rate).amplitude);
-        }
-        EXPECT_LT(leaked, 1e-4) << rate << ' ' << channels;
+            levels = {toneIn(first, 880, rate).amplitude, toneIn(second, 440, rate).amplitude,
+                      toneIn(first, 440, rate).amplitude, toneIn(second, 880, rate).amplitude};
+            return levels[0] > 0.1 && levels[1] > 0.1 &&
+                   (channels == 1 || std::max(levels[2], levels[3]) < 1e-4);
+        };
+        // A sink that has just begun takes its time, and a busy machine leaves gaps.
+        bool isHeard = false;
+        for (int attempt = 0; attempt < 8 && !isHeard; ++attempt)
+            isHeard = isHeardOnItsSide();
+        EXPECT_TRUE(isHeard) << rate << ' ' << channels << ": " << testing::PrintToString(levels);
     }
 }
 
@@ -96,14 +112,11 @@ TEST_F(PlayerSound, PlaybackSurvivesTheServersEnd) {
     EXPECT_GT(left->currentTime(), before + 0.3) << "the silent clock has taken over";
     server.start();
     const double restarted = left->currentTime();
-    runEvents(0.5);
-    server.startRecording();
-    runEvents(1.5);
-    const auto heard = server.stopRecording();
-    EXPECT_NEAR(toneIn(channelOf(heard, 2, 1), 440, 48000).amplitude, 0.5, 0.01);
-    EXPECT_NEAR(toneIn(channelOf(heard, 2, 0), 880, 48000).amplitude, 0.5, 0.01);
-    EXPECT_GT(left->currentTime(), restarted + 2);
-    EXPECT_LT(left->currentTime(), restarted + 5);
+    QElapsedTimer passed;
+    passed.start();
+    EXPECT_TRUE(isHeard(server, 440, 1));
+    EXPECT_TRUE(isHeard(server, 880, 0));
+    EXPECT_NEAR(left->currentTime() - restarted, static_cast<double>(passed.elapsed()) / 1000, 0.5);
     EXPECT_NEAR(left->currentTime(), right->currentTime(), 0.2);
 }
 
@@ -113,10 +126,7 @@ TEST_F(PlayerSound, ADeviceThatAppearsLaterIsPickedUp) {
     player->play();
     ASSERT_TRUE(runEventsUntil([&] { return player->currentTime() > 0.3; }, 5));
     server.start();
-    runEvents(1.5);
-    server.startRecording();
-    runEvents(1.5);
-    EXPECT_NEAR(toneIn(channelOf(server.stopRecording(), 2, 0), 440, 48000).amplitude, 0.5, 0.01);
+    EXPECT_TRUE(isHeard(server, 440, 0));
 }
 
 TEST_F(PlayerSound, TheSoundFollowsTheDefaultSink) {
@@ -135,12 +145,63 @@ TEST_F(PlayerSound, TheSoundFollowsTheDefaultSink) {
     SoundServer::waitForNewSink();
     server.control({QStringLiteral("set-default-sink"), QStringLiteral("other")});
     EXPECT_TRUE(runEventsUntil([] { return AudioEngine::shared().mixer.rate() == 44100; }, 5));
-    runEvents(0.5);
-    server.startRecording(QStringLiteral("other"), 44100);
-    runEvents(1.5);
-    EXPECT_NEAR(toneIn(channelOf(server.stopRecording(), 2, 0), 440, 44100).amplitude, 0.5, 0.01);
+    EXPECT_TRUE(isHeard(server, 440, 0, QStringLiteral("other"), 44100));
     other.kill();
     other.waitForFinished();
+}
+
+TEST_F(PlayerSound, SongsGoOnAndEndWhileTheServerTakesNothing) {
+    SoundServer server;
+    server.start();
+    const auto suspend = [&](const char* on) {
+        server.control({QStringLiteral("suspend-sink"), QStringLiteral("null"), QLatin1String(on)});
+    };
+    struct Standstill {
+        std::function<void()> begin, end;
+    };
+    for (const auto& [begin, end] : {Standstill{[&] { server.pause(); }, [&] { server.resume(); }},
+                                     Standstill{[&] { suspend("1"); }, [&] { suspend("0"); }}}) {
+        const auto left = tonePlayer(440, 60, 1);
+        const auto right = tonePlayer(880, 3, -1);
+        Listener listener;
+        right->setDelegate(&listener);
+        left->play();
+        right->play();
+        ASSERT_TRUE(runEventsUntil([&] { return left->currentTime() > 0.5; }, 10));
+        begin();
+        ASSERT_TRUE(runEventsUntil([&] { return listener.ends == 1; }, 20));
+        EXPECT_TRUE(listener.decoded);
+        // From here until the sound is back, time goes on as on any clock.
+        const double start = left->currentTime();
+        QElapsedTimer passed;
+        passed.start();
+        end();
+        double last = start;
+        double lead = 0;
+        double lag = 0;
+        for (int i = 0; i < 250; ++i) {
+            runEvents(0.01);
+            const double now = left->currentTime();
+            EXPECT_GE(now, last);
+            last = now;
+            const double ahead = now - start - static_cast<double>(passed.nsecsElapsed()) * 1e-9;
+            lead = std::max(lead, ahead);
+            lag = std::max(lag, -ahead);
+        }
+        EXPECT_LT(lead, 0.5);
+        EXPECT_LT(lag, 0.5);
+        EXPECT_TRUE(isHeard(server, 440, 1));
+    }
+}
+
+TEST_F(PlayerSound, AServerThatNeverAnswersIsNotWaitedFor) {
+    SoundServer server;
+    server.startMute();
+    const auto player = tonePlayer(440, 60, 0);
+    player->play();
+    ASSERT_TRUE(runEventsUntil([&] { return player->currentTime() > 1; }, 20));
+    server.start();
+    EXPECT_TRUE(isHeard(server, 440, 0));
 }
 
 }  // namespace

@@ -8,8 +8,14 @@
 #include <QThread>
 #include <QTimer>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace platform::audio {
 
@@ -51,6 +57,7 @@ SoundServer::~SoundServer() {
 }
 
 void SoundServer::start(int rate, int channels) {
+    kill();
     server_ = std::make_unique<QProcess>();
     server_->setProcessChannelMode(QProcess::MergedChannels);
     server_->setStandardOutputFile(QProcess::nullDevice());
@@ -82,7 +89,29 @@ void SoundServer::waitForNewSink() {
     QThread::msleep(kRenderedAhead);
 }
 
+void SoundServer::pause() {
+    ::kill(static_cast<pid_t>(server_->processId()), SIGSTOP);
+}
+
+void SoundServer::resume() {
+    ::kill(static_cast<pid_t>(server_->processId()), SIGCONT);
+}
+
+void SoundServer::startMute() {
+    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    const QByteArray path = folder_.filePath(QStringLiteral("socket")).toUtf8();
+    path.toStdString().copy(address.sun_path, sizeof address.sun_path - 1);
+    mute_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (::bind(mute_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(mute_, 8) != 0)
+        std::abort();
+}
+
 void SoundServer::kill() {
+    if (mute_ >= 0) {
+        ::close(std::exchange(mute_, -1));
+        QFile::remove(folder_.filePath(QStringLiteral("socket")));
+    }
     if (!server_) return;
     server_->kill();
     server_->waitForFinished();

@@ -28,6 +28,11 @@ class SoundServer {
     static void waitForNewSink();
     /// Kills the server without a farewell.
     void kill();
+    /// Stops the server, as one that hangs, until it is resumed.
+    void pause();
+    void resume();
+    /// Stands in for a server that accepts its clients and never answers, until `start`.
+    void startMute();
     /// Runs a command on the server, as pactl takes it, and returns what it printed.
     QByteArray control(const QStringList& arguments) const;
 
@@ -40,6 +45,7 @@ class SoundServer {
   private:
     QTemporaryDir folder_;
     std::unique_ptr<QProcess> server_;
+    int mute_ = -1;  // the socket that nobody serves
     std::unique_ptr<QProcess> recorder_;
 };
 
