@@ -16,6 +16,9 @@ namespace platform {
 
 namespace {
 
+// Far more than any program stores; what is larger was not written by one.
+constexpr off_t kLargestFile = 8 << 20;
+
 // Closes a file descriptor at the end of its scope.
 class File {
   public:
@@ -82,7 +85,8 @@ bool isForbidden(const QString& path) {
     struct stat status = {};
     return ::lstat(name.constData(), &status) == 0 &&
            (S_ISDIR(status.st_mode) ||
-            (S_ISREG(status.st_mode) && ::access(name.constData(), R_OK) != 0));
+            (S_ISREG(status.st_mode) &&
+             (status.st_size > kLargestFile || ::access(name.constData(), R_OK) != 0)));
 }
 
 // Gives `from` the name `to` if that is free; false otherwise, errno then EEXIST.
@@ -148,19 +152,20 @@ QString resolvedPath(const QString& path) {
 }
 
 std::optional<QJsonObject> readDefaultsFile(const QString& path) {
-    const std::optional<QByteArray> content = dataWithContentsOfFile(path);
+    const bool forbidden = isForbidden(path);
+    const auto content = forbidden ? std::nullopt : dataWithContentsOfFile(path);
     if (content) {
         const QJsonDocument document = QJsonDocument::fromJson(*content);
         if (document.isObject()) return document.object();
     }
-    if (content || isForbidden(path)) keepAside(path);
+    if (content || forbidden) keepAside(path);
     return std::nullopt;
 }
 
 std::optional<QJsonObject> updateDefaultsFile(const QString& path, const QJsonObject& known,
                                               const QJsonObject& changes) {
     const QString folder = folderOf(path);
-    if (!makeFolder(folder)) return std::nullopt;
+    if (path.isEmpty() || !makeFolder(folder)) return std::nullopt;
 
     // By hand and not by QSaveFile, whose files have names of their own and no lock, and which
     // makes no folder and flushes none. The name is fixed, so that a killed process leaves at most

@@ -34,7 +34,9 @@ DefaultsValue defaultsValue(const QJsonValue& value) {
 
 QString standardFile() {
     const QString identifier = Bundle::mainBundle().bundleIdentifier();
-    return configurationFolder() + QLatin1Char('/') +
+    const QString folder = configurationFolder();
+    if (folder.isEmpty()) return folder;
+    return folder + QLatin1Char('/') +
            (identifier.isEmpty() ? QCoreApplication::applicationName() : identifier) +
            QStringLiteral("/defaults.json");
 }
@@ -90,7 +92,8 @@ bool UserDefaults::synchronize() {
         saveTimer_.stop();
         return true;
     }
-    saveTimer_.start(kRetryDelay);
+    // At the very end there is nobody left to try again.
+    if (QCoreApplication::instance()) saveTimer_.start(kRetryDelay);
     return false;
 }
 

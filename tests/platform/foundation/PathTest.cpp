@@ -1,6 +1,11 @@
+#include "platform/foundation/ConfigurationFolder.h"
 #include "platform/foundation/Path.h"
 
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <map>
 
 namespace platform {
 namespace {
@@ -37,6 +42,55 @@ TEST(Path, LastComponent) {
     EXPECT_EQ(lastPathComponent(QStringLiteral("Song.mp3")), QStringLiteral("Song.mp3"));
     EXPECT_EQ(lastPathComponent(QStringLiteral("///")), QStringLiteral("/"));
     EXPECT_EQ(lastPathComponent(QString()), QString());
+}
+
+class BaseFolders : public testing::Test {
+  protected:
+    void SetUp() override {
+        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"}) {
+            if (qEnvironmentVariableIsSet(name)) before_[name] = qgetenv(name);
+            qunsetenv(name);
+        }
+    }
+    void TearDown() override {
+        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"}) {
+            qunsetenv(name);
+            if (before_.contains(name)) qputenv(name, before_[name]);
+        }
+    }
+
+  private:
+    std::map<std::string, QByteArray> before_;
+};
+
+TEST_F(BaseFolders, OnlyAbsoluteFoldersCount) {
+    qputenv("HOME", "/home/ann/");
+    for (const char* nothing : {"", "relative", "./config"}) {
+        qputenv("XDG_CONFIG_HOME", nothing);
+        qputenv("XDG_RUNTIME_DIR", nothing);
+        EXPECT_EQ(configurationFolder(), QStringLiteral("/home/ann/.config")) << nothing;
+        EXPECT_EQ(runtimeFolder(), QString()) << nothing;
+    }
+    qputenv("XDG_CONFIG_HOME", "/elsewhere");
+    EXPECT_EQ(configurationFolders().first(), QStringLiteral("/elsewhere"));
+    EXPECT_EQ(cacheFolder(), QStringLiteral("/home/ann/.cache"));
+}
+
+TEST_F(BaseFolders, TheUserDatabaseTellsTheHomeAndTheRootIsNone) {
+    const passwd* entry = ::getpwuid(::getuid());
+    if (!entry || QByteArray(entry->pw_dir).size() < 2) GTEST_SKIP() << "a user without a home";
+    for (const char* nothing : {"", "relative"}) {
+        qputenv("HOME", nothing);
+        EXPECT_EQ(homeFolder().toUtf8(), entry->pw_dir);
+        qputenv("XDG_CACHE_HOME", nothing);
+        settleEnvironment();
+        EXPECT_EQ(qgetenv("HOME"), entry->pw_dir) << "for libraries, too";
+        EXPECT_FALSE(qEnvironmentVariableIsSet("XDG_CACHE_HOME"));
+    }
+    qputenv("HOME", "/");
+    EXPECT_EQ(homeFolder(), QString());
+    EXPECT_EQ(configurationFolder(), QString());
+    EXPECT_FALSE(configurationFolders().contains(QStringLiteral("/.config")));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "tests/platform/foundation/TestFiles.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -209,6 +210,25 @@ TEST_F(UserDefaultsTest, AnUnreadableFileIsKeptAside) {
                UserDefaults(file).valueForKey(kKey) == DefaultsValue(2);
     };
     EXPECT_EXIT(::_exit(isKept() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(UserDefaultsTest, GigabytesAreNotReadAndNoPlaceIsWrittenTo) {
+    constexpr qint64 kGigabytes = qint64{3} << 30;
+    QFile huge(file);
+    ASSERT_TRUE(huge.open(QIODevice::WriteOnly) && huge.resize(kGigabytes));
+    UserDefaults defaults(file);
+    EXPECT_FALSE(QFile::exists(file));
+    EXPECT_EQ(QFileInfo(file + QStringLiteral(".damaged")).size(), kGigabytes);
+    defaults.setValueForKey(1, kKey);
+    EXPECT_TRUE(defaults.synchronize());
+    // Without a home there is no file.
+    const QDir here;
+    const QStringList before = here.entryList();
+    UserDefaults homeless{QString()};
+    homeless.setValueForKey(1, kKey);
+    EXPECT_FALSE(homeless.synchronize());
+    EXPECT_THAT(homeless.valueForKey(kKey), Optional(DefaultsValue(1)));
+    EXPECT_EQ(here.entryList(), before);
 }
 
 TEST_F(UserDefaultsTest, WhatIsNoFileBehindALinkStaysAsItIs) {
