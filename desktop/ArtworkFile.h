@@ -5,13 +5,16 @@
 
 #include <optional>
 
-/// The picture of one deck's track as a file in the cache folder, for programs that show it by its
-/// URL and remember pictures by their URLs: every picture has a name of its own. Only the latest is
-/// kept.
+/// The picture of one deck's track as a file for programs that show it by its URL and remember
+/// pictures by their URLs: every picture has a name of its own. Only the latest is kept.
+///
+/// It lies in a folder of this object's alone below the session's (or, without one, the cache
+/// folder), which no other user may enter. The folder is locked while the object lives, so that
+/// what a crashed program left of its own is told from what another one uses.
 class ArtworkFile {
   public:
-    /// `prefix` tells the deck's files from others; what an earlier run left of them goes.
-    explicit ArtworkFile(const QString& prefix);
+    /// Removes what earlier programs left.
+    ArtworkFile();
     ~ArtworkFile();
     ArtworkFile(const ArtworkFile&) = delete;
     ArtworkFile& operator=(const ArtworkFile&) = delete;
@@ -21,10 +24,11 @@ class ArtworkFile {
     QString urlOf(const std::optional<QByteArray>& picture);
 
   private:
-    void removeAll() const;
+    bool makeFolder();
 
-    QString folder_;
-    QString prefix_;
+    QByteArray base_;      // of all such folders
+    QByteArray folder_;    // empty before the first picture
+    int descriptor_ = -1;  // the folder's, which holds the lock
     std::optional<QByteArray> picture_;
     QString url_;
 };

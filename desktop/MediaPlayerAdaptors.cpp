@@ -55,7 +55,7 @@ void MediaPlayerAdaptor::Quit() {
 }
 
 PlayerAdaptor::PlayerAdaptor(QObject* parent, Deck& deck, DeckFiles& files)
-    : QDBusAbstractAdaptor(parent), deck_(deck), files_(files), artwork_(deck.prefix()) {}
+    : QDBusAbstractAdaptor(parent), deck_(deck), files_(files) {}
 
 QString PlayerAdaptor::playbackStatus() const {
     if (deck_.isPlaying()) return QStringLiteral("Playing");
