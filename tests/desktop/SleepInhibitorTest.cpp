@@ -32,6 +32,13 @@ class Guardian : public QDBusVirtualObject {
         bus.send(isInhibit ? call.createReply(grant_) : call.createReply());
         return true;
     }
+    /// Tells that the request of that handle has come to nothing.
+    void refuse(const QString& handle) {
+        QDBusMessage response = QDBusMessage::createSignal(
+            handle, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"));
+        response << uint{2} << QVariantMap();
+        bus_.send(response);
+    }
 
     QStringList calls;
 
@@ -95,4 +102,37 @@ TEST_F(Sleeplessness, TakesTheNextServiceWhereOneIsMissing) {
         return screenSaver.calls ==
                QStringList{QStringLiteral("Inhibit()"), QStringLiteral("UnInhibit(7)")};
     }));
+}
+
+TEST_F(Sleeplessness, GoesOnWhereThePortalRefusesLate) {
+    Guardian portal(kPortal, QVariant::fromValue(QDBusObjectPath(kHandle)));
+    Guardian screenSaver(kScreenSaver, 7U);
+    SleepInhibitor inhibitor(QDBusConnection::sessionBus());
+    const QStringList held = {QStringLiteral("Inhibit()")};
+    for (const int delay : {0, kSettling}) {
+        portal.calls.clear();
+        screenSaver.calls.clear();
+        inhibitor.setActive(true);
+        ASSERT_TRUE(waitUntil([&] { return portal.calls == held; }));
+        QTest::qWait(delay);
+        portal.refuse(kHandle + QStringLiteral("0"));  // somebody else's
+        portal.refuse(kHandle);
+        ASSERT_TRUE(waitUntil([&] { return screenSaver.calls == held; }));
+        inhibitor.setActive(false);
+        EXPECT_TRUE(waitUntil([&] {
+            return screenSaver.calls == held + QStringList{QStringLiteral("UnInhibit(7)")};
+        }));
+        EXPECT_EQ(portal.calls, held) << "there is nothing to let go of";
+    }
+}
+
+TEST_F(Sleeplessness, AsksTheSessionBeforeThePortal) {
+    Guardian portal(kPortal, QVariant::fromValue(QDBusObjectPath(kHandle)));
+    Guardian session(QStringLiteral("org.gnome.SessionManager"), 3U);
+    SleepInhibitor inhibitor(QDBusConnection::sessionBus());
+    inhibitor.setActive(true);
+    EXPECT_TRUE(
+        waitUntil([&] { return session.calls == QStringList{QStringLiteral("Inhibit()")}; }));
+    QTest::qWait(kSettling);
+    EXPECT_EQ(portal.calls, QStringList());
 }
