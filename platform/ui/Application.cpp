@@ -1,6 +1,7 @@
 #include "platform/ui/Application.h"
 
 #include "platform/foundation/Bundle.h"
+#include "platform/foundation/ConfigurationFolder.h"
 #include "platform/foundation/Path.h"
 #include "platform/ui/Accessibility.h"
 #include "platform/ui/Font.h"
@@ -73,6 +74,15 @@ bool answerQuestions(int argc, char** argv, const Bundle& bundle, const char* he
     return true;
 }
 
+#ifdef QT_NO_DEBUG
+/// Says what ends the program, and nothing else: what a picture's reader thinks of a picture helps
+/// nobody who listens to music. Whoever asks for the toolkit's words gets them.
+void keepQuiet(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (type == QtFatalMsg || qEnvironmentVariableIsSet("QT_LOGGING_RULES"))
+        std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
+}
+#endif
+
 void applyBundle(QApplication& application, const Bundle& bundle) {
     QApplication::setApplicationName(
         bundle.objectForInfoDictionaryKey(QStringLiteral("CFBundleName")).value_or(QString()));
@@ -114,6 +124,10 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
                     ApplicationDelegate* delegate, const char* help) {
     const Bundle& bundle = Bundle::mainBundle();
     if (answerQuestions(argc, argv, bundle, help)) return EXIT_SUCCESS;
+#ifdef QT_NO_DEBUG
+    qInstallMessageHandler(keepQuiet);
+#endif
+    settleEnvironment();
     QApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     QApplication application(argc, argv);

@@ -53,6 +53,8 @@ void Slider::setDoubleValue(double value) {
 }
 
 void Slider::moveTo(double value) {
+    // Assistive technology may send any number.
+    if (std::isnan(value)) return;
     const double knobBefore = knobX();
     const QString textBefore = QAccessible::isActive() ? valueText() : QString();
     value_ = std::clamp(value, minValue_, std::max(minValue_, maxValue_));
