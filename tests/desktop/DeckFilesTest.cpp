@@ -1,3 +1,4 @@
+#include "desktop/ApplicationService.h"
 #include "desktop/DeckFiles.h"
 #include "platform/foundation/Path.h"
 #include "tests/decks/DeckFixture.h"
@@ -86,6 +87,20 @@ TEST_F(Files, ADropIsForItsOwnDeck) {
     EXPECT_EQ(deck(PDRightPlayer).currentURL(), song_);
     EXPECT_TRUE(PDLeftSourceManager::trackArray().empty());
     EXPECT_FALSE(deck(PDLeftPlayer).currentURL());
+}
+
+TEST_F(Files, AHundredThousandAddressesAndOneOfAMillionLetters) {
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+        GTEST_SKIP() << "no dbus-daemon to speak to";
+    QStringList urls(100'000, QStringLiteral("file:///gone/song.mp3"));
+    urls << QStringLiteral("file:///") + QString(1'000'000, QLatin1Char('x'))
+         << QStringLiteral("x").repeated(1'000'000)
+         << QString::fromLatin1(platform::fileURLWithPath(song_));
+    ApplicationService service(QDBusConnection::sessionBus());
+    service.setHandlers([] {}, [this](const QStringList& paths) { files_->open(paths); });
+    service.Open(urls, {});
+    EXPECT_EQ(deck(PDLeftPlayer).currentURL(), song_);
+    EXPECT_FALSE(deck(PDRightPlayer).currentURL());
 }
 
 TEST(FileURLs, NameOnlyFilesOfThisMachine) {

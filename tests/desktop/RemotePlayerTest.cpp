@@ -73,8 +73,16 @@ TEST_F(Remote, WorksTheDecksOwnButtonsAndSettings) {
     player_->setShuffle(true);
     EXPECT_EQ(stored(QStringLiteral("PairdeckLeftShuffleState")), platform::DefaultsValue(true));
     EXPECT_EQ(controls(PDLeftPlayer).shuffleButton->state(), 1);
-    for (const double volume : {-3.0, 7.0, 0.25, std::numeric_limits<double>::quiet_NaN()})
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    for (const double volume : {-3.0, 7.0, -kInfinity, kInfinity, 0.25, kNaN}) {
         player_->setVolume(volume);
+        player_->setRate(volume);
+    }
+    const QString huge(10'000'000, QLatin1Char('x'));
+    player_->setLoopStatus(huge);
+    player_->OpenUri(QStringLiteral("file:///") + huge + QStringLiteral(".mp3"));
+    EXPECT_EQ(player_->loopStatus(), QStringLiteral("Playlist"));
     EXPECT_EQ(deck(PDLeftPlayer).volume(), 0.25F);
     EXPECT_EQ(controls(PDLeftPlayer).volumeSlider->doubleValue(), 0.25);
 }

@@ -12,6 +12,7 @@
 #include <QtEndian>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <turbojpeg.h>
 
 #include <array>
@@ -246,6 +247,35 @@ TEST(Image, DrawingsAreReadFromFilesAlone) {
     QTemporaryFile file;
     ASSERT_TRUE(file.open() && file.write(drawing) > 0 && file.flush());
     EXPECT_EQ(Image::initWithContentsOfURL(file.fileName()).size(), QSizeF(30, 20));
+}
+
+TEST(Image, HostileDrawingsEndAndReadNothingElse) {
+    const QTemporaryDir folder;
+    const QByteArray fifo = folder.filePath(QStringLiteral("fifo.png")).toUtf8();
+    ASSERT_EQ(::mkfifo(fifo.constData(), 0600), 0);
+    const QByteArray open =
+        "<svg xmlns='http://www.w3.org/2000/svg' width='30' height='20' "
+        "xmlns:x='http://www.w3.org/1999/xlink'>";
+    // Each entity is ten of the one before: a hundred billion letters.
+    QByteArray entities = "<!DOCTYPE svg [<!ENTITY a0 'aaaaaaaaaa'>";
+    for (int i = 1; i <= 10; ++i) {
+        const QByteArray before = "&a" + QByteArray::number(i - 1) + ';';
+        entities += "<!ENTITY a" + QByteArray::number(i) + " '" + before.repeated(10) + "'>";
+    }
+    const QByteArray drawings[] = {
+        entities + "]>" + open + "<text>&a10;</text></svg>",
+        "<!DOCTYPE svg [<!ENTITY f SYSTEM 'file://" + fifo + "'>]>" + open +
+            "<text>&f;</text></svg>",
+        open + QByteArray("<g>").repeated(100'000),
+    };
+    for (const QByteArray& drawing : drawings) {
+        EXPECT_TRUE(Image::initWithData(drawing).isNull());
+        QTemporaryFile file;
+        ASSERT_TRUE(file.open() && file.write(drawing) > 0 && file.flush());
+        Image::initWithContentsOfURL(file.fileName()).bitmap();
+    }
+    const QByteArray linking = open + "<image width='9' height='9' x:href='" + fifo + "'/></svg>";
+    EXPECT_TRUE(Image::initWithData(linking).isNull());
 }
 
 TEST(Image, AReferencedFileIsReadWhenItIsAskedFor) {
