@@ -57,7 +57,15 @@ void HoverControlView::mouseEntered() {
 
 void HoverControlView::mouseExited() {
     isUnderPointer_ = false;
-    conceal();
+    // Taking the controls away would take the focus away with them.
+    if (!isWorkedByKeyboard()) conceal();
+}
+
+bool HoverControlView::isWorkedByKeyboard() const {
+    // As the window knows it, also while another one is in front.
+    const QWidget* focused = window()->focusWidget();
+    return focused && isAncestorOf(focused) &&
+           window()->testAttribute(Qt::WA_KeyboardFocusChange);
 }
 
 void HoverControlView::focusInEvent(QFocusEvent* event) {
@@ -78,7 +86,10 @@ void HoverControlView::focusInEvent(QFocusEvent* event) {
 }
 
 void HoverControlView::focusMoved(QWidget*, QWidget* now) {
-    const bool isWithin = now && (now == this || isAncestorOf(now));
-    if (isWithin || !std::exchange(isRevealedByFocus_, false)) return;
-    if (!isUnderPointer_) conceal();
+    // A window that goes behind another keeps its focus for when it comes back.
+    if (!now || now->window() != window()) return;
+    const bool isWithin = now == this || isAncestorOf(now);
+    if (isWithin) return;
+    isRevealedByFocus_ = false;
+    if (!isUnderPointer_ && firstSubview() == controlView_) conceal();
 }

@@ -5,9 +5,8 @@
 #include <memory>
 
 /// Album art that reveals a view of controls while the pointer is inside it. Its first subview is
-/// the slot, with a cross-fade between what it holds: the control view from when the pointer or the
-/// keyboard focus comes in, until the pointer leaves or, with no pointer there, the focus does;
-/// else an empty view.
+/// the slot, with a cross-fade between what it holds: the control view while the pointer is inside or
+/// the keyboard works one of its controls; else an empty view.
 class HoverControlView final : public platform::ImageView {
     Q_OBJECT
 
@@ -39,6 +38,7 @@ class HoverControlView final : public platform::ImageView {
     void setUpHover();
     void reveal();
     void conceal();
+    bool isWorkedByKeyboard() const;
     void focusMoved(QWidget* old, QWidget* now);
 
     platform::View* controlView_ = nullptr;

@@ -108,7 +108,9 @@ class TableView::Model : public QAbstractTableModel {
         QPainter painter(&pixmap);
         Image::imageNamed(table_->markImageName_).drawInRect(painter, {QPointF(), size});
         QIcon icon(pixmap);
-        // Else the toolkit dyes it in the colour of the selection that it stands on.
+        // Accent on the accent of a selection would hardly be seen.
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.fillRect(QRectF(QPointF(), size), table_->palette().highlightedText());
         icon.addPixmap(pixmap, QIcon::Selected);
         return icon;
     }

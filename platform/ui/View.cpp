@@ -89,6 +89,7 @@ void View::takeAway(QWidget* view) {
 
 void View::addTrackingArea(const TrackingArea& area) {
     setAttribute(Qt::WA_Hover);
+    if (trackingAreas_.empty()) qApp->installEventFilter(this);
     trackingAreas_.push_back(area);
     inside_.push_back(false);
 }
@@ -104,6 +105,24 @@ void View::trackPointer(const QPointF* position) {
             mouseExited();
         }
     }
+}
+
+void View::lookForPointer() {
+    const QPoint pointer = QCursor::pos();
+    const QWidget* seen = QApplication::widgetAt(pointer);
+    const QPointF position = mapFromGlobal(QPointF(pointer));
+    trackPointer(seen && seen->window() == window() ? &position : nullptr);
+}
+
+bool View::eventFilter(QObject* watched, QEvent* event) {
+    // While a button is held elsewhere, the pointer comes and goes unseen; where a drag ends, not
+    // every window system tells.
+    if (event->type() == QEvent::MouseButtonRelease) {
+        QMetaObject::invokeMethod(this, &View::lookForPointer, Qt::QueuedConnection);
+    } else if (event->type() == QEvent::Leave && watched == window()) {
+        trackPointer(nullptr);
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void View::setFileDrop(FileDrop fileDrop) {

@@ -87,6 +87,7 @@ class View : public QWidget {
     virtual void mouseExited() {}
 
     bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -98,6 +99,7 @@ class View : public QWidget {
     void putOnShow(QWidget* view);
     void takeAway(QWidget* view);
     void trackPointer(const QPointF* position);
+    void lookForPointer();
 
     QList<QPointer<QWidget>> subviews_;
     QList<QPointer<QWidget>> adopted_;
