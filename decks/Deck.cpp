@@ -82,6 +82,7 @@ void Deck::dress(const Image& desktopPicture) {
     QObject::connect(controls_.tableView->model(), &QAbstractItemModel::modelReset, &listContext_,
                      [this] {
                          updateSuccessor();
+                         showHint();
                          didChange_(Change::Move);
                      });
     controls_.songAlbumArt->setControlView(controls_.controlView);
@@ -107,6 +108,17 @@ void Deck::showIdle() {
     if (player_) player_->setVolume(volume_);
     controls_.songTitle->setStringValue(QStringLiteral("No Music Playing"));
     controls_.songAlbumArtist->setStringValue(QStringLiteral("Import a folder, then play a song"));
+    showHint();
+}
+
+void Deck::showHint() {
+    const bool hasSongs = !tracks().empty();
+    const bool isIdle = !currentURL_;
+    controls_.hint->setStringValue(
+        hasSongs ? QStringLiteral("Double-click a song in the library below.")
+                 : QStringLiteral("No songs are loaded yet."));
+    controls_.hint->setHidden(!isIdle);
+    controls_.openFolder->setHidden(!isIdle || hasSongs);
 }
 
 void Deck::load(const QString& path) {
@@ -122,6 +134,7 @@ void Deck::load(const QString& path) {
     currentURL_ = path;
     if (player_) player_->setDelegate(&delegate_);
     showTrack(path);
+    showHint();
     if (player_) {
         player_->setPan(side_.pan);
         player_->play();

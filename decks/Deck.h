@@ -145,6 +145,7 @@ class Deck {
     void showTitle(const QString& title);
     void showAlbumArtist();
     void showRepeat();
+    void showHint();
     std::int64_t storedRepeat() const;
 
     const Side side_;

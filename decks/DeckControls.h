@@ -16,6 +16,8 @@ struct DeckControls {
     HoverControlView* songAlbumArt = nullptr;
     platform::ImageView* background = nullptr;
     platform::TextField* songAlbumArtist = nullptr;
+    platform::TextField* hint = nullptr;
+    platform::Button* openFolder = nullptr;
     platform::Slider* timeSlider = nullptr;
     platform::Slider* volumeSlider = nullptr;
     platform::Button* muteButton = nullptr;

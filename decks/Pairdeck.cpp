@@ -67,6 +67,8 @@ void Pairdeck::declare(const Deck::Side& side, DeckControls& controls) {
     outlet(name("SongAlbumArt"), controls.songAlbumArt);
     outlet(name("Background"), controls.background);
     outlet(name("SongAlbumArtist"), controls.songAlbumArtist);
+    outlet(name("Hint"), controls.hint);
+    outlet(name("OpenFolder"), controls.openFolder);
     outlet(name("TimeSlider"), controls.timeSlider);
     outlet(name("VolumeSlider"), controls.volumeSlider);
     outlet(name("MuteButton"), controls.muteButton);

@@ -25,7 +25,7 @@ class Window;
 ///
 /// Outlets: PDWindow, PDCloseWindow, PDAboutWindow, PDAboutWindowClose, PDVersionBuildString;
 /// PD{Side}SongTitle, PD{Side}SongAlbumArt, PD{Side}Background, PD{Side}SongAlbumArtist,
-/// PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}MuteButton, PD{Side}CTime, PD{Side}RTime,
+/// PD{Side}Hint, PD{Side}OpenFolder, PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}MuteButton, PD{Side}CTime, PD{Side}RTime,
 /// PD{Side}ShuffleButton, PD{Side}RepeatButton, PD{Side}ControlView, PD{Side}PlayPause,
 /// PD{Side}Prev, PD{Side}Next, PD{Side}TableView.
 ///

@@ -1,5 +1,6 @@
 #include "library/PDSourceManager.h"
 
+#include "library/LibraryNotice.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
@@ -15,6 +16,10 @@ PDSourceManager::PDSourceManager(const Side& side) : side_(side) {
     outlet(QStringLiteral("tableView"), tableView_);
     outlet(side.defaultDirectoryLabel, defaultDirectoryLabel_);
     outlet(QStringLiteral("PDProgressBar"), progressBar_);
+    outlet(QStringLiteral("countLabel"), countLabel_);
+    outlet(QStringLiteral("explanation"), explanation_);
+    outlet(QStringLiteral("explanationText"), explanationText_);
+    outlet(QStringLiteral("explanationButton"), explanationButton_);
     action(QStringLiteral("loadTracks"), [this](Control*) { loadTracks(); });
     action(QStringLiteral("changeDefaultDirectory"),
            [this](Control*) { changeDefaultDirectory(); });
@@ -27,8 +32,20 @@ PDSourceManager::PDSourceManager(const Side& side) : side_(side) {
 void PDSourceManager::awakeFromNib() {
     const auto folder =
         UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(side_.defaultDirectoryKey);
-    if (folder) getTracksFromURL(folder);
+    if (folder) {
+        getTracksFromURL(folder);
+    } else {
+        explain({}, 0);
+    }
     nameDefaultDirectory(folder);
+}
+
+void PDSourceManager::explain(const QString& text, std::size_t total) const {
+    const auto notice = LibraryNotice::of(currentURL_, text, total, side_.trackArray.size());
+    countLabel_->setStringValue(notice.count);
+    explanationText_->setStringValue(notice.explanation);
+    explanationButton_->setHidden(!notice.offersFolder);
+    explanation_->setHidden(notice.explanation.isEmpty());
 }
 
 void PDSourceManager::nameDefaultDirectory(const std::optional<QString>& path) {
@@ -88,6 +105,7 @@ void PDSourceManager::getTracksFromURL(const std::optional<QString>& path) {
     }
     progressBar_->setHidden(true);
     currentURL_ = path;
+    explain({}, tracks.size());
     tableView_->reloadData();
 }
 
@@ -96,9 +114,11 @@ void PDSourceManager::updatePredicate(const QString& text) {
     getTracksFromURL(currentURL_);
     if (text.isEmpty()) return;
     searchPredicate_ = SearchPredicate(text);
+    const std::size_t total = side_.trackArray.size();
     std::erase_if(side_.trackArray, [this](const auto& track) {
         return !searchPredicate_.evaluate(track->name(), track->artist());
     });
+    explain(text, total);
     tableView_->reloadData();
 }
 

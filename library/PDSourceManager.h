@@ -2,10 +2,12 @@
 
 #include "library/PDTrack.h"
 #include "library/SearchPredicate.h"
+#include "platform/ui/Button.h"
 #include "platform/ui/Controller.h"
 #include "platform/ui/ProgressIndicator.h"
 #include "platform/ui/TableView.h"
 #include "platform/ui/TextField.h"
+#include "platform/ui/View.h"
 
 #include <QString>
 
@@ -15,7 +17,8 @@
 /// One deck's library: scans a folder into the side's track list, remembers a default folder, feeds
 /// the deck's table and runs the deck's search. The two sides are the classes below.
 ///
-/// Outlets: tableView, PDProgressBar and the side's default-directory label. Actions: loadTracks,
+/// Outlets: tableView, PDProgressBar, countLabel, explanation, explanationText, explanationButton
+/// and the side's default-directory label. Actions: loadTracks,
 /// changeDefaultDirectory, updatePredicate (sent by a search field).
 class PDSourceManager : public platform::Controller, public platform::TableViewDataSource {
   public:
@@ -54,6 +57,7 @@ class PDSourceManager : public platform::Controller, public platform::TableViewD
   private:
     void chooseFolder(std::function<void(const QString& path)> chosen) const;
     void nameDefaultDirectory(const std::optional<QString>& path);
+    void explain(const QString& text, std::size_t total) const;
 
     const Side side_;
     std::optional<QString> currentURL_;
@@ -61,6 +65,10 @@ class PDSourceManager : public platform::Controller, public platform::TableViewD
     platform::TableView* tableView_ = nullptr;
     platform::TextField* defaultDirectoryLabel_ = nullptr;
     platform::ProgressIndicator* progressBar_ = nullptr;
+    platform::TextField* countLabel_ = nullptr;
+    platform::View* explanation_ = nullptr;  // in the place of the rows, where there are none
+    platform::TextField* explanationText_ = nullptr;
+    platform::Button* explanationButton_ = nullptr;
 };
 
 /// The left deck's library.

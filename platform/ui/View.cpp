@@ -3,6 +3,7 @@
 #include "platform/ui/FileDragging.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QDropEvent>
 #include <QHoverEvent>
 #include <QPaintEvent>

@@ -44,6 +44,8 @@ void DeckFixture::findControls(PDPlayerType side) {
     find(found.songAlbumArt, "SongAlbumArt");
     find(found.background, "Background");
     find(found.songAlbumArtist, "SongAlbumArtist");
+    find(found.hint, "Hint");
+    find(found.openFolder, "OpenFolder");
     find(found.timeSlider, "TimeSlider");
     find(found.volumeSlider, "VolumeSlider");
     find(found.muteButton, "MuteButton");

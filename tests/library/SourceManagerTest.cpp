@@ -6,6 +6,7 @@
 #include "tests/platform/media/TagBytes.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFileDialog>
 #include <QTemporaryDir>
 
@@ -32,6 +33,10 @@ class Side {
         manager.connectOutlet(QStringLiteral("tableView"), &table);
         manager.connectOutlet(QStringLiteral("PDProgressBar"), &bar);
         manager.connectOutlet(labelOutlet, &label);
+        manager.connectOutlet(QStringLiteral("countLabel"), &count);
+        manager.connectOutlet(QStringLiteral("explanation"), &explanation);
+        manager.connectOutlet(QStringLiteral("explanationText"), &text);
+        manager.connectOutlet(QStringLiteral("explanationButton"), &button);
         bar.hide();
     }
     QStringList names() const {
@@ -44,6 +49,10 @@ class Side {
     platform::TableView table;
     platform::ProgressIndicator bar;
     platform::TextField label;
+    platform::TextField count;
+    platform::View explanation;
+    platform::TextField text;
+    platform::Button button;
 };
 
 class SourceManager : public testing::Test {
@@ -190,4 +199,29 @@ TEST_F(SourceManager, TheFolderPanelLoadsNowOrRemembers) {
     EXPECT_EQ(onDisk("PairdeckRightDefaultDirectory"), platform::DefaultsValue(file("sub")));
     left.manager.awakeFromNib();
     EXPECT_EQ(left.names(), QStringList{QStringLiteral("Red")});
+}
+
+TEST_F(SourceManager, SaysWhyThereAreNoRows) {
+    left.manager.awakeFromNib();
+    const auto says = [this](const char* count, const char* explanation, bool offersFolder) {
+        EXPECT_EQ(left.count.stringValue(), QLatin1String(count));
+        EXPECT_TRUE(left.text.stringValue().startsWith(QString::fromUtf8(explanation)))
+            << qPrintable(left.text.stringValue());
+        EXPECT_EQ(left.explanation.isHidden(), *explanation == '\0');
+        EXPECT_EQ(!left.button.isHidden(), offersFolder);
+    };
+    says("", "No folder is open.", true);
+    left.manager.getTracksFromURL(folder.path());
+    says("2 songs", "", false);
+    left.manager.updatePredicate(QStringLiteral("ann"));
+    says("1 of 2 songs", "", false);
+    left.manager.updatePredicate(QStringLiteral("nobody"));
+    says("0 of 2 songs", "Nothing found for “nobody”.", false);
+    left.manager.updatePredicate({});
+    says("2 songs", "", false);
+    ASSERT_TRUE(QDir(folder.path()).mkdir(QStringLiteral("empty")));
+    left.manager.getTracksFromURL(file("empty"));
+    says("0 songs", "No songs in “empty”.", true);
+    left.manager.getTracksFromURL(file("gone"));
+    says("0 songs", "The folder “gone” is not there.", true);
 }
