@@ -114,9 +114,9 @@ void Deck::showIdle() {
 void Deck::showHint() {
     const bool hasSongs = !tracks().empty();
     const bool isIdle = !currentURL_;
-    controls_.hint->setStringValue(
-        hasSongs ? QStringLiteral("Double-click a song in the library below.")
-                 : QStringLiteral("No songs are loaded yet."));
+    controls_.hint->setStringValue(hasSongs
+                                       ? QStringLiteral("Double-click a song in the library below.")
+                                       : QStringLiteral("No songs are loaded yet."));
     controls_.hint->setHidden(!isIdle);
     controls_.openFolder->setHidden(!isIdle || hasSongs);
 }
@@ -190,10 +190,14 @@ void Deck::showAlbumArtist() {
     controls_.songAlbumArtist->setStringValue(text);
 }
 
-void Deck::playSelection() {
+std::optional<QString> Deck::selectedURL() const {
     const std::int64_t row = controls_.tableView->selectedRow();
-    if (row < 0 || row >= static_cast<std::int64_t>(tracks().size())) return;
-    load(tracks()[static_cast<size_t>(row)]->URL());
+    if (row < 0 || row >= static_cast<std::int64_t>(tracks().size())) return std::nullopt;
+    return tracks()[static_cast<size_t>(row)]->URL();
+}
+
+void Deck::playSelection() {
+    if (const auto path = selectedURL()) load(*path);
 }
 
 std::optional<QString> Deck::neighbour(navigation::Neighbour step) const {

@@ -92,6 +92,9 @@ class Deck {
     /// Makes a new player for the file at `path`, starts it and shows it. A file that can't be
     /// played leaves the deck without a player but shown.
     void load(const QString& path);
+    /// The path of the track in the selected row of the deck's table; absent without a selection or
+    /// for a row beyond the list.
+    std::optional<QString> selectedURL() const;
     /// Loads the selected row of the deck's table. Nothing happens without a selection or for a row
     /// beyond the list.
     void playSelection();

@@ -87,6 +87,10 @@ void Pairdeck::declare(const Deck::Side& side, DeckControls& controls) {
            [this, type = side.type](Control* sender) { volumeSliderDidChange(type, sender); });
     action(side.prefix + QStringLiteral("MuteStateDidChange"),
            [this, type = side.type](Control*) { deck(type).toggleMute(); });
+    action(side.prefix + QStringLiteral("PlaySelectionOnOther"),
+           [this, type = side.type](Control*) { playSelectionOnOther(type); });
+    action(side.prefix + QStringLiteral("ShowSelectionInFileManager"),
+           [this, type = side.type](Control*) { showSelectionInFileManager(type); });
     action(side.prefix + QStringLiteral("ShuffleStateDidChange"),
            [this, type = side.type](Control*) { shuffleStateDidChange(type); });
     action(side.prefix + QStringLiteral("RepeatStateDidChange"),
@@ -162,6 +166,16 @@ void Pairdeck::quit() {
 
 void Pairdeck::playTrackFromSelection(Control* sender) {
     if (Deck* deck = deckOf(sender, &DeckControls::tableView)) deck->playSelection();
+}
+
+void Pairdeck::playSelectionOnOther(PDPlayerType side) {
+    const auto path = deck(side).selectedURL();
+    if (path) deck(side == PDLeftPlayer ? PDRightPlayer : PDLeftPlayer).load(*path);
+}
+
+void Pairdeck::showSelectionInFileManager(PDPlayerType side) {
+    const auto path = deck(side).selectedURL();
+    if (path) platform::Workspace::sharedWorkspace().activateFileViewerSelectingURL(*path);
 }
 
 void Pairdeck::playTrackAtWithPlayer(const QString& path, PDPlayerType side) {

@@ -25,13 +25,14 @@ class Window;
 ///
 /// Outlets: PDWindow, PDCloseWindow, PDAboutWindow, PDAboutWindowClose, PDVersionBuildString;
 /// PD{Side}SongTitle, PD{Side}SongAlbumArt, PD{Side}Background, PD{Side}SongAlbumArtist,
-/// PD{Side}Hint, PD{Side}OpenFolder, PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}MuteButton, PD{Side}CTime, PD{Side}RTime,
-/// PD{Side}ShuffleButton, PD{Side}RepeatButton, PD{Side}ControlView, PD{Side}PlayPause,
-/// PD{Side}Prev, PD{Side}Next, PD{Side}TableView.
+/// PD{Side}Hint, PD{Side}OpenFolder, PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}MuteButton,
+/// PD{Side}CTime, PD{Side}RTime, PD{Side}ShuffleButton, PD{Side}RepeatButton, PD{Side}ControlView,
+/// PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next, PD{Side}TableView.
 ///
 /// Actions: quit, perSecondInfoRefresh, playTrackFromSelection, playNextTrackAt, playPrevTrackAt,
 /// playPauseTrackAt; {side}TimeSliderDidChange, {side}VolumeSliderDidChange,
-/// {side}MuteStateDidChange, {side}ShuffleStateDidChange, {side}RepeatStateDidChange.
+/// {side}MuteStateDidChange, {side}PlaySelectionOnOther, {side}ShowSelectionInFileManager,
+/// {side}ShuffleStateDidChange, {side}RepeatStateDidChange.
 class Pairdeck final : public platform::Controller, public platform::AudioPlayerDelegate {
   public:
     /// The notification that a deck's player, play state, shuffle flag or repeat state may have
@@ -58,6 +59,11 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     /// Loads the file at `path` on a deck, starts it and shows it. The status notification is
     /// posted in any case, for a side that is neither deck's too.
     void playTrackAtWithPlayer(const QString& path, PDPlayerType side);
+
+    /// Plays the selected row of a deck's table on the other deck.
+    void playSelectionOnOther(PDPlayerType side);
+    /// Shows the file of the selected row of a deck's table in the file manager.
+    void showSelectionInFileManager(PDPlayerType side);
 
     /// Plays the track after the deck's current one. `sender` is a deck's next button; for any
     /// other nothing happens.

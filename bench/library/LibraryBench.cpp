@@ -45,6 +45,10 @@ class Deck {
         manager_.connectOutlet(QStringLiteral("tableView"), &table_);
         manager_.connectOutlet(QStringLiteral("PDProgressBar"), &bar_);
         manager_.connectOutlet(QStringLiteral("PDLeftDefaultDirectoryLabel"), &label_);
+        manager_.connectOutlet(QStringLiteral("countLabel"), &count_);
+        manager_.connectOutlet(QStringLiteral("explanation"), &explanation_);
+        manager_.connectOutlet(QStringLiteral("explanationText"), &text_);
+        manager_.connectOutlet(QStringLiteral("explanationButton"), &button_);
         window_.resize(575, 700);
         window_.show();
         QApplication::processEvents();
@@ -90,6 +94,10 @@ class Deck {
     platform::ProgressIndicator bar_;
     platform::TableView table_;
     platform::TextField label_;
+    platform::TextField count_;
+    platform::View explanation_;
+    platform::TextField text_;
+    platform::Button button_;
     PDLeftSourceManager manager_;
 };
 

@@ -8,12 +8,6 @@
 
 namespace platform {
 
-namespace {
-
-constexpr double kCornerRadius = 14.0;
-
-}  // namespace
-
 void Box::mousePressEvent(QMouseEvent* event) {
     pressedAt_ = event->pos();
     // Accepted, so that the drag that may follow is the box's.
@@ -37,7 +31,7 @@ void Box::mouseMoveEvent(QMouseEvent* event) {
 
 void Box::focusInEvent(QFocusEvent* event) {
     View::focusInEvent(event);
-    if (theme::showsFocus(*this)) ring_ = std::make_unique<FocusRing>(*this, kCornerRadius);
+    if (theme::showsFocus(*this)) ring_ = std::make_unique<FocusRing>(*this, theme::kPanelRadius);
 }
 
 void Box::focusOutEvent(QFocusEvent* event) {

@@ -6,8 +6,8 @@
 
 namespace platform {
 
-FocusRing::FocusRing(QWidget& owner, double cornerRadius)
-    : QWidget(&owner), cornerRadius_(cornerRadius) {
+FocusRing::FocusRing(QWidget& owner, double cornerRadius, const QColor& light)
+    : QWidget(&owner), cornerRadius_(cornerRadius), light_(light) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setGeometry(owner.rect());
     raise();
@@ -18,6 +18,7 @@ void FocusRing::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(theme::kFocus, 2.0));
+    painter.setBrush(light_);
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), cornerRadius_, cornerRadius_);
 }
 

@@ -173,6 +173,7 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
     for (const auto& window : windows_) {
         forEachObject(window.get(), [this](QObject* object) {
             wireControl(object);
+            bindMenuItem(object);
             bindKeys(object, "keys");
             bindKeys(object, "repeatingKeys");
         });
@@ -236,6 +237,7 @@ void Interface::wireControl(QObject* object) {
     if (!name.isEmpty()) checkAction(object);
     auto* table = qobject_cast<TableView*>(object);
     if (!table) return;
+    table->setRowMenu(table->window()->findChild<QMenu*>(object->property("menu").toString()));
     auto* source =
         dynamic_cast<TableViewDataSource*>(controller(object->property("dataSource").toString()));
     if (!source) problems_ << QStringLiteral("%1: no data source").arg(object->objectName());
@@ -250,8 +252,9 @@ void Interface::checkAction(QObject* object) {
         const Target* target = control->target();
         if (!target) target = &Application::sharedApplication();
         if (target->hasAction(action)) return;
-    } else if (object->property("menu").isValid() || qobject_cast<TextField*>(object)) {
-        return;  // a button that opens a menu does enough, and a text need do nothing
+    } else if (object->property("menu").isValid() || object->property("operations").isValid() ||
+               qobject_cast<TextField*>(object)) {
+        return;  // these do enough, and a text need do nothing
     }
     problems_ << QStringLiteral("%1: no action %2").arg(object->objectName(), action);
 }
@@ -279,6 +282,21 @@ void Interface::bindKeys(QObject* object, const char* property) {
             for (const auto& perform : operations)
                 perform();
         });
+    }
+}
+
+void Interface::bindMenuItem(QObject* object) {
+    auto* item = qobject_cast<MenuItem*>(object);
+    // A menu is a window of its own; what it is for is where it stands.
+    const auto* menu = item ? qobject_cast<QMenu*>(item->parent()) : nullptr;
+    if (!menu || !menu->parentWidget()) return;
+    for (const QString& name : object->property("operations").toStringList()) {
+        const auto perform = operation(*menu->parentWidget(), name);
+        if (!perform) {
+            problems_ << QStringLiteral("%1: no operation %2").arg(object->objectName(), name);
+            continue;
+        }
+        QObject::connect(item, &QAction::triggered, item, perform);
     }
 }
 

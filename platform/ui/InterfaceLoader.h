@@ -33,7 +33,10 @@ struct InterfaceClasses {
 ///   `action`       on a control or menu item: `Target.action`, a controller's or a window's by its
 ///                  object name; without "Target." it travels to the application;
 ///   `target`       on a control whose action is set later: the target alone;
-///   `menu`         on a button: the object name of the menu that it opens;
+///   `menu`         on a button: the object name of the menu that it opens; on a table: of the one
+///                  that a row opens;
+///   `operations`   on a menu item: what it does instead of an action, in turn, each as the
+///                  "Name.operation" of `keys`;
 ///   `keys`         on a widget: what keys do while it or a widget inside it has focus, each as
 ///                  "Key: Name.operation, ...": the named controllers' actions and widgets'
 ///                  invokable operations, in turn; every widget knows "focus";
@@ -70,6 +73,7 @@ class Interface {
     void wireControl(QObject* object);
     void checkAction(QObject* object);
     void bindKeys(QObject* object, const char* property);
+    void bindMenuItem(QObject* object);
     std::function<void()> operation(const QWidget& scope, const QString& qualified) const;
     static void orderFocus(QWidget* window);
     Target* targetNamed(const QString& name) const;

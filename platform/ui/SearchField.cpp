@@ -6,9 +6,28 @@
 
 namespace platform {
 
-SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
+namespace {
+
+constexpr int kClearButtonOverlap = 10;  // points; the field's padding keeps that much free anyway
+
+}  // namespace
+
+SearchField::SearchField(QWidget* parent) : QLineEdit(parent), clearButton_(new Button(this)) {
     setFont(systemFontOfSize(13.0));
-    setClearButtonEnabled(true);
+    // The toolkit's own is as small as its picture.
+    clearButton_->setImageName(QStringLiteral("Clear"));
+    clearButton_->setProperty("imageSize", 16.0);
+    clearButton_->setCursor(Qt::ArrowCursor);
+    clearButton_->setFocusPolicy(Qt::NoFocus);
+    clearButton_->hide();
+    connect(clearButton_, &QAbstractButton::clicked, this, [this] {
+        clear();
+        setFocus(Qt::OtherFocusReason);
+    });
+    connect(this, &QLineEdit::textChanged, this, [this](const QString& text) {
+        clearButton_->setVisible(!text.isEmpty());
+        setTextMargins(0, 0, text.isEmpty() ? 0 : height() - kClearButtonOverlap, 0);
+    });
     delay_.setSingleShot(true);
     connect(&delay_, &QTimer::timeout, this, [this] { sendAction(); });
     // Not when it is edited: what an assistive tool writes is no key's work, but as much the
@@ -28,11 +47,16 @@ void SearchField::setStringValue(const QString& text) {
 }
 
 QString SearchField::clearButtonName() const {
-    return findChild<QAbstractButton*>()->accessibleName();
+    return clearButton_->accessibleName();
 }
 
 void SearchField::setClearButtonName(const QString& name) {
-    findChild<QAbstractButton*>()->setAccessibleName(name);
+    clearButton_->setAccessibleName(name);
+}
+
+void SearchField::resizeEvent(QResizeEvent* event) {
+    QLineEdit::resizeEvent(event);
+    clearButton_->setGeometry(width() - height(), 0, height(), height());
 }
 
 void SearchField::sendNow() {

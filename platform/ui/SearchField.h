@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ui/Button.h"
 #include "platform/ui/Control.h"
 
 #include <QLineEdit>
@@ -7,8 +8,9 @@
 
 namespace platform {
 
-/// A field to search in. It sends its action shortly after its text was last changed by keys or by
-/// an assistive tool, and at once on Return and when it is cleared.
+/// A field to search in, with a button of full height that clears it. It sends its action shortly
+/// after its text was last changed by keys or by an assistive tool, and at once on Return and when it
+/// is cleared.
 class SearchField : public QLineEdit, public Control {
     Q_OBJECT
     /// What assistive technology calls the button that clears the field.
@@ -30,7 +32,11 @@ class SearchField : public QLineEdit, public Control {
     /// Sends the action at once.
     Q_INVOKABLE void sendNow();
 
+  protected:
+    void resizeEvent(QResizeEvent* event) override;
+
   private:
+    Button* clearButton_;
     QTimer delay_;
     bool isSetByProgram_ = false;
 };

@@ -8,6 +8,8 @@
 #include "platform/ui/Theme.h"
 
 #include <QAbstractTableModel>
+#include <QClipboard>
+#include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QIcon>
@@ -286,10 +288,8 @@ void TableView::focusOutEvent(QFocusEvent* event) {
 
 void TableView::keyPressEvent(QKeyEvent* event) {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isReturn && selectedRow() >= 0) {
-        sendAction();
-        return;
-    }
+    if (isReturn && selectedRow() >= 0) return sendDoubleAction();
+    if (event->matches(QKeySequence::Copy)) return copy();
     const int scrolledTo = verticalScrollBar()->value();
     const int rows = model_->rowCount();
     // The toolkit's own go to the ends of a row.
@@ -307,6 +307,26 @@ void TableView::mouseDoubleClickEvent(QMouseEvent* event) {
     QTableView::mouseDoubleClickEvent(event);
     if (event->button() != Qt::LeftButton || !indexAt(event->pos()).isValid()) return;
     sendAction();
+}
+
+void TableView::contextMenuEvent(QContextMenuEvent* event) {
+    const bool isByKey = event->reason() == QContextMenuEvent::Keyboard;
+    const int row = isByKey ? static_cast<int>(selectedRow()) : rowAt(event->y());
+    if (!rowMenu_ || row < 0) return;
+    selectRow(row);
+    const QPoint below(columnViewportPosition(0) + kMarkSide,
+                       rowViewportPosition(row) + kRowHeight);
+    rowMenu_->popup(isByKey ? viewport()->mapToGlobal(below) : event->globalPos());
+}
+
+void TableView::copy() {
+    if (selectedRow() < 0) return;
+    const QModelIndex index = model_->index(static_cast<int>(selectedRow()), 0);
+    QGuiApplication::clipboard()->setText(index.data().toString());
+}
+
+void TableView::sendDoubleAction() {
+    if (selectedRow() >= 0) sendAction();
 }
 
 }  // namespace platform

@@ -3,6 +3,8 @@
 #include "platform/ui/Control.h"
 #include "platform/ui/FocusRing.h"
 
+#include <QMenu>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <QTableView>
@@ -92,6 +94,13 @@ class TableView : public QTableView, public Control {
     /// The number of the selected row; -1 when none is.
     std::int64_t selectedRow() const;
 
+    /// A row opens `menu` (not owned), by the pointer or by the menu key, and is selected then.
+    void setRowMenu(QMenu* menu) { rowMenu_ = menu; }
+    /// Copies the text of the selected row's first column; the key for copying does, too.
+    Q_INVOKABLE void copy();
+    /// Sends the action, as Return does; nothing without a selected row.
+    Q_INVOKABLE void sendDoubleAction();
+
     /// The action of a double click on a row, or of Return, which is the table's only one.
     void setDoubleAction(const QString& action) { setAction(action); }
 
@@ -100,6 +109,7 @@ class TableView : public QTableView, public Control {
     void focusOutEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
@@ -120,6 +130,7 @@ class TableView : public QTableView, public Control {
     bool isScrolledByHand_ = false;  // since the mark has moved
     QString markImageName_;
     std::function<bool(std::int64_t)> isMarked_;
+    QPointer<QMenu> rowMenu_;
     std::unique_ptr<FocusRing> ring_;  // absent without keyboard focus
 };
 

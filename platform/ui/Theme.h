@@ -10,6 +10,11 @@ inline const QColor kAccent(0x8F, 0xD3, 0xFF);
 /// The ring around the control that has keyboard focus.
 inline const QColor kFocus(0x8F, 0xD3, 0xFF, 0xE6);
 
+/// What lies over a place that takes what is being dragged.
+inline const QColor kDropLight(0x8F, 0xD3, 0xFF, 0x30);
+/// Radius of a panel's corners, in points.
+inline constexpr double kPanelRadius = 14.0;
+
 /// Whether `widget` has keyboard focus and the keyboard is what moves it: a click leaves no mark.
 inline bool showsFocus(const QWidget& widget) {
     return widget.hasFocus() && widget.window()->testAttribute(Qt::WA_KeyboardFocusChange);

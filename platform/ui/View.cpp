@@ -1,6 +1,7 @@
 #include "platform/ui/View.h"
 
 #include "platform/ui/FileDragging.h"
+#include "platform/ui/Theme.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -140,10 +141,16 @@ bool View::takesDrop(QDropEvent* event, const QStringList& paths) const {
 }
 
 void View::dragEnterEvent(QDragEnterEvent* event) {
-    takesDrop(event, pathsOfMimeData(event->mimeData()));
+    if (!takesDrop(event, pathsOfMimeData(event->mimeData()))) return;
+    dropLight_ = std::make_unique<FocusRing>(*this, theme::kPanelRadius, theme::kDropLight);
+}
+
+void View::dragLeaveEvent(QDragLeaveEvent*) {
+    dropLight_.reset();
 }
 
 void View::dropEvent(QDropEvent* event) {
+    dropLight_.reset();
     const QStringList paths = pathsOfMimeData(event->mimeData());
     if (takesDrop(event, paths)) fileDrop_.perform(paths);
 }

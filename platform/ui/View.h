@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ui/FocusRing.h"
 #include "platform/ui/TrackingArea.h"
 #include "platform/ui/Transition.h"
 
@@ -69,7 +70,7 @@ class View : public QWidget {
     bool wantsLayer() const { return wantsLayer_; }
 
     /// What the view does with files and folders that are dropped on it or on a subview that takes
-    /// no drops itself. The paths are absolute and never none.
+    /// no drops itself. The paths are absolute and never none. It lights up under what it takes.
     struct FileDrop {
         std::function<bool(const QStringList& paths)> accepts;  ///< asked when they are dragged in
         std::function<void(const QStringList& paths)> perform;
@@ -90,6 +91,7 @@ class View : public QWidget {
     bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
   private:
@@ -108,6 +110,7 @@ class View : public QWidget {
     std::vector<TrackingArea> trackingAreas_;
     std::vector<bool> inside_;
     FileDrop fileDrop_;
+    std::unique_ptr<FocusRing> dropLight_;  // while what the view takes is dragged over it
     std::unique_ptr<RunningTransition> transition_;
 };
 

@@ -19,6 +19,10 @@ class Workspace {
     /// when the desktop shows none, is unknown, or names a file that is not there.
     std::optional<QString> desktopImageURLForScreen(int screen = kMainScreen) const;
 
+    /// Shows the file at `path` in the desktop's file manager, or its folder where the file manager
+    /// can't point at files. Returns at once; nothing happens where there is no file manager.
+    void activateFileViewerSelectingURL(const QString& path) const;
+
   private:
     Workspace() = default;
 };
