@@ -4,6 +4,7 @@
 #include "decks/Random.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
+#include "platform/media/Loudness.h"
 #include "platform/media/MediaAsset.h"
 #include "platform/ui/Button.h"
 #include "platform/ui/Font.h"
@@ -137,6 +138,7 @@ void Deck::load(const QString& path) {
     showHint();
     if (player_) {
         player_->setPan(side_.pan);
+        applyLoudness();
         player_->play();
     }
     // A place held in the song before is none in this one.
@@ -314,6 +316,17 @@ void Deck::setVolume(float volume) {
         controls_.volumeSlider->setDoubleValue(volume_);
     }
     didChange_(Change::Move);
+}
+
+void Deck::setLoudnessByTags(bool byTags) {
+    if (byTags == loudnessByTags_) return;
+    loudnessByTags_ = byTags;
+    applyLoudness();
+}
+
+void Deck::applyLoudness() {
+    if (!player_) return;
+    player_->setGain(loudnessByTags_ ? platform::loudnessOfFile(*currentURL_).factor() : 1.0F);
 }
 
 void Deck::toggleMute() {

@@ -120,6 +120,9 @@ class Deck {
     void seek(double seconds);
     /// Linear gain, clamped to [0, 1], for this track and those to come; not a number is ignored.
     void setVolume(float volume);
+    /// Whether each track is made as loud as its tags ask for, at once and from now on; else the
+    /// volume is exact.
+    void setLoudnessByTags(bool byTags);
     /// Volume 0, or from there what it was before: the last that could well be heard.
     void toggleMute();
     /// Stored, and on disk when the settings next save themselves.
@@ -148,6 +151,7 @@ class Deck {
     void showTitle(const QString& title);
     void showAlbumArtist();
     void showRepeat();
+    void applyLoudness();
     void showHint();
     std::int64_t storedRepeat() const;
 
@@ -164,6 +168,7 @@ class Deck {
     TrackTags tags_;
     float volume_ = 1.0F;
     float audibleVolume_ = 1.0F;  // what the end of muting restores
+    bool loudnessByTags_ = false;
     bool shuffle_ = false;
     std::int64_t repeat_ = PDRepeatOff;
 };

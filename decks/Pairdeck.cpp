@@ -21,6 +21,12 @@ using platform::Image;
 using platform::NotificationCenter;
 using platform::Slider;
 
+namespace {
+
+const QString kLoudnessByTagsKey = QStringLiteral("PairdeckLoudnessByTags");
+
+}  // namespace
+
 const QString& Pairdeck::playerStatusDidChange() {
     static const QString name = QStringLiteral("com.ovrelin.Pairdeck.playerStatusDidChange");
     return name;
@@ -44,11 +50,14 @@ Pairdeck::Pairdeck() {
                                            [this](Deck::Change change) { post(change); });
         declare(sides[i], controls_[i]);
     }
+    outlet(QStringLiteral("PDLoudnessByTags"), loudnessByTags_);
     outlet(QStringLiteral("PDAboutWindow"), aboutWindow_);
     outlet(QStringLiteral("PDAboutWindowClose"), aboutWindowClose_);
     outlet(QStringLiteral("PDVersionBuildString"), versionBuildString_);
     action(QStringLiteral("quit"), [this](Control*) { quit(); });
     action(QStringLiteral("perSecondInfoRefresh"), [this](Control*) { perSecondInfoRefresh(); });
+    action(QStringLiteral("loudnessByTagsDidChange"),
+           [this](Control*) { loudnessByTagsDidChange(); });
     action(QStringLiteral("playTrackFromSelection"),
            [this](Control* sender) { playTrackFromSelection(sender); });
     action(QStringLiteral("playNextTrackAt"), [this](Control* sender) { playNextTrackAt(sender); });
@@ -110,6 +119,7 @@ void Pairdeck::awakeFromNib() {
     // The refresh looks at both decks, so both are restored before it.
     for (const auto& deck : decks_)
         deck->restore();
+    restoreLoudness();
     refreshInfo();
     for (const auto& deck : decks_)
         deck->showIdle();
@@ -131,6 +141,24 @@ void Pairdeck::registerDefaults() {
     }
     defaults.registerDefaults(values);
     defaults.synchronize();
+}
+
+void Pairdeck::restoreLoudness() {
+    const bool byTags = platform::UserDefaults::standardUserDefaults()
+                            .valueOfTypeForKey<bool>(kLoudnessByTagsKey)
+                            .value_or(false);
+    loudnessByTags_->setState(byTags ? platform::Button::OnState : platform::Button::OffState);
+    for (const auto& deck : decks_)
+        deck->setLoudnessByTags(byTags);
+}
+
+void Pairdeck::loudnessByTagsDidChange() {
+    const bool byTags = loudnessByTags_->state() == platform::Button::OnState;
+    platform::UserDefaults& defaults = platform::UserDefaults::standardUserDefaults();
+    defaults.setValueForKey(byTags, kLoudnessByTagsKey);
+    defaults.synchronize();
+    for (const auto& deck : decks_)
+        deck->setLoudnessByTags(byTags);
 }
 
 void Pairdeck::dressCloseButtons() {

@@ -23,16 +23,17 @@ class Window;
 /// sender or its name, and calls that deck's verb. What exists once per side is declared under the
 /// side's name, {Side} being Left and Right, {side} left and right.
 ///
-/// Outlets: PDWindow, PDCloseWindow, PDAboutWindow, PDAboutWindowClose, PDVersionBuildString;
-/// PD{Side}SongTitle, PD{Side}SongAlbumArt, PD{Side}Background, PD{Side}SongAlbumArtist,
-/// PD{Side}Hint, PD{Side}OpenFolder, PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}MuteButton,
-/// PD{Side}CTime, PD{Side}RTime, PD{Side}ShuffleButton, PD{Side}RepeatButton, PD{Side}ControlView,
-/// PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next, PD{Side}TableView.
+/// Outlets: PDWindow, PDCloseWindow, PDLoudnessByTags, PDAboutWindow, PDAboutWindowClose,
+/// PDVersionBuildString; PD{Side}SongTitle, PD{Side}SongAlbumArt, PD{Side}Background,
+/// PD{Side}SongAlbumArtist, PD{Side}Hint, PD{Side}OpenFolder, PD{Side}TimeSlider,
+/// PD{Side}VolumeSlider, PD{Side}MuteButton, PD{Side}CTime, PD{Side}RTime, PD{Side}ShuffleButton,
+/// PD{Side}RepeatButton, PD{Side}ControlView, PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next,
+/// PD{Side}TableView.
 ///
 /// Actions: quit, perSecondInfoRefresh, playTrackFromSelection, playNextTrackAt, playPrevTrackAt,
-/// playPauseTrackAt; {side}TimeSliderDidChange, {side}VolumeSliderDidChange,
-/// {side}MuteStateDidChange, {side}PlaySelectionOnOther, {side}ShowSelectionInFileManager,
-/// {side}ShuffleStateDidChange, {side}RepeatStateDidChange.
+/// playPauseTrackAt, loudnessByTagsDidChange; {side}TimeSliderDidChange,
+/// {side}VolumeSliderDidChange, {side}MuteStateDidChange, {side}PlaySelectionOnOther,
+/// {side}ShowSelectionInFileManager, {side}ShuffleStateDidChange, {side}RepeatStateDidChange.
 class Pairdeck final : public platform::Controller, public platform::AudioPlayerDelegate {
   public:
     /// The notification that a deck's player, play state, shuffle flag or repeat state may have
@@ -90,6 +91,9 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     void volumeSliderDidChange(PDPlayerType side, platform::Control* sender);
     /// The state of the deck's shuffle button becomes its shuffle flag.
     void shuffleStateDidChange(PDPlayerType side);
+    /// The state of the button becomes the shared setting of loudness by tags, for both decks at
+    /// once; on disk at once.
+    void loudnessByTagsDidChange();
     /// Advances the deck's repeat state, off, all, one.
     void repeatStateDidChange(PDPlayerType side);
 
@@ -105,6 +109,7 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     }
 
     void registerDefaults();
+    void restoreLoudness();
     void dressCloseButtons();
     void dressAboutPanel();
     void post(Deck::Change change);
@@ -113,6 +118,7 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     std::array<std::unique_ptr<Deck>, 2> decks_;
     platform::Window* window_ = nullptr;
     platform::Button* closeWindow_ = nullptr;
+    platform::Button* loudnessByTags_ = nullptr;
     platform::Window* aboutWindow_ = nullptr;
     platform::Button* aboutWindowClose_ = nullptr;
     platform::TextField* versionBuildString_ = nullptr;

@@ -265,6 +265,10 @@ void AudioPlayer::setVolume(float volume) {
     impl_->voice().setVolume(std::isnan(volume) ? 0.0F : std::clamp(volume, 0.0F, 1.0F));
 }
 
+void AudioPlayer::setGain(float gain) {
+    impl_->voice().setGain(std::isfinite(gain) ? std::max(gain, 0.0F) : 1.0F);
+}
+
 void AudioPlayer::setPan(float pan) {
     impl_->voice().setPan(std::isnan(pan) ? 0.0F : std::clamp(pan, -1.0F, 1.0F));
 }

@@ -56,6 +56,9 @@ class AudioPlayer {
 
     /// Linear gain, clamped to [0, 1].
     void setVolume(float volume);
+    /// A factor of the song's own, from 0 on and 1 at first, that its volume is multiplied by.
+    /// Above 1 it is for songs that stay within full scale with it.
+    void setGain(float gain);
     /// Stereo position from -1 (all on the left) to +1 (all on the right), clamped. For p >= 0:
     /// left' = (1 - p) L, right' = (R + p L) / (1 + p); mirrored for p < 0.
     void setPan(float pan);

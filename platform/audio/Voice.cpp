@@ -27,6 +27,11 @@ void Voice::setVolume(float volume) {
     volume_.store(volume, std::memory_order_relaxed);
 }
 
+void Voice::setGain(float gain) {
+    expectRole(ThreadRole::Main);
+    gain_.store(gain, std::memory_order_relaxed);
+}
+
 void Voice::setPan(float pan) {
     expectRole(ThreadRole::Main);
     pan_.store(pan, std::memory_order_relaxed);
@@ -180,7 +185,8 @@ size_t Voice::mix(float* out, size_t frames, int rate, int64_t now) {
     takeOffer(rate);
     const uint64_t totalBefore = total_;
     const bool playing = isPlaying() && !isReleased();
-    const float volume = volume_.load(std::memory_order_relaxed);
+    const float volume =
+        volume_.load(std::memory_order_relaxed) * gain_.load(std::memory_order_relaxed);
     const float pan = pan_.load(std::memory_order_relaxed);
     gains_.setTarget(playing ? panLaw(volume, pan) : GainMatrix(), rampFrames(rate));
     const bool ready = active_ && active_->rate == rate;

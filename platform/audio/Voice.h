@@ -46,6 +46,8 @@ class Voice {
     // Main thread.
     void setPlaying(bool playing);
     void setVolume(float volume);
+    /// A factor of the song's own, from 0 on, that its volume is multiplied by.
+    void setGain(float gain);
     void setPan(float pan);
     /// Fades out for good; the worker then takes the voice out of the mix.
     void release();
@@ -117,6 +119,7 @@ class Voice {
     std::atomic<bool> playing_ = false;
     std::atomic<bool> released_ = false;
     std::atomic<float> volume_ = 1;
+    std::atomic<float> gain_ = 1;
     std::atomic<float> pan_ = 0;
 
     std::atomic<Lane*> offered_ = nullptr;

@@ -95,6 +95,16 @@ void readApe(ByteReader& file, qint64 footer, Tags& tags) {
     });
 }
 
+void readApeLoudness(ByteReader& file, qint64 footer, Loudness& loudness) {
+    withTag(file, footer, [&](const TagLib::APE::ItemListMap& items) {
+        for (const auto& [key, item] : items) {
+            if (item.type() != TagLib::APE::Item::Text) continue;
+            loudness.add(QString::fromStdWString(key.toWString()),
+                         QString::fromStdWString(item.toString().toWString()));
+        }
+    });
+}
+
 std::optional<QByteArray> apePicture(ByteReader& file, qint64 footer) {
     std::optional<QByteArray> picture;
     withTag(file, footer, [&](const TagLib::APE::ItemListMap& items) {

@@ -15,7 +15,7 @@ namespace platform {
 
 namespace {
 
-enum class Field { Title, Artist, Album, Picture, Other };
+enum class Field { Title, Artist, Album, Picture, UserText, Other };
 
 struct Frame {
     Field field = Field::Other;
@@ -34,6 +34,7 @@ Field fieldOf(QByteArrayView id) {
     if (id == "TPE1" || id == "TP1") return Field::Artist;
     if (id == "TALB" || id == "TAL") return Field::Album;
     if (id == "APIC" || id == "PIC") return Field::Picture;
+    if (id == "TXXX" || id == "TXX") return Field::UserText;
     return Field::Other;
 }
 
@@ -46,6 +47,7 @@ std::optional<QString>* textFor(Field field, Tags& tags) {
         case Field::Album:
             return &tags.album;
         case Field::Picture:
+        case Field::UserText:
         case Field::Other:
             break;
     }
@@ -229,6 +231,22 @@ std::optional<QByteArray> id3v2Picture(ByteReader& file, const Id3v2Header& head
         if (picture && picture->frontCover) break;
     }
     return found;
+}
+
+void readId3v2Loudness(ByteReader& file, const Id3v2Header& header, Loudness& loudness) {
+    if (auto plain = plainCopyIfNeeded(file, header)) {
+        readId3v2Loudness(plain->bytes, plain->header, loudness);
+        return;
+    }
+    Id3v2FrameWalk walk(file, header);
+    while (const std::optional<Frame> frame = walk.next()) {
+        if (frame->field != Field::UserText) continue;
+        const auto content = walk.content(*frame, ByteReader::kLargestView);
+        const auto text = content ? textOfId3Frame(*content) : std::nullopt;
+        // A description and a value, which come as one text.
+        if (text)
+            loudness.add(text->section(kValueSeparator, 0, 0), text->section(kValueSeparator, 1));
+    }
 }
 
 void readId3v1(QByteArrayView tag, Tags& tags) {

@@ -102,6 +102,20 @@ void readMp4(ByteReader& file, Tags& tags) {
     }
 }
 
+void readMp4Loudness(ByteReader& file, Loudness& loudness) {
+    const std::optional<Mp4Box> list = itemList(file);
+    if (!list) return;
+    Mp4BoxWalk walk(file, list->begin, list->end);
+    while (const auto item = walk.nextOfType(mp4Type("----"))) {
+        Mp4BoxWalk inItem(file, item->begin, item->end);
+        const auto name = inItem.nextOfType(mp4Type("name"));
+        if (!name) continue;
+        constexpr qint64 kHeader = 4;  // version and flags
+        const QString key = textOfUtf8(file.view(name->begin + kHeader, name->size() - kHeader));
+        if (const auto text = textOfItem(file, *item)) loudness.add(key, *text);
+    }
+}
+
 std::optional<QByteArray> mp4Picture(ByteReader& file) {
     const std::optional<Mp4Box> list = itemList(file);
     if (!list) return std::nullopt;

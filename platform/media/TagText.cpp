@@ -70,7 +70,7 @@ std::optional<QString> textOfId3Frame(QByteArrayView content) {
 QString joinedValues(const QStringList& values) {
     QStringList filled = values;
     filled.removeAll(QString());
-    return filled.join(QStringLiteral(", "));
+    return filled.join(kValueSeparator);
 }
 
 QString joinedAtNuls(const QString& text) {

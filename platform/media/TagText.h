@@ -23,7 +23,10 @@ QString textOfUtf16(QByteArrayView bytes, bool bigEndian);
 /// between them, shown as one text. Absent when it is empty or in no known encoding.
 std::optional<QString> textOfId3Frame(QByteArrayView content);
 
-/// Several values of one tag as one text: those that are not empty, with ", " between them.
+/// What stands between several values of one tag that are shown as one text.
+inline const QString kValueSeparator = QStringLiteral(", ");
+
+/// Several values of one tag as one text: those that are not empty, the separator between them.
 QString joinedValues(const QStringList& values);
 
 /// `text` with the values that NULs separate in it joined.

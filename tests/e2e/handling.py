@@ -4,10 +4,18 @@ Usage: handling.py PROGRAM FOLDER [unittest argument]..., in the session that sc
 starts. FOLDER receives a screenshot of each scene that fails.
 """
 
+import os
+import subprocess
+import time
+
+from gi.repository import Gio, GLib
+
 import music
+from deck import away, heard
+from program import SETTINGS, settings
 from remote import playerctl
-from scenes import Scene, perform
-from screen import hand, wait_until
+from scenes import EXECUTABLE, SILENCE, Scene, perform
+from screen import Control, hand, press, wait_until
 
 
 class HeldKnobs(Scene):
@@ -40,6 +48,206 @@ class HeldKnobs(Scene):
             self.assertAlmostEqual(knob.value, told, 2)
             self.assertAlmostEqual(float(playerctl(self.deck, words)), told, 2)
 
+
+class PlayingSong(Scene):
+    left, right = [music.Tone("song 00.mp3", None, "", 400)], []
+    COUNT = 60
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        folder = cls.folder / "Left"
+        for number in range(1, cls.COUNT):
+            os.link(folder / "song 00.mp3", folder / f"song {number:02}.mp3")
+
+    def setUp(self):
+        super().setUp()
+        self.deck.show("library")
+        self.table = self.deck.control("tracks")
+
+    def sees(self, number):
+        """Whether the table shows that row."""
+        cell = Control(self.table.accessible.get_table_iface().get_accessible_at(number, 0))
+        _, top, _, height = self.table.rectangle
+        return top < cell.point()[1] < top + height
+
+    def test_is_revealed(self):
+        last = self.COUNT - 1
+        self.table.row(last).double_click()
+        self.deck.show("player")
+        self.deck.shows("title", f"song {last}.mp3")
+        self.deck.press("next")
+        self.deck.shows("title", "song 00.mp3")
+        self.deck.show("library")
+        wait_until(lambda: self.sees(0), "the playing song")
+        hand("mousemove", *self.table.point(), "click", "--repeat", 60, 5)
+        wait_until(lambda: self.sees(last), "the last row")
+        self.deck.show("player")
+        self.deck.show("library")
+        self.assertTrue(self.sees(last))
+        press("ctrl+j")
+        wait_until(lambda: self.sees(0), "the playing song")
+        for key, row in (("End", last), ("Home", 0)):
+            press(key)
+            wait_until(lambda: self.sees(row), f"row {row} by {key}")
+
+    def test_both_columns_stay_in_sight(self):
+        def header(column):
+            cell = self.table.accessible.get_table_iface().get_column_header(column)
+            return Control(cell).rectangle
+
+        left, top, _, height = header(1)
+        for across in (120, -60):
+            hand("mousemove", left, top + height // 2, "mousedown", 1)
+            for step in range(1, 9):
+                hand("mousemove", left + across * step // 8, top + height // 2)
+            hand("mouseup", 1)
+        # Beyond the edge.
+        hand("mousemove", header(1)[0], top + height // 2, "mousedown", 1)
+        hand("mousemove", left + 200, top + 5, "mousemove", left + 900, top + 5, "mouseup", 1)
+        before = header(1)
+        self.assertGreater(before[0], left)
+        self.end()
+        self.start()
+        self.deck.show("library")
+        self.table = self.deck.control("tracks")
+        self.assertEqual(header(1), before)
+        table = self.table.rectangle
+        self.assertLessEqual(before[0] + 60, table[0] + table[2])
+
+
+class RowMenu(Scene):
+    def test_plays_on_the_other_deck_and_shows_the_file(self):
+        asked = []
+        bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+        interface = Gio.DBusNodeInfo.new_for_xml(
+            "<node><interface name='org.freedesktop.FileManager1'><method name='ShowItems'>"
+            "<arg type='as' direction='in'/><arg type='s' direction='in'/></method></interface></node>")
+
+        def answer(_bus, _sender, _path, _interface, _method, parameters, invocation):
+            asked.extend(parameters.unpack()[0])
+            invocation.return_value(None)
+
+        place = "/org/freedesktop/FileManager1"
+        registration = bus.register_object(place, interface.interfaces[0], answer, None, None)
+        self.addCleanup(bus.unregister_object, registration)
+        owner = Gio.bus_own_name_on_connection(bus, place[1:].replace("/", "."), 0, None, None)
+        self.addCleanup(Gio.bus_unown_name, owner)
+        GLib.MainContext.default().iteration(False)
+        self.deck.show("library")
+        row = self.deck.titles().index("Amber")
+        for entry in ("Play on Right Deck", "Show in File Manager"):
+            hand("mousemove", *self.deck.control("tracks").row(row).point(), "click", 3)
+            self.screen.find(entry).click()
+            self.screen.gone(entry)
+        self.hears(right=400)
+        self.deck.show("player")
+        self.deck.shows("title", "No Music Playing")
+
+        def asks():
+            GLib.MainContext.default().iteration(False)
+            return asked
+
+        wait_until(asks, "a request to the file manager")
+        self.assertEqual(asked, [(self.folder / "Left" / "amber.mp3").as_uri()])
+
+
+class NothingYet(Scene):
+    left, right = [], []
+
+    def test_says_what_to_do(self):
+        self.end()
+        SETTINGS.unlink()
+        self.start()
+        self.deck.shows("album and artist", "Import a folder, then play a song")
+        self.deck.shows("hint", "No songs are loaded yet.")
+        self.deck.control("open folder").click()
+        self.screen.find("Choose a Playlist folder")
+        press("Escape")
+        self.screen.gone("Choose a Playlist folder")
+        music.make_all(music.SHORT, self.folder / "Left")
+        subprocess.run([EXECUTABLE, self.folder / "Left"], timeout=10, check=True)
+        self.screen.gone("Left deck: open folder")
+        self.deck.shows("hint", "Double-click a song in the library below.")
+        self.deck.show("library")
+        self.deck.shows("number of songs", "2 songs")
+        self.deck.search("hail")
+        self.deck.shows("number of songs", "1 of 2 songs")
+        self.deck.search("nobody")
+        self.deck.shows("why there are no songs", "Nothing found for “nobody”.")
+        self.deck.control("clear search").click(0.1, 0.1)
+        self.deck.shows("number of songs", "2 songs")
+        self.deck.play("Hail")
+        self.screen.gone("Left deck: hint")
+
+
+class Focus(Scene):
+    def focused(self):
+        return next((control.name for control in self.screen.controls() if control.focused), None)
+
+    def tab_to(self, name):
+        for _ in range(40):
+            before = wait_until(self.focused, "a control in focus")
+            if before == name:
+                return
+            press("Tab")
+            wait_until(lambda: self.focused() not in (None, before), "the focus to move on")
+
+    def test_stays_where_the_keyboard_put_it(self):
+        name = "Left deck: play/pause"
+        self.tab_to(name)
+        for key, title in (("F1", "Keys"), ("ctrl+comma", "Global preferences")):
+            press(key)
+            self.screen.find(title)
+            press("Escape")
+            self.screen.gone(title)
+            wait_until(lambda: self.focused() == name, f"the focus back from {title}")
+        self.deck.control("album art").hover()
+        away()
+        time.sleep(0.6)
+        self.assertEqual(self.focused(), name)
+        press("Tab", "Tab")
+        wait_until(lambda: self.focused() == "Left deck: seek", "the focus on the seek bar")
+        self.screen.gone(name)
+
+    def test_overlay_goes_where_a_drag_ends_outside(self):
+        self.deck.play("Amber")
+        hand("mousemove", *self.deck.control("seek").point(0.2), "mousedown", 1)
+        for down in (0.9, 0.5, 0.1):
+            hand("mousemove", *self.deck.control("album art").point(0.5, down))
+        hand("mousemove", 5, 5, "mouseup", 1)
+        self.screen.gone("Left deck: play/pause")
+
+
+class EvenLoudness(Scene):
+    LOUD, QUIET, EVEN = -9.5, -21.5, -15.5  # dBFS
+    left = [music.Tone("loud.mp3", "Loud", "Ann", 400, tags=("REPLAYGAIN_TRACK_GAIN=-6.00 dB",))]
+    right = [music.Tone("quiet.mp3", "Quiet", "Ann", 600, decibels=0,
+                        tags=("REPLAYGAIN_TRACK_GAIN=+6.00 dB", "REPLAYGAIN_TRACK_PEAK=0.13"))]
+
+    def levels(self, left, right):
+        def heard_so():
+            sounds = heard()
+            pairs = (sounds["Left"][0], left), (sounds["Right"][0], right)
+            return all(level == wanted or abs(level - wanted) < 0.25 for level, wanted in pairs)
+
+        wait_until(heard_so, f"{left} dB from the left deck, {right} dB from the right")
+
+    def test_songs_twelve_decibels_apart_come_out_even(self):
+        self.deck.play("Loud")
+        self.other.play("Quiet")
+        self.levels(self.LOUD, self.QUIET)
+        press("ctrl+comma")
+        self.screen.find("Even loudness by tags").click()
+        self.levels(self.EVEN, self.EVEN)
+        press("Escape")
+        playerctl(self.other, "pause")
+        self.levels(self.EVEN, SILENCE)
+        self.assertIs(settings()["PairdeckLoudnessByTags"], True)
+        self.end()
+        self.start()
+        self.other.play("Quiet")
+        self.levels(SILENCE, self.EVEN)
 
 if __name__ == "__main__":
     perform()

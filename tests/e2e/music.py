@@ -6,7 +6,8 @@ from dataclasses import dataclass
 
 @dataclass(frozen=True)
 class Tone:
-    """`title` None leaves the file without tags; `artwork` is a picture file's path."""
+    """`title` None leaves the file without tags; `artwork` is a picture file's path, `decibels` how much
+    louder than ffmpeg's own the tone is, `tags` are further ones, each "key=value"."""
 
     file: str
     title: str | None
@@ -14,6 +15,8 @@ class Tone:
     frequency: int
     seconds: int = 30
     artwork: str | None = None
+    decibels: int = 12
+    tags: tuple[str, ...] = ()
 
 
 LEFT = [
@@ -40,10 +43,11 @@ def make(tone, folder):
     if tone.artwork:
         command += ["-i", tone.artwork, "-map", "0", "-map", "1", "-c:v", "copy"]
         command += ["-disposition:v", "attached_pic"]
-    command += ["-af", "volume=12dB", "-ac", "1", "-b:a", "96k"]
+    command += ["-af", f"volume={tone.decibels}dB", "-ac", "1", "-b:a", "96k"]
     if tone.title:
         command += ["-metadata", f"title={tone.title}", "-metadata", f"artist={tone.artist}"]
         command += ["-metadata", f"album={ALBUM}"]
+    command += [word for tag in tone.tags for word in ("-metadata", tag)]
     subprocess.run([*command, path], check=True)
     return path
 

@@ -84,6 +84,8 @@ TEST(Engine, ControlsActInTheNextBlockWithoutAClick) {
         EXPECT_NEAR(peak, expectedLeft, 1e-3);
     };
     change([&] { voice->setVolume(0.25F); }, 0.225);
+    change([&] { voice->setGain(2); }, 0.45);
+    change([&] { voice->setGain(1); }, 0.225);
     change([&] { voice->setPan(0.5F); }, 0.1125);
     change([&] { voice->setPan(1); }, 0);
     change([&] { voice->setVolume(0); }, 0);

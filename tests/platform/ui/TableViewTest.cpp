@@ -1,7 +1,9 @@
 #include "platform/ui/TableView.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QScrollBar>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -63,6 +65,48 @@ TEST_F(Table, SelectionAndScrollPositionOutliveAReload) {
     source.rows = 0;
     table.reloadData();
     EXPECT_EQ(table.selectedRow(), -1);
+}
+
+TEST_F(Table, TheMarkedRowIsRevealedUnlessTheUserHasScrolled) {
+    table.setRowMarker([](std::int64_t row) { return row == 70'000 || row == 50'000; });
+    const auto seen = [this](int row) {
+        return table.viewport()->rect().intersects(table.visualRect(table.model()->index(row, 0)));
+    };
+    const auto comeOnShow = [this] {
+        table.hide();
+        table.show();
+    };
+    comeOnShow();
+    EXPECT_TRUE(seen(70'000));
+    EXPECT_EQ(table.selectedRow(), -1);
+    table.verticalScrollBar()->triggerAction(QAbstractSlider::SliderToMinimum);
+    comeOnShow();
+    EXPECT_TRUE(seen(0));
+    table.markDidMove();
+    EXPECT_TRUE(seen(0));
+    comeOnShow();
+    EXPECT_TRUE(seen(70'000));
+    for (const auto& [key, row] : {std::pair(Qt::Key_Home, 0), {Qt::Key_End, 99'999}}) {
+        QTest::keyClick(&table, key);
+        EXPECT_EQ(table.selectedRow(), row);
+        EXPECT_TRUE(seen(row));
+    }
+    comeOnShow();
+    EXPECT_FALSE(seen(70'000));
+    table.revealMarkedRow();
+    EXPECT_TRUE(seen(70'000));
+    EXPECT_EQ(table.selectedRow(), 70'000);
+    QTest::keyClick(&table, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("name70000"));
+}
+
+TEST_F(Table, EveryColumnStaysInSight) {
+    const auto lastColumn = [this] { return table.viewport()->width() - table.columnWidth(0); };
+    EXPECT_EQ(table.columnWidth(0), 200);
+    table.resize(230, 330);
+    EXPECT_GE(lastColumn(), 60);
+    table.resize(400, 330);
+    EXPECT_EQ(table.columnWidth(0), 200);
 }
 
 }  // namespace
