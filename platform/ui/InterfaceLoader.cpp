@@ -237,7 +237,8 @@ void Interface::wireControl(QObject* object) {
     if (!name.isEmpty()) checkAction(object);
     auto* table = qobject_cast<TableView*>(object);
     if (!table) return;
-    table->setRowMenu(table->window()->findChild<QMenu*>(object->property("menu").toString()));
+    const QString rowMenu = object->property("menu").toString();
+    if (!rowMenu.isEmpty()) table->setRowMenu(table->window()->findChild<QMenu*>(rowMenu));
     auto* source =
         dynamic_cast<TableViewDataSource*>(controller(object->property("dataSource").toString()));
     if (!source) problems_ << QStringLiteral("%1: no data source").arg(object->objectName());
