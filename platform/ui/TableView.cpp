@@ -293,10 +293,11 @@ void TableView::keyPressEvent(QKeyEvent* event) {
     const int scrolledTo = verticalScrollBar()->value();
     const int rows = model_->rowCount();
     // The toolkit's own go to the ends of a row.
-    if (event->key() == Qt::Key_Home && rows > 0) {
-        selectRow(0);
-    } else if (event->key() == Qt::Key_End && rows > 0) {
-        selectRow(rows - 1);
+    const bool isHome = event->key() == Qt::Key_Home;
+    if ((isHome || event->key() == Qt::Key_End) && rows > 0) {
+        const int row = isHome ? 0 : rows - 1;
+        selectRow(row);
+        scrollTo(model_->index(row, 0));
     } else {
         QTableView::keyPressEvent(event);
     }

@@ -202,15 +202,13 @@ TEST_F(SourceManager, TheFolderPanelLoadsNowOrRemembers) {
 }
 
 TEST_F(SourceManager, SaysWhyThereAreNoRows) {
-    left.manager.awakeFromNib();
     const auto says = [this](const char* count, const char* explanation, bool offersFolder) {
         EXPECT_EQ(left.count.stringValue(), QLatin1String(count));
-        EXPECT_TRUE(left.text.stringValue().startsWith(QString::fromUtf8(explanation)))
-            << qPrintable(left.text.stringValue());
+        EXPECT_EQ(left.text.stringValue().section(QLatin1Char('\n'), 0, 0).toStdString(),
+                  explanation);
         EXPECT_EQ(left.explanation.isHidden(), *explanation == '\0');
         EXPECT_EQ(!left.button.isHidden(), offersFolder);
     };
-    says("", "No folder is open.", true);
     left.manager.getTracksFromURL(folder.path());
     says("2 songs", "", false);
     left.manager.updatePredicate(QStringLiteral("ann"));
