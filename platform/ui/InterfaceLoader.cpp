@@ -54,6 +54,12 @@ std::pair<QString, QString> splitName(const QString& qualified) {
     return {qualified.left(qMax<qsizetype>(dot, 0)), qualified.mid(dot + 1)};
 }
 
+// The control that `object` of a file is; null for what has no name there, such as a control's own
+// parts.
+Control* controlIn(QObject* object) {
+    return object->objectName().isEmpty() ? nullptr : dynamic_cast<Control*>(object);
+}
+
 // Every object of a tree in the order of the interface files, depth first.
 void forEachObject(QObject* object, const std::function<void(QObject*)>& visit) {
     visit(object);
@@ -215,7 +221,7 @@ void Interface::connectObject(QObject* object) {
 }
 
 void Interface::wireControl(QObject* object) {
-    auto* control = dynamic_cast<Control*>(object);
+    auto* control = controlIn(object);
     if (!control) return;
     const QString action = object->property("action").toString();
     const QString target = object->property("target").toString();
@@ -246,7 +252,7 @@ void Interface::wireControl(QObject* object) {
 }
 
 void Interface::checkAction(QObject* object) {
-    const auto* control = dynamic_cast<Control*>(object);
+    const auto* control = controlIn(object);
     if (!control) return;
     const QString action = control->action();
     if (!action.isEmpty()) {
