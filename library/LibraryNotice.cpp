@@ -34,8 +34,8 @@ LibraryNotice LibraryNotice::of(const std::optional<QString>& folder, const QStr
     LibraryNotice notice;
     notice.count = numberOfSongs(total);
     if (!text.isEmpty()) {
-        notice.count = QLocale().toString(static_cast<qulonglong>(found)) +
-                       QStringLiteral(" of ") + notice.count;
+        notice.count = QLocale().toString(static_cast<qulonglong>(found)) + QStringLiteral(" of ") +
+                       notice.count;
     }
     const QString name = quoted(platform::lastPathComponent(*folder));
     if (total == 0 && !isFolder(*folder)) {

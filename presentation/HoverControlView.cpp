@@ -64,8 +64,7 @@ void HoverControlView::mouseExited() {
 bool HoverControlView::isWorkedByKeyboard() const {
     // As the window knows it, also while another one is in front.
     const QWidget* focused = window()->focusWidget();
-    return focused && isAncestorOf(focused) &&
-           window()->testAttribute(Qt::WA_KeyboardFocusChange);
+    return focused && isAncestorOf(focused) && window()->testAttribute(Qt::WA_KeyboardFocusChange);
 }
 
 void HoverControlView::focusInEvent(QFocusEvent* event) {

@@ -5,8 +5,8 @@
 #include <memory>
 
 /// Album art that reveals a view of controls while the pointer is inside it. Its first subview is
-/// the slot, with a cross-fade between what it holds: the control view while the pointer is inside or
-/// the keyboard works one of its controls; else an empty view.
+/// the slot, with a cross-fade between what it holds: the control view while the pointer is inside
+/// or the keyboard works one of its controls; else an empty view.
 class HoverControlView final : public platform::ImageView {
     Q_OBJECT
 

@@ -9,8 +9,8 @@
 namespace platform {
 
 /// A field to search in, with a button of full height that clears it. It sends its action shortly
-/// after its text was last changed by keys or by an assistive tool, and at once on Return and when it
-/// is cleared.
+/// after its text was last changed by keys or by an assistive tool, and at once on Return and when
+/// it is cleared.
 class SearchField : public QLineEdit, public Control {
     Q_OBJECT
     /// What assistive technology calls the button that clears the field.
