@@ -138,7 +138,7 @@ void Deck::load(const QString& path) {
     showHint();
     if (player_) {
         player_->setPan(side_.pan);
-        applyLoudness();
+        player_->setGain(gainOf(path));
         player_->play();
     }
     // A place held in the song before is none in this one.
@@ -239,6 +239,7 @@ void Deck::updateSuccessor() {
     const auto wanted = trackAfterEnd();
     // A draw is made anew, from the list as it now is.
     if (wanted == successor_ && !shuffle_) return;
+    if (wanted) player_->setSuccessorGain(gainOf(*wanted));
     if (player_->setSuccessor(wanted)) successor_ = wanted;
 }
 
@@ -321,12 +322,12 @@ void Deck::setVolume(float volume) {
 void Deck::setLoudnessByTags(bool byTags) {
     if (byTags == loudnessByTags_) return;
     loudnessByTags_ = byTags;
-    applyLoudness();
+    if (player_) player_->setGain(gainOf(*currentURL_));
+    if (successor_) player_->setSuccessorGain(gainOf(*successor_));
 }
 
-void Deck::applyLoudness() {
-    if (!player_) return;
-    player_->setGain(loudnessByTags_ ? platform::loudnessOfFile(*currentURL_).factor() : 1.0F);
+float Deck::gainOf(const QString& path) const {
+    return loudnessByTags_ ? platform::loudnessOfFile(path).factor() : 1.0F;
 }
 
 void Deck::toggleMute() {

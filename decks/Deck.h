@@ -151,7 +151,8 @@ class Deck {
     void showTitle(const QString& title);
     void showAlbumArtist();
     void showRepeat();
-    void applyLoudness();
+    /// The factor that the track at `path` is played with besides the volume.
+    float gainOf(const QString& path) const;
     void showHint();
     std::int64_t storedRepeat() const;
 

@@ -20,6 +20,14 @@ using audio::Song;
 using audio::SongAhead;
 using audio::Voice;
 
+namespace {
+
+float legalGain(float gain) {
+    return std::isfinite(gain) ? std::max(gain, 0.0F) : 1.0F;
+}
+
+}  // namespace
+
 class AudioPlayer::Impl {
   public:
     Impl(AudioPlayer& player, std::shared_ptr<const Song> song)
@@ -266,7 +274,11 @@ void AudioPlayer::setVolume(float volume) {
 }
 
 void AudioPlayer::setGain(float gain) {
-    impl_->voice().setGain(std::isfinite(gain) ? std::max(gain, 0.0F) : 1.0F);
+    impl_->voice().setGain(legalGain(gain));
+}
+
+void AudioPlayer::setSuccessorGain(float gain) {
+    impl_->voice().setSuccessorGain(legalGain(gain));
 }
 
 void AudioPlayer::setPan(float pan) {

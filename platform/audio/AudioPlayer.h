@@ -59,6 +59,8 @@ class AudioPlayer {
     /// A factor of the song's own, from 0 on and 1 at first, that its volume is multiplied by.
     /// Above 1 it is for songs that stay within full scale with it.
     void setGain(float gain);
+    /// The same for the successor, from its first sample on; to be told before it begins.
+    void setSuccessorGain(float gain);
     /// Stereo position from -1 (all on the left) to +1 (all on the right), clamped. For p >= 0:
     /// left' = (1 - p) L, right' = (R + p L) / (1 + p); mirrored for p < 0.
     void setPan(float pan);

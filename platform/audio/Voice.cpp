@@ -32,6 +32,11 @@ void Voice::setGain(float gain) {
     gain_.store(gain, std::memory_order_relaxed);
 }
 
+void Voice::setSuccessorGain(float gain) {
+    expectRole(ThreadRole::Main);
+    successorGain_.store(gain, std::memory_order_relaxed);
+}
+
 void Voice::setPan(float pan) {
     expectRole(ThreadRole::Main);
     pan_.store(pan, std::memory_order_relaxed);
@@ -130,6 +135,7 @@ void Voice::begin(Lane& successor) {
     if (!succession_.compare_exchange_strong(allowed, allowed + 1)) return;
     successor_.store(nullptr);
     active_ = &successor;
+    gain_.store(successorGain_.load(std::memory_order_relaxed), std::memory_order_relaxed);
     delivered_ = 0;
     begun_.store(successor.request, std::memory_order_release);
 }
@@ -185,13 +191,18 @@ size_t Voice::mix(float* out, size_t frames, int rate, int64_t now) {
     takeOffer(rate);
     const uint64_t totalBefore = total_;
     const bool playing = isPlaying() && !isReleased();
-    const float volume =
-        volume_.load(std::memory_order_relaxed) * gain_.load(std::memory_order_relaxed);
-    const float pan = pan_.load(std::memory_order_relaxed);
-    gains_.setTarget(playing ? panLaw(volume, pan) : GainMatrix(), rampFrames(rate));
+    const auto aim = [&] {
+        const float volume =
+            volume_.load(std::memory_order_relaxed) * gain_.load(std::memory_order_relaxed);
+        const float pan = pan_.load(std::memory_order_relaxed);
+        gains_.setTarget(playing ? panLaw(volume, pan) : GainMatrix(), rampFrames(rate));
+    };
+    aim();
     const bool ready = active_ && active_->rate == rate;
     size_t done = 0;
     while (ready && done < frames && (playing || !gains_.isSilent())) {
+        // A successor may have begun, with a gain of its own.
+        aim();
         size_t count = std::min(kChunkFrames, frames - done);
         // A pause stops where its fade has ended, not at the end of the block.
         if (!playing) count = std::min(count, gains_.framesLeft());

@@ -48,6 +48,8 @@ class Voice {
     void setVolume(float volume);
     /// A factor of the song's own, from 0 on, that its volume is multiplied by.
     void setGain(float gain);
+    /// What that factor becomes as soon as a successor begins.
+    void setSuccessorGain(float gain);
     void setPan(float pan);
     /// Fades out for good; the worker then takes the voice out of the mix.
     void release();
@@ -120,6 +122,7 @@ class Voice {
     std::atomic<bool> released_ = false;
     std::atomic<float> volume_ = 1;
     std::atomic<float> gain_ = 1;
+    std::atomic<float> successorGain_ = 1;
     std::atomic<float> pan_ = 0;
 
     std::atomic<Lane*> offered_ = nullptr;

@@ -76,7 +76,7 @@ class PlayingSong(Scene):
         self.table.row(last).double_click()
         self.deck.show("player")
         self.deck.shows("title", f"song {last}.mp3")
-        self.deck.press("next")
+        playerctl(self.deck, "next")
         self.deck.shows("title", "song 00.mp3")
         self.deck.show("library")
         wait_until(lambda: self.sees(0), "the playing song")
