@@ -52,20 +52,20 @@ TEST(Hover, TheSlotHoldsTheControlsWhileThePointerIsInside) {
     hover(art, QEvent::HoverLeave, {-1, -1});
     EXPECT_NE(art.firstSubview(), controls);
     hover(art, QEvent::HoverEnter, {50, 50});
-    QTest::qWait(400);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !controls->graphicsEffect(); }));
     EXPECT_EQ(art.firstSubview(), controls);
     EXPECT_TRUE(controls->isVisible());
-    EXPECT_EQ(controls->graphicsEffect(), nullptr);
     // A new image redraws the view and changes nothing else.
     art.setImage(platform::Image(QImage(4, 4, QImage::Format_RGB32)));
     art.grab();
     EXPECT_EQ(art.firstSubview(), controls);
     EXPECT_EQ(art.trackingAreas().size(), 1u);
     hover(art, QEvent::HoverLeave, {-1, -1});
-    QTest::qWait(400);
-    EXPECT_FALSE(controls->isVisible());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !controls->isVisible(); }));
     EXPECT_EQ(art.subviews().size(), 1);
     EXPECT_FALSE(art.entered());
+    window.activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
     // Keyboard focus reveals them too, and goes on to the first; it may be there at the very end.
     auto* play = new QPushButton(controls);
     art.setFocus(Qt::TabFocusReason);

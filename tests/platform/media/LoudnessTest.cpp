@@ -59,7 +59,7 @@ TEST_F(LoudnessTags, NeverDriveASongBeyondFullScale) {
     // A peak that is none leaves unknown how much louder the song may be.
     for (const char* peak : {"0", "-1", "?", ""})
         EXPECT_EQ(of("9 dB", peak), 0.0) << peak;
-    for (const char* gain : {"", "dB", "nan", "-1e9", "600"})
+    for (const char* gain : {"", "dB", "nan", "-900 dB", "600"})
         EXPECT_EQ(of(gain, "0.1"), 0.0) << gain;
 }
 
