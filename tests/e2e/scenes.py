@@ -320,8 +320,9 @@ class Windows(Scene):
             self.fail(f"Tab does not reach {name!r}")
 
         tab_to("Menu")
-        order = [tab() for _ in range(20)]
-        transport = ["previous", "play/pause", "next", "seek", "shuffle", "repeat", "mute", "volume", "library"]
+        order = [tab() for _ in range(22)]
+        transport = ["previous", "play/pause", "next", "seek", "shuffle", "repeat", "mute", "volume"]
+        transport += ["menu", "library"]
         decks = [f"{side} deck: {role}" for side in ("Left", "Right") for role in transport]
         self.assertEqual(order, ["Menu", "Close", *decks])
         tab_to("Left deck: library")
