@@ -146,6 +146,9 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     for (const QString& problem : interface.problems())
         std::fprintf(stderr, "%s\n", qPrintable(problem));
     if (!interface.problems().isEmpty()) return EXIT_FAILURE;
+    // Without it nobody could see or stop what plays, whatever other window is still open.
+    QObject::connect(interface.mainWindow(), &Window::willClose,
+                     [] { Application::sharedApplication().terminate(); });
     interface.mainWindow()->makeKeyAndOrderFront();
     if (delegate) delegate->applicationDidFinishLaunching(interface);
     if (delegate && !paths.isEmpty()) delegate->applicationOpenFiles(paths);

@@ -2,9 +2,9 @@
 
 #include "platform/ui/FocusRing.h"
 #include "platform/ui/View.h"
+#include "platform/ui/WindowDrag.h"
 
 #include <memory>
-#include <optional>
 
 namespace platform {
 
@@ -25,7 +25,7 @@ class Box : public View {
     void focusOutEvent(QFocusEvent* event) override;
 
   private:
-    std::optional<QPoint> pressedAt_;  // absent once the press has become a move of the window
+    WindowDrag drag_;
     std::unique_ptr<FocusRing> ring_;  // absent without keyboard focus
 };
 

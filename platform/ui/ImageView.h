@@ -9,7 +9,7 @@ namespace platform {
 enum class ImageAlignment { Center = 0 };
 enum class ImageScaling {
     AxesIndependently = 1,  ///< stretched to the view
-    None = 2,               ///< at the image's own size, clipped to the view
+    None = 2,  ///< at the image's own size, clipped to the view; an edge inside the view fades out
 };
 
 /// A view that shows an image.
@@ -37,6 +37,9 @@ class ImageView : public View {
     void drawImageInRect(const QRectF& rect);
 
   private:
+    void drawFadingInRect(const QRectF& rect);
+    void clipToCorners(QPainter& painter) const;
+
     Image image_;
     QString imageName_;
     ImageScaling scaling_ = ImageScaling::AxesIndependently;

@@ -3,6 +3,7 @@
 #include "platform/ui/Application.h"
 #include "platform/ui/Box.h"
 #include "platform/ui/Button.h"
+#include "platform/ui/ElasticLayout.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/MenuItem.h"
 #include "platform/ui/ProgressIndicator.h"
@@ -172,9 +173,16 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
         }
     }
     for (const auto& window : windows_) {
-        if (!qobject_cast<Window*>(window.get()))
+        auto* checked = qobject_cast<Window*>(window.get());
+        if (!checked) {
             problems_ << QStringLiteral("%1: no window").arg(window->objectName());
-        forEachObject(window.get(), [this](QObject* object) { connectObject(object); });
+        } else if (checked != mainWindow()) {
+            checked->setTransientFor(mainWindow());
+        }
+        forEachObject(window.get(), [this](QObject* object) {
+            makeElastic(object);
+            connectObject(object);
+        });
     }
     for (const auto& window : windows_) {
         forEachObject(window.get(), [this](QObject* object) {
@@ -202,6 +210,11 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
 Interface::~Interface() {
     // Widgets first: what they still send on their way out finds its controllers alive.
     windows_.clear();
+}
+
+void Interface::makeElastic(QObject* object) {
+    auto* widget = qobject_cast<QWidget*>(object);
+    if (widget && ElasticLayout::isNeededBy(*widget)) new ElasticLayout(*widget);
 }
 
 void Interface::connectObject(QObject* object) {

@@ -42,6 +42,8 @@ struct InterfaceClasses {
 ///                  invokable operations, in turn; every widget knows "focus";
 ///   `repeatingKeys`  the same for keys that do it again and again while they are held;
 ///   `firstFocus`   on a window: the object name of the widget that has focus at first;
+///   `stretch`      on a widget: what of its parent's growth goes to its left, top, width and
+///                  height, as a rectangle of shares;
 ///   `include`      on a widget: a file to load into it, with every {key} of the file replaced by
 ///                  the value that the string list `with` gives as "key=value".
 class Interface {
@@ -69,6 +71,7 @@ class Interface {
   private:
     class Loader;
 
+    static void makeElastic(QObject* object);
     void connectObject(QObject* object);
     void wireControl(QObject* object);
     void checkAction(QObject* object);

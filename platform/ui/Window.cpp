@@ -2,34 +2,39 @@
 
 #include "platform/foundation/UserDefaults.h"
 #include "platform/ui/View.h"
+#include "platform/ui/WindowPlacement.h"
 
+#include <QCloseEvent>
+#include <QCursor>
 #include <QGuiApplication>
+#include <QHoverEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QWindow>
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 namespace platform {
 
 namespace {
 
-/// Where a window of `frame` goes so that all of it is on the screen that shows most of it, its top
-/// left corner at least; absent when no screen shows any.
-std::optional<QPoint> positionOnScreen(const QRect& frame) {
-    QRect best;
-    qint64 bestArea = 0;
-    for (const QScreen* screen : QGuiApplication::screens()) {
-        const QRect shown = screen->availableGeometry() & frame;
-        const qint64 area = qint64{shown.width()} * shown.height();
-        if (area > bestArea) {
-            bestArea = area;
-            best = screen->availableGeometry();
-        }
-    }
-    if (bestArea == 0) return std::nullopt;
-    return QPoint(std::max(best.left(), std::min(frame.left(), best.right() + 1 - frame.width())),
-                  std::max(best.top(), std::min(frame.top(), best.bottom() + 1 - frame.height())));
+// How far along an edge a corner reaches, in points: a hand meets no square of ten.
+constexpr int kCornerReach = 24;
+
+// On Wayland the compositor alone knows and decides where windows stand.
+bool choosesItsPlace() {
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+constexpr QLatin1String kPosition("Position");
+constexpr QLatin1String kSize("Size");
+
+std::optional<std::pair<int, int>> storedNumbers(const QString& key) {
+    const auto stored = UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(key);
+    return stored ? numbersOfString(*stored) : std::nullopt;
 }
 
 }  // namespace
@@ -52,20 +57,30 @@ void Window::makeKeyAndOrderFront() {
     show();
     raise();
     if (canBecomeKeyWindow()) activateWindow();
+    if (!transientFor_) return;
+    transientFor_->serving_.removeAll(this);
+    transientFor_->serving_.append(this);
 }
 
 void Window::orderOut() {
     hide();
 }
 
+void Window::miniaturize() {
+    showMinimized();
+}
+
 bool Window::hasAction(const QString& action) const {
-    return action == QLatin1String("makeKeyAndOrderFront") || action == QLatin1String("orderOut");
+    return action == QLatin1String("makeKeyAndOrderFront") || action == QLatin1String("orderOut") ||
+           action == QLatin1String("miniaturize");
 }
 
 bool Window::performAction(const QString& action, Control*) {
     if (!hasAction(action)) return false;
     if (action == QLatin1String("orderOut")) {
         orderOut();
+    } else if (action == QLatin1String("miniaturize")) {
+        miniaturize();
     } else {
         makeKeyAndOrderFront();
     }
@@ -76,37 +91,86 @@ void Window::applyWindowAttributes() {
     // The window system is told when the native window is made, before it is first shown.
     if (testAttribute(Qt::WA_WState_Created)) return;
     setAttribute(Qt::WA_TranslucentBackground, !isOpaque());
+    // The pointer is followed over the children too, for the cursor to become theirs again.
+    setAttribute(Qt::WA_Hover, resizeBand_ > 0);
     Qt::WindowFlags flags = secondary_ ? Qt::Dialog : Qt::Window;
     flags.setFlag(Qt::FramelessWindowHint, borderless_);
     flags.setFlag(Qt::WindowDoesNotAcceptFocus, !canBecomeKeyWindow());
     setWindowFlags(flags);
-    if (!autosaveName_.isEmpty()) restorePosition();
-}
-
-void Window::restorePosition() {
-    // On Wayland the compositor alone knows and decides where windows stand.
-    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) return;
+    place();
+    create();
+    if (transientFor_) windowHandle()->setTransientParent(transientFor_->windowHandle());
+    for (const QScreen* screen : QGuiApplication::screens())
+        connect(screen, &QScreen::availableGeometryChanged, this, &Window::keepOnScreen);
     // At the end, not at every step of a move.
-    connect(qApp, &QCoreApplication::aboutToQuit, this, &Window::savePosition);
-    const auto stored =
-        UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(autosaveName_);
-    const QStringList parts = stored.value_or(QString()).split(QLatin1Char(' '));
-    if (parts.size() != 2) return;
-    bool isNumber[2] = {};
-    const QPoint corner(parts[0].toInt(&isNumber[0]), parts[1].toInt(&isNumber[1]));
-    if (!isNumber[0] || !isNumber[1]) return;
-    if (const auto position = positionOnScreen({corner, size()})) move(*position);
+    if (!autosaveName_.isEmpty())
+        connect(qApp, &QCoreApplication::aboutToQuit, this, &Window::saveFrame);
 }
 
-void Window::savePosition() const {
+QRect Window::preferredFrame() const {
+    QRect frame(QPoint(), size());
+    if (transientFor_ && transientFor_->isVisible()) {
+        frame.moveCenter(transientFor_->geometry().center());
+        return frame;
+    }
+    if (!autosaveName_.isEmpty()) {
+        if (const auto stored = storedNumbers(autosaveName_ + kSize)) {
+            frame.setSize(QSize(stored->first, stored->second)
+                              .expandedTo(minimumSize())
+                              .boundedTo(maximumSize()));
+        }
+        if (const auto stored = storedNumbers(autosaveName_ + kPosition)) {
+            frame.moveTo(stored->first, stored->second);
+            if (screenShowing(frame)) return frame;
+        }
+    }
+    // Not every window manager finds a place for a window that asks for none.
+    const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
+    if (!screen) screen = QGuiApplication::primaryScreen();
+    frame.setSize(sizeOnScreen(frame.size(), minimumSize(), *screen));
+    frame.moveCenter(screen->availableGeometry().center());
+    return frame;
+}
+
+void Window::place() {
+    QRect frame = preferredFrame();
+    if (const QScreen* screen = screenShowing(frame)) {
+        frame.setSize(sizeOnScreen(frame.size(), minimumSize(), *screen));
+        frame = frameOnScreen(frame, *screen);
+    }
+    resize(frame.size());
+    if (choosesItsPlace()) move(frame.topLeft());
+}
+
+void Window::keepOnScreen() {
+    if (isVisible() && !(windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen))) {
+        const QScreen& shown = *screen();
+        resize(sizeOnScreen(size(), minimumSize(), shown));
+        if (choosesItsPlace()) move(frameOnScreen(geometry(), shown).topLeft());
+    }
+}
+
+void Window::saveFrame() const {
+    const bool isNormal = !(windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen));
+    const QRect frame = isNormal ? geometry() : normalGeometry();
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    defaults.setValueForKey(QStringLiteral("%1 %2").arg(x()).arg(y()), autosaveName_);
+    if (choosesItsPlace())
+        defaults.setValueForKey(stringWithNumbers(frame.x(), frame.y()), autosaveName_ + kPosition);
+    defaults.setValueForKey(stringWithNumbers(frame.width(), frame.height()),
+                            autosaveName_ + kSize);
     defaults.synchronize();
 }
 
 bool Window::event(QEvent* event) {
     if (event->type() == QEvent::Polish) applyWindowAttributes();
+    if (event->type() == QEvent::HoverMove && resizeBand_ > 0)
+        showEdges(edgesAt(static_cast<QHoverEvent*>(event)->position()));
     return QWidget::event(event);
+}
+
+void Window::closeEvent(QCloseEvent* event) {
+    event->accept();
+    Q_EMIT willClose();
 }
 
 void Window::paintEvent(QPaintEvent*) {
@@ -118,11 +182,61 @@ void Window::paintEvent(QPaintEvent*) {
 }
 
 void Window::keyPressEvent(QKeyEvent* event) {
-    if (secondary_ && event->key() == Qt::Key_Escape) {
+    if (event->key() != Qt::Key_Escape) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    if (secondary_) {
         orderOut();
         return;
     }
-    QWidget::keyPressEvent(event);
+    // Wherever the desktop has put the focus meanwhile, the last one shown goes first.
+    const auto isShown = [](const Window* window) { return window && window->isVisible(); };
+    const auto last = std::find_if(serving_.crbegin(), serving_.crend(), isShown);
+    if (last != serving_.crend()) (*last)->orderOut();
+}
+
+Qt::Edges Window::edgesAt(const QPointF& position) const {
+    Qt::Edges edges;
+    if (resizeBand_ <= 0 || (windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen)))
+        return edges;
+    const double left = position.x();
+    const double top = position.y();
+    const double right = width() - left;
+    const double bottom = height() - top;
+    if (qMin(qMin(left, right), qMin(top, bottom)) >= resizeBand_) return edges;
+    edges.setFlag(Qt::LeftEdge, left < kCornerReach);
+    edges.setFlag(Qt::RightEdge, right < kCornerReach);
+    edges.setFlag(Qt::TopEdge, top < kCornerReach);
+    edges.setFlag(Qt::BottomEdge, bottom < kCornerReach);
+    return edges;
+}
+
+void Window::showEdges(Qt::Edges edges) {
+    const bool isAcross = edges & (Qt::LeftEdge | Qt::RightEdge);
+    const bool isDown = edges & (Qt::TopEdge | Qt::BottomEdge);
+    const bool isFalling =
+        edges == (Qt::LeftEdge | Qt::TopEdge) || edges == (Qt::RightEdge | Qt::BottomEdge);
+    if (isAcross && isDown) {
+        setCursor(isFalling ? Qt::SizeFDiagCursor : Qt::SizeBDiagCursor);
+    } else if (isAcross || isDown) {
+        setCursor(isAcross ? Qt::SizeHorCursor : Qt::SizeVerCursor);
+    } else if (testAttribute(Qt::WA_SetCursor)) {
+        unsetCursor();
+    }
+}
+
+void Window::mousePressEvent(QMouseEvent* event) {
+    const Qt::Edges edges = edgesAt(event->position());
+    if (edges && event->button() == Qt::LeftButton) {
+        windowHandle()->startSystemResize(edges);
+    } else {
+        drag_.press(*event);
+    }
+}
+
+void Window::mouseMoveEvent(QMouseEvent* event) {
+    drag_.move(*event, *this);
 }
 
 }  // namespace platform

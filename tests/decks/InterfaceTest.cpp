@@ -1,5 +1,7 @@
 #include "platform/ui/Application.h"
+#include "platform/ui/TableView.h"
 #include "platform/ui/Window.h"
+#include "presentation/HoverControlView.h"
 #include "presentation/PDViewController.h"
 #include "tests/decks/DeckFixture.h"
 
@@ -41,6 +43,38 @@ TEST_F(InterfaceFiles, TheMainWindowIsSeeThroughWhateverIsSet) {
     EXPECT_EQ(qAlpha(shown.pixel(art->mapTo(window, art->rect().center()))), 255);
     EXPECT_TRUE(window->testAttribute(Qt::WA_TranslucentBackground));
     EXPECT_FALSE(window->windowFlags() & Qt::WindowDoesNotAcceptFocus);
+}
+
+TEST_F(InterfaceFiles, NothingIsCutOffOrCoveredAtAnySize) {
+    start();
+    Window* window = interface_->mainWindow();
+    window->makeKeyAndOrderFront();
+    const QSize artSize = controls(PDLeftPlayer).songAlbumArt->size();
+    button("PDLeftMusicLibraryActivator")->click();
+    ASSERT_TRUE(waitUntil([this] { return view("PDLeftPlayerView")->isHidden(); }));
+    const int rows = controls(PDLeftPlayer).tableView->height();
+    EXPECT_EQ(window->minimumSize(), QSize(940, 470));
+    for (const QSize size : {QSize(940, 470), QSize(1003, 900), QSize(1180, 522)}) {
+        window->resize(size);
+        QApplication::processEvents();
+        for (const auto* control : window->findChildren<Button*>()) {
+            if (!control->isVisible()) continue;
+            const QWidget* parent = control->parentWidget();
+            EXPECT_TRUE(parent->rect().contains(control->geometry()))
+                << qPrintable(control->objectName());
+            for (const auto* other :
+                 parent->findChildren<Button*>(QString(), Qt::FindDirectChildrenOnly)) {
+                EXPECT_FALSE(other != control && other->isVisible() &&
+                             other->geometry().intersects(control->geometry()))
+                    << qPrintable(control->objectName());
+            }
+        }
+        const View* left = view("leftDeck");
+        EXPECT_EQ(left->width() + view("rightDeck")->width(), size.width() - 30);
+        EXPECT_NEAR(left->width(), (size.width() - 30) / 2.0, 0.5);
+        EXPECT_EQ(controls(PDLeftPlayer).songAlbumArt->size(), artSize);
+        EXPECT_EQ(controls(PDLeftPlayer).tableView->height(), rows + size.height() - 522);
+    }
 }
 
 TEST_F(InterfaceFiles, EachDeckSwapsItsPanelsWithAPush) {

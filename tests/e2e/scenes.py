@@ -373,6 +373,57 @@ class Looks(Scene):
                 self.assertEqual(self.bare(deck), 0, f"pixels of the desktop in the {deck.side} deck")
 
 
+class Frame(Scene):
+    def frame(self):
+        return self.screen.find("Pairdeck").rectangle
+
+    def drag(self, start, by):
+        """Drags that point of the screen, step by step, as the window manager wants to see it."""
+        (x, y), (across, down) = start, by
+        hand("mousemove", x, y, "mousedown", 1)
+        for i in range(1, 11):
+            hand("mousemove", x + across * i // 10, y + down * i // 10)
+        hand("mouseup", 1)
+
+    def test_elastic_and_remembered(self):
+        self.assertGreater(min(self.frame()[:2]), 0)
+        self.deck.show("library")
+        table = self.deck.control("tracks").rectangle
+        left, top, width, height = self.frame()
+        self.drag((left + width - 4, top + height - 4), (-600, 160))
+        wait_until(lambda: self.frame()[2:] == (940, height + 160), "least width, more height")
+        wait_until(
+            lambda: self.deck.control("tracks").rectangle[2:] == (table[2] - 120, table[3] + 160),
+            "a narrower and taller table",
+        )
+        left, top, width, height = self.frame()
+        self.drag((left + width // 2, top + height // 2), (-90, -60))
+        wait_until(lambda: self.frame()[0] < left - 50, "the window moved by the gap of the decks")
+        wait_until(lambda: self.screen.find("Pairdeck").resting(), "the window at rest")
+        frame = self.frame()
+        self.assertEqual(frame[2:], (width, height))
+        self.end()
+        self.start()
+        self.assertEqual(self.frame(), frame)
+
+    def test_minimise(self):
+        shown = ["xdotool", "search", "--onlyvisible", "--name", "^Pairdeck$"]
+        wait_until(lambda: subprocess.run(shown, capture_output=True).stdout, "the window")
+        press("ctrl+m")
+        wait_until(lambda: not subprocess.run(shown, capture_output=True).stdout, "no window")
+
+    def test_closing_the_player_ends_the_program(self):
+        self.deck.play("Amber")
+        press("ctrl+comma")
+        self.screen.find("Two decks, two ears")
+        press("Escape")
+        press("F1")
+        self.screen.find("Version")
+        hand("search", "--onlyvisible", "--name", "^Pairdeck$", "windowactivate", "--sync")
+        press("alt+F4")
+        self.assertEqual(self.program.wait(), 0)
+
+
 class BadInput(Scene):
     def test_double_click_beside_the_rows(self):
         self.deck.play("Amber")

@@ -120,10 +120,28 @@ TEST(Images, AreCentredUnscaledOrStretched) {
     view.setImageScaling(ImageScaling::None);
     EXPECT_EQ(alphaAt(1, 1), 0);
     EXPECT_EQ(alphaAt(13, 20), 0);
-    EXPECT_EQ(alphaAt(17, 12), 255);
+    EXPECT_EQ(alphaAt(20, 20), 255);
+    EXPECT_LT(alphaAt(15, 20), alphaAt(16, 20)) << "its edge fades";
     EXPECT_EQ(alphaAt(20, 31), 0);
     view.setImage(Image());
     EXPECT_EQ(alphaAt(20, 20), 0);
+}
+
+TEST(Images, FadeWhereTheyEndInsideTheView) {
+    QImage red(260, 400, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    ImageView view;
+    view.resize(300, 300);
+    view.setImage(Image(red));
+    view.setImageScaling(ImageScaling::None);
+    QImage shown(view.size(), QImage::Format_ARGB32_Premultiplied);
+    shown.fill(Qt::transparent);
+    view.render(&shown, QPoint(), QRegion(), QWidget::RenderFlags());
+    EXPECT_EQ(qAlpha(shown.pixel(10, 150)), 0) << "beside the picture";
+    EXPECT_LT(qAlpha(shown.pixel(22, 150)), 40) << "no hard edge";
+    EXPECT_GT(qAlpha(shown.pixel(60, 150)), qAlpha(shown.pixel(40, 150)));
+    for (const QPoint inside : {QPoint(150, 150), QPoint(150, 1), QPoint(150, 298)})
+        EXPECT_EQ(shown.pixel(inside), qRgb(255, 0, 0));
 }
 
 }  // namespace
