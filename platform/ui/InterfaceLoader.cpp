@@ -5,6 +5,7 @@
 #include "platform/ui/Button.h"
 #include "platform/ui/ElasticLayout.h"
 #include "platform/ui/ImageView.h"
+#include "platform/ui/InterfaceReader.h"
 #include "platform/ui/MenuItem.h"
 #include "platform/ui/ProgressIndicator.h"
 #include "platform/ui/SearchField.h"
@@ -13,14 +14,10 @@
 #include "platform/ui/TextField.h"
 #include "platform/ui/Window.h"
 
-#include <QBuffer>
-#include <QCoreApplication>
 #include <QFile>
-#include <QLayout>
 #include <QMenu>
 #include <QMetaMethod>
 #include <QShortcut>
-#include <QUiLoader>
 
 namespace platform {
 
@@ -39,6 +36,7 @@ const QHash<QString, WidgetFactory>& platformClasses() {
         {QStringLiteral("Button"), factory<Button>()},
         {QStringLiteral("ImageView"), factory<ImageView>()},
         {QStringLiteral("ProgressIndicator"), factory<ProgressIndicator>()},
+        {QStringLiteral("QMenu"), factory<QMenu>()},
         {QStringLiteral("SearchField"), factory<SearchField>()},
         {QStringLiteral("Slider"), factory<Slider>()},
         {QStringLiteral("TableView"), factory<TableView>()},
@@ -71,17 +69,10 @@ void forEachObject(QObject* object, const std::function<void(QObject*)>& visit) 
 }  // namespace
 
 // Makes the widgets of the files, by the names of the platform's and the program's own classes.
-class Interface::Loader : public QUiLoader {
+class Interface::Loader {
   public:
-    static std::unique_ptr<Loader> make(const InterfaceClasses& classes, QStringList& problems) {
-        // The toolkit's loader starts by loading whatever plugins of Designer the system has: code
-        // that the files have no use for, and Qt Quick with it.
-        const QStringList pluginPaths = QCoreApplication::libraryPaths();
-        QCoreApplication::setLibraryPaths({});
-        std::unique_ptr<Loader> loader(new Loader(classes, problems));
-        QCoreApplication::setLibraryPaths(pluginPaths);
-        return loader;
-    }
+    Loader(const InterfaceClasses& classes, QStringList& problems)
+        : classes_(classes), problems_(problems) {}
 
     QWidget* load(const QString& name, const QStringList& substitutions, QWidget* parent) {
         if (around_.contains(name)) {
@@ -99,10 +90,13 @@ class Interface::Loader : public QUiLoader {
             const QString key = QLatin1Char('{') + substitution.left(equals) + QLatin1Char('}');
             text.replace(key.toUtf8(), substitution.mid(equals + 1).toUtf8());
         }
-        QBuffer buffer(&text);
-        QWidget* loaded = QUiLoader::load(&buffer, parent);
+        InterfaceReader reader(
+            text, [this](const QString& className, QWidget* around, const QString& called) {
+                return createWidget(className, around, called);
+            });
+        QWidget* loaded = reader.read(parent);
         if (!loaded) {
-            problems_ << QStringLiteral("%1: %2").arg(name, errorString());
+            problems_ << QStringLiteral("%1: %2").arg(name, reader.errorString());
             return nullptr;
         }
         around_ << name;
@@ -111,29 +105,18 @@ class Interface::Loader : public QUiLoader {
         return loaded;
     }
 
-    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
+  private:
+    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) {
         auto make = platformClasses().value(className);
         if (!make) make = classes_.widgets.value(className);
         QWidget* widget = make ? make(parent) : nullptr;
         if (widget) {
             widget->setObjectName(name);
-        } else if (QUiLoader::availableWidgets().contains(className)) {
-            widget = QUiLoader::createWidget(className, parent, name);
         } else {
             problems_ << QStringLiteral("%1: unknown class %2").arg(name, className);
         }
         return widget;
     }
-
-    QAction* createAction(QObject* parent, const QString& name) override {
-        auto* item = new MenuItem(parent);
-        item->setObjectName(name);
-        return item;
-    }
-
-  private:
-    Loader(const InterfaceClasses& classes, QStringList& problems)
-        : classes_(classes), problems_(problems) {}
 
     void include(QWidget* root) {
         QList<QWidget*> places;
@@ -144,8 +127,7 @@ class Interface::Loader : public QUiLoader {
         for (QWidget* place : places) {
             const QString name = place->property("include").toString();
             place->setProperty("include", QVariant());
-            QWidget* included = load(name, place->property("with").toStringList(), place);
-            if (included && place->layout()) place->layout()->addWidget(included);
+            load(name, place->property("with").toStringList(), place);
         }
     }
 
@@ -155,14 +137,14 @@ class Interface::Loader : public QUiLoader {
 };
 
 Interface::Interface(const QString& name, const InterfaceClasses& classes) {
-    const auto loader = Loader::make(classes, problems_);
-    std::unique_ptr<QWidget> main(loader->load(name, {}, nullptr));
+    Loader loader(classes, problems_);
+    std::unique_ptr<QWidget> main(loader.load(name, {}, nullptr));
     if (!main) return;
     const QStringList controllers = main->property("controllers").toStringList();
     const QStringList windows = main->property("windows").toStringList();
     windows_.push_back(std::move(main));
     for (const QString& window : windows) {
-        if (QWidget* loaded = loader->load(window, {}, nullptr)) windows_.emplace_back(loaded);
+        if (QWidget* loaded = loader.load(window, {}, nullptr)) windows_.emplace_back(loaded);
     }
     for (const QString& controller : controllers) {
         const auto make = classes.controllers.value(controller);

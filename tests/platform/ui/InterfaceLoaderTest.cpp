@@ -1,6 +1,7 @@
 #include "platform/ui/Button.h"
 #include "platform/ui/InterfaceLoader.h"
 #include "platform/ui/Slider.h"
+#include "platform/ui/TextField.h"
 #include "platform/ui/Window.h"
 
 #include <QProcess>
@@ -54,6 +55,20 @@ TEST(InterfaceLoader, AFileIncludedTwiceIsConnectedTwice) {
                                      QStringLiteral("buttonTwo"), QStringLiteral("sliderTwo")));
 }
 
+TEST(InterfaceLoader, GivesEachPropertyItsType) {
+    const Interface loaded(QStringLiteral("Good"), kClasses);
+    const auto* label = loaded.mainWindow()->findChild<TextField*>(QStringLiteral("label"));
+    ASSERT_TRUE(label);
+    EXPECT_EQ(label->geometry(), QRect(10, 20, 30, 40));
+    EXPECT_EQ(label->minimumSize(), QSize(3, 4));
+    EXPECT_EQ(label->text(), QStringLiteral("a < b"));
+    EXPECT_EQ(label->textFormat(), Qt::PlainText);
+    EXPECT_EQ(label->alignment(), Qt::AlignRight | Qt::AlignTop);
+    EXPECT_EQ(label->margin(), 5);
+    EXPECT_TRUE(label->wordWrap());
+    EXPECT_EQ(label->property("shares").toRectF(), QRectF(0.25, 0.5, 1, 0));
+}
+
 TEST(InterfaceLoader, EveryMistakeInAFileIsTold) {
     const Interface loaded(QStringLiteral("Wrong"), kClasses);
     const QString told = loaded.problems().join(QLatin1Char('\n'));
@@ -70,6 +85,8 @@ TEST(InterfaceLoader, EveryMistakeInAFileIsTold) {
     }
     EXPECT_EQ(static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")))->wakes, 0);
     EXPECT_EQ(Interface(QStringLiteral("Nothing"), kClasses).mainWindow(), nullptr);
+    EXPECT_EQ(Interface(QStringLiteral("Laid"), kClasses).problems(),
+              QStringList{QStringLiteral("Laid: line 4: layout is not known here")});
 }
 
 TEST(InterfaceLoader, AControlThatNobodyGaveAnActionIsTold) {
