@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,13 @@ void enterSession(char** argv) {
     ::execv(command[0], command.data());
     std::perror(command[0]);
     std::exit(1);
+}
+
+bool forgetFiles() {
+    ::sync();
+    std::ofstream file("/proc/sys/vm/drop_caches");
+    file << "3" << std::flush;
+    return file.good();
 }
 
 void Home::set(const Setting& setting) const {

@@ -14,6 +14,9 @@ void enterSession(char** argv);
 /// Writes a file, and the folders that it lies in; what fails is said on stderr.
 void writeFile(const QString& path, const QByteArray& content);
 
+/// Empties the page cache, which only the superuser may; false otherwise.
+bool forgetFiles();
+
 /// What stands in the session's home before a program under measurement starts.
 class Home {
   public:

@@ -7,6 +7,9 @@
 #include "bench/app/ScreenWatch.h"
 #include "platform/audio/Clock.h"
 
+#include <QProcess>
+#include <QStandardPaths>
+
 #include <chrono>
 #include <cstdio>
 #include <map>
@@ -32,35 +35,108 @@ std::int64_t firstFrame(ScreenWatch& screen, const Start& start) {
     return painted;
 }
 
-double firstFrameMs(ScreenWatch& screen, const QString& executable) {
+struct Contestant {
+    std::string name;
+    QString executable;
+    QStringList arguments;
+    Home::Setting setting;
+};
+
+double firstFrameMs(ScreenWatch& screen, const Contestant& contestant) {
     std::optional<RunningProgram> program;
-    const std::int64_t painted = firstFrame(screen, [&] { program.emplace(executable); });
+    const std::int64_t painted =
+        firstFrame(screen, [&] { program.emplace(contestant.executable, contestant.arguments); });
     const double milliseconds = static_cast<double>(painted - program->began()) * 1e-6;
+    program->end();
+    return milliseconds;
+}
+
+/// The players that a user would pick, those that are installed, each with a window.
+std::vector<Contestant> peers() {
+    std::vector<Contestant> found;
+    for (const auto& [name, arguments] : std::map<std::string, QStringList>{
+             {"audacious", {}},
+             {"mpv",
+              {QStringLiteral("--no-config"), QStringLiteral("--force-window"),
+               QStringLiteral("--idle"), QStringLiteral("--no-terminal")}},
+             {"strawberry", {}}}) {
+        const QString program = QStandardPaths::findExecutable(QString::fromStdString(name));
+        if (!program.isEmpty()) found.push_back({name, program, arguments, {}});
+    }
+    return found;
+}
+
+/// From the start to what a key pressed 50 ms after the first frame has done on the screen: it
+/// clicks the left deck's library button.
+double readyMs(ScreenWatch& screen) {
+    std::optional<RunningProgram> program;
+    firstFrame(screen, [&] { program.emplace(kProgram); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    screen.rememberAtOnce();
+    QProcess::startDetached(QStringLiteral("xdotool"),
+                            {QStringLiteral("key"), QStringLiteral("ctrl+l")});
+    const bool isDone = screen.awaitChange(20);
+    const double milliseconds = static_cast<double>(nowNanoseconds() - program->began()) * 1e-6;
+    if (!isDone) std::fprintf(stderr, "the key did nothing\n");
     program->end();
     return milliseconds;
 }
 
 void raceStarts(Home& home, ScreenWatch& screen) {
     if (!isAnyWanted("start.")) return;
+    std::vector<Contestant> contestants = {
+        {"empty_window", QStringLiteral(EMPTY_WINDOW), {}, {}},
+        {"first_frame", kProgram, {}, {}},
+        {"first_frame_5k_wallpaper", kProgram, {}, {.wallpaper = true}},
+        {"first_frame_2x10k", kProgram, {}, {.libraries = true}}};
+    if (hasOption("--peers")) {
+        for (Contestant& peer : peers()) {
+            peer.name = "peer." + peer.name;
+            contestants.push_back(std::move(peer));
+        }
+    }
     Race race;
-    std::vector<std::string> names;
-    const auto enter = [&](const char* name, const QString& executable,
-                           const Home::Setting& setting) {
-        if (!isWanted(name)) return;
-        names.emplace_back(name);
-        race.enter([&home, &screen, executable, setting] {
-            home.set(setting);
-            return firstFrameMs(screen, executable);
+    for (const Contestant& contestant : contestants) {
+        race.enter([&home, &screen, contestant] {
+            home.set(contestant.setting);
+            return firstFrameMs(screen, contestant);
         });
-    };
-    enter("start.empty_window_ms", QStringLiteral(EMPTY_WINDOW), {});
-    enter("start.first_frame_ms", kProgram, {});
-    enter("start.first_frame_5k_wallpaper_ms", kProgram, {.wallpaper = true});
-    enter("start.first_frame_2x10k_ms", kProgram, {.libraries = true});
+    }
+    race.enter([&] {
+        home.set({});
+        return readyMs(screen);
+    });
     constexpr int kRounds = 9;
     const std::vector<double> times = race.run(kRounds);
-    for (std::size_t i = 0; i < names.size(); ++i)
-        print(names[i], times[i], "ms");
+    for (std::size_t i = 0; i < contestants.size(); ++i)
+        print("start." + contestants[i].name + "_ms", times[i], "ms");
+    print("start.ready_ms", times.back(), "ms");
+    print("start.over_empty_window", times[1] / times[0], "ratio");
+    print("start.wallpaper_over_none", times[2] / times[1], "ratio");
+    for (std::size_t i = 4; i < contestants.size(); ++i)
+        print("start.over_" + contestants[i].name.substr(5), times[1] / times[i], "ratio");
+}
+
+/// With nothing of the program, nor of what it is linked with, in the page cache.
+void startCold(Home& home, ScreenWatch& screen) {
+    if (!isAnyWanted("cold.")) return;
+    std::vector<Contestant> contestants = {{"first_frame", kProgram, {}, {}}};
+    if (hasOption("--peers")) {
+        for (Contestant& peer : peers())
+            contestants.push_back(std::move(peer));
+    }
+    Race race;
+    for (const Contestant& contestant : contestants) {
+        race.enter([&home, &screen, contestant] {
+            home.set(contestant.setting);
+            return forgetFiles() ? firstFrameMs(screen, contestant) : 0;
+        });
+    }
+    constexpr int kRounds = 3;
+    const std::vector<double> times = race.run(kRounds);
+    for (std::size_t i = 0; i < contestants.size(); ++i) {
+        if (times[i] > 0) print("cold." + contestants[i].name + "_ms", times[i], "ms");
+    }
 }
 
 /// Where the time to the first frame with a wallpaper goes, from stage to stage.
@@ -86,37 +162,44 @@ void traceStart(Home& home, ScreenWatch& screen) {
         print(std::string("start.trace.") + stage + "_ms", median(times[stage]), "ms");
 }
 
-void weigh(Home& home, const std::string& name, const Home::Setting& setting,
-           const QStringList& arguments = {}) {
-    if (!isWanted("memory." + name + "_mb") && !isWanted("memory." + name + "_pss_mb")) return;
-    home.set(setting);
-    const RunningProgram program(kProgram, arguments);
+void weigh(Home& home, const Contestant& contestant) {
+    const std::string name = "memory." + contestant.name;
+    if (!isWanted(name + "_mb") && !isWanted(name + "_pss_mb")) return;
+    home.set(contestant.setting);
+    const RunningProgram program(contestant.executable, contestant.arguments);
     // Till the start's own buffers are given back and a song is well under way.
     std::this_thread::sleep_for(std::chrono::seconds(5));
     const RunningProgram::Memory memory = program.memory();
-    print("memory." + name + "_mb", memory.resident, "MB");
-    print("memory." + name + "_pss_mb", memory.proportional, "MB");
+    print(name + "_mb", memory.resident, "MB");
+    print(name + "_pss_mb", memory.proportional, "MB");
 }
 
 void weighAll(Home& home) {
     if (!isAnyWanted("memory.")) return;
-    weigh(home, "idle", {});
-    weigh(home, "idle_5k_wallpaper", {.wallpaper = true});
-    weigh(home, "2x10k", {.libraries = true});
-    weigh(home, "playing", {},
-          {home.song(QStringLiteral("left")), home.song(QStringLiteral("right"))});
+    weigh(home, {"idle", kProgram, {}, {}});
+    weigh(home, {"idle_5k_wallpaper", kProgram, {}, {.wallpaper = true}});
+    weigh(home, {"2x10k", kProgram, {}, {.libraries = true}});
+    const QStringList songs = {home.song(QStringLiteral("left")),
+                               home.song(QStringLiteral("right"))};
+    weigh(home, {"playing", kProgram, songs, {}});
+    if (!hasOption("--peers")) return;
+    for (Contestant& peer : peers()) {
+        peer.name = "peer." + peer.name;
+        weigh(home, peer);
+    }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     readCommandLine(argc, argv);
-    if (!isAnyWanted("start.") && !isAnyWanted("memory.")) return 0;
+    if (!isAnyWanted("start.") && !isAnyWanted("cold.") && !isAnyWanted("memory.")) return 0;
     enterSession(argv);
     Home home;
     ScreenWatch screen;
     if (!screen.isOpen()) return 1;
     raceStarts(home, screen);
+    startCold(home, screen);
     if (hasOption("--trace")) traceStart(home, screen);
     weighAll(home);
     return 0;

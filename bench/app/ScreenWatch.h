@@ -24,6 +24,8 @@ class ScreenWatch {
     /// Takes the screen as it is for the one that `awaitChange` compares with, once it has not
     /// changed for a tenth of a second.
     void remember();
+    /// Takes it as it is at this moment.
+    void rememberAtOnce() { remembered_ = look(); }
     /// Waits until any pixel looked at differs from the remembered one. False after `seconds`.
     bool awaitChange(double seconds) const;
 

@@ -11,10 +11,8 @@
 #include <fileref.h>
 #include <malloc.h>
 #include <tag.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -126,14 +124,6 @@ void raceOnWarmCache(const QString& folder) {
         print(std::string("library.") + names[i], times[i], "ms");
     print("library.scan_10k.over_taglib", times[3] / times[0], "ratio");
     print("library.search_over_scan", times[2] / times[1], "ratio");
-}
-
-// Empties the page cache, which only the superuser may; false otherwise.
-bool forgetFiles() {
-    ::sync();
-    std::ofstream file("/proc/sys/vm/drop_caches");
-    file << "3" << std::flush;
-    return file.good();
 }
 
 void raceOnColdCache(const QString& folder) {
