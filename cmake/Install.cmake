@@ -1,9 +1,6 @@
 # What an installation holds. The version stands in the project alone: the manual page is made with
 # it, and what else names one is checked.
 
-set(CMAKE_INSTALL_DOCDIR share/doc/pairdeck CACHE PATH "Documentation")
-include(GNUInstallDirs)
-
 set(id com.ovrelin.Pairdeck)
 set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
 set(packaging ${PROJECT_SOURCE_DIR}/packaging)
@@ -25,6 +22,7 @@ check_version(debian/changelog "pairdeck \\(([0-9.]+)-")
 
 configure_file(${packaging}/pairdeck.1.in pairdeck.1 @ONLY)
 install(TARGETS pairdeck RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS pairdeck_sound LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/pairdeck)
 install(FILES ${packaging}/${id}.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${packaging}/${id}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/pairdeck.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

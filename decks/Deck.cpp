@@ -54,9 +54,16 @@ std::unique_ptr<CenteredTextFieldCell> cellWithFontSize(double size) {
     return cell;
 }
 
-Image readDesktopPicture() {
-    const auto path = platform::Workspace::sharedWorkspace().desktopImageURLForScreen();
-    return path ? Image::initWithContentsOfURL(*path) : Image();
+std::optional<QString> desktopPicturePath() {
+    return platform::Workspace::sharedWorkspace().desktopImageURLForScreen();
+}
+
+Image backdropOf(const Image& picture, double level) {
+    const QSizeF size = picture.size();
+    // The aspect ratio of a picture without a width is no number.
+    if (size.width() <= 0.0) return {};
+    return blurWithLevelAndSize(picture, level,
+                                {kBackdropWidth, size.height() / (size.width() / kBackdropWidth)});
 }
 
 int buttonState(bool isOn) {
@@ -71,7 +78,16 @@ Deck::Deck(const Side& side, const DeckControls& controls, platform::AudioPlayer
 
 Deck::~Deck() = default;
 
-void Deck::dress(const Image& desktopPicture) {
+void Deck::readDesktopPictureAhead() {
+    if (const auto path = desktopPicturePath()) Image::readAhead(*path);
+}
+
+Image Deck::desktopBackdrop() {
+    const auto path = desktopPicturePath();
+    return path ? backdropOf(Image::initWithContentsOfURL(*path), kDesktopBlurLevel) : Image();
+}
+
+void Deck::dress(const Image& backdrop) {
     controls_.songAlbumArt->setImage(Image::imageNamed(QStringLiteral("Default_Artwork")));
     controls_.songTitle->setCell(std::make_unique<CenteredTextFieldCell>());
     controls_.tableView->setDoubleAction(QStringLiteral("playTrackFromSelection"));
@@ -84,11 +100,12 @@ void Deck::dress(const Image& desktopPicture) {
                      [this] {
                          updateSuccessor();
                          showHint();
+                         prepareToPlay();
                          didChange_(Change::Move);
                      });
     controls_.songAlbumArt->setControlView(controls_.controlView);
     controls_.timeSlider->setValueSource([this] { return currentTime(); });
-    showBackdrop(desktopPicture, kDesktopBlurLevel);
+    controls_.background->setImage(backdrop);
     controls_.background->setImageAlignment(platform::ImageAlignment::Center);
     controls_.background->setImageScaling(platform::ImageScaling::None);
     controls_.next->setAction(QStringLiteral("playNextTrackAt"));
@@ -120,6 +137,10 @@ void Deck::showHint() {
                                        : QStringLiteral("No songs are loaded yet."));
     controls_.hint->setHidden(!isIdle);
     controls_.openFolder->setHidden(!isIdle || hasSongs);
+}
+
+void Deck::prepareToPlay() const {
+    if (!tracks().empty() && controls_.tableView->window()->isVisible()) AudioPlayer::prepare();
 }
 
 void Deck::load(const QString& path) {
@@ -160,21 +181,8 @@ void Deck::showTrack(const QString& path) {
     controls_.songAlbumArt->setImage(hasArtwork ? artwork
                                                 : Image::imageNamed(side_.fallbackArtwork));
     showAlbumArtist();
-    if (hasArtwork) {
-        showBackdrop(artwork, kArtworkBlurLevel);
-    } else {
-        showBackdrop(readDesktopPicture(), kDesktopBlurLevel);
-    }
-}
-
-void Deck::showBackdrop(const Image& picture, double level) {
-    const QSizeF size = picture.size();
-    // The aspect ratio of a picture without a width is no number.
-    controls_.background->setImage(
-        size.width() > 0.0
-            ? blurWithLevelAndSize(
-                  picture, level, {kBackdropWidth, size.height() / (size.width() / kBackdropWidth)})
-            : Image());
+    controls_.background->setImage(hasArtwork ? backdropOf(artwork, kArtworkBlurLevel)
+                                              : desktopBackdrop());
 }
 
 void Deck::showTitle(const QString& title) {

@@ -80,15 +80,25 @@ class Deck {
     QString shuffleKey() const { return QStringLiteral("Pairdeck%1ShuffleState").arg(name()); }
     QString repeatKey() const { return QStringLiteral("Pairdeck%1RepeatState").arg(name()); }
 
-    /// Dresses the controls that the interface file leaves plain and shows `desktopPicture`,
-    /// blurred, behind the deck; nothing for a picture that is none.
-    void dress(const platform::Image& desktopPicture);
+    /// Begins to read the desktop's picture on another thread, for `desktopBackdrop`.
+    static void readDesktopPictureAhead();
+    /// The desktop's picture as it stands, blurred, behind a deck without artwork; null when there
+    /// is none.
+    static platform::Image desktopBackdrop();
+    /// Dresses the controls that the interface file leaves plain and shows `backdrop` behind the
+    /// deck.
+    void dress(const platform::Image& backdrop);
     /// Takes the shuffle flag and the repeat state from the settings; what is stored there under
     /// another type, or out of range, counts as off.
     void restore();
     /// Full volume, and the words of a deck that has played nothing yet.
     void showIdle();
 
+    /// Has the code that plays loaded in the background, once there is a track to play and a window
+    /// to choose it in: it is half of the program's memory, and no first frame should wait for it.
+    void prepareToPlay() const;
+    /// The same when a file is about to be loaded anyway.
+    static void prepareToLoad() { platform::AudioPlayer::prepare(); }
     /// Makes a new player for the file at `path`, starts it and shows it. A file that can't be
     /// played leaves the deck without a player but shown.
     void load(const QString& path);
@@ -147,7 +157,6 @@ class Deck {
     void updateSuccessor();
     void takeBackSuccessor();
     void showTrack(const QString& path);
-    void showBackdrop(const platform::Image& picture, double level);
     void showTitle(const QString& title);
     void showAlbumArtist();
     void showRepeat();

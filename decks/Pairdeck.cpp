@@ -111,10 +111,10 @@ void Pairdeck::awakeFromNib() {
     // Less than a second, so that no second is skipped on the display.
     refreshTimer_ = platform::Timer::scheduledTimerWithTimeInterval(
         double{0.9F}, [this] { perSecondInfoRefresh(); }, true);
-    const auto picture = platform::Workspace::sharedWorkspace().desktopImageURLForScreen();
-    const Image desktopPicture = picture ? Image::initByReferencingURL(*picture) : Image();
+    // Blurred once: both decks would make the same of the same picture.
+    const Image backdrop = Deck::desktopBackdrop();
     for (const auto& deck : decks_)
-        deck->dress(desktopPicture);
+        deck->dress(backdrop);
     dressCloseButtons();
     // The refresh looks at both decks, so both are restored before it.
     for (const auto& deck : decks_)
@@ -235,6 +235,11 @@ void Pairdeck::audioPlayerNearsItsEnd(AudioPlayer* player) {
     for (const auto& deck : decks_) {
         if (deck->plays(player)) deck->prepareSuccessor();
     }
+}
+
+void Pairdeck::prepareToPlay() {
+    for (const auto& deck : decks_)
+        deck->prepareToPlay();
 }
 
 void Pairdeck::refreshInfo() {

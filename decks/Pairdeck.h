@@ -77,6 +77,8 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     /// Has what follows stand ready on the deck whose player it is.
     void audioPlayerNearsItsEnd(platform::AudioPlayer* player) override;
 
+    /// Has each deck load, in the background, what its first track would wait for.
+    void prepareToPlay();
     /// Brings the play/pause, shuffle and repeat buttons of both decks in line with their state.
     void refreshInfo();
     /// Brings the seek sliders and the times of both decks in line with their players.

@@ -56,6 +56,7 @@ class DesktopSession::Ties {
     }
 
     DeckFiles& files() { return files_; }
+    Pairdeck& pairdeck() { return pairdeck_; }
     platform::Window& window() { return window_; }
 
   private:
@@ -79,6 +80,13 @@ DesktopSession::DesktopSession() = default;
 DesktopSession::~DesktopSession() = default;
 
 bool DesktopSession::applicationShouldLaunch(const QStringList& paths) {
+    if (!isFirst(paths)) return false;
+    Deck::readDesktopPictureAhead();
+    if (!paths.isEmpty()) Deck::prepareToLoad();
+    return true;
+}
+
+bool DesktopSession::isFirst(const QStringList& paths) {
     if (!hasSessionBus()) return true;
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return true;
@@ -91,6 +99,10 @@ void DesktopSession::applicationDidFinishLaunching(const platform::Interface& in
     if (!service_) return;
     service_->setHandlers([this] { ties_->window().makeKeyAndOrderFront(); },
                           [this](const QStringList& paths) { applicationOpenFiles(paths); });
+}
+
+void DesktopSession::applicationDidShowFirstFrame() {
+    ties_->pairdeck().prepareToPlay();
 }
 
 void DesktopSession::applicationOpenFiles(const QStringList& paths) {

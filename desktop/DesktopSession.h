@@ -16,11 +16,15 @@ class DesktopSession final : public platform::ApplicationDelegate {
 
     bool applicationShouldLaunch(const QStringList& paths) override;
     void applicationDidFinishLaunching(const platform::Interface& interface) override;
+    void applicationDidShowFirstFrame() override;
     void applicationOpenFiles(const QStringList& paths) override;
     void applicationWillTerminate() override;
 
   private:
     class Ties;
+
+    /// Claims the program's name on the bus, or hands `paths` to the program that has it.
+    bool isFirst(const QStringList& paths);
 
     std::unique_ptr<ApplicationService> service_;  // null without a bus
     std::unique_ptr<Ties> ties_;                   // while the interface is there

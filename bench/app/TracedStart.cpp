@@ -36,6 +36,7 @@ class TracedSession final : public platform::ApplicationDelegate {
         session_.applicationDidFinishLaunching(interface);
         ended("session");
     }
+    void applicationDidShowFirstFrame() override { session_.applicationDidShowFirstFrame(); }
     void applicationOpenFiles(const QStringList& paths) override {
         session_.applicationOpenFiles(paths);
     }

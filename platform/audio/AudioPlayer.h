@@ -29,58 +29,58 @@ class AudioPlayerDelegate {
 class AudioPlayer {
   public:
     /// A paused player for `data`, at position 0, volume 1 and pan 0; null when the bytes aren't
-    /// playable audio.
+    /// playable audio, or where the sound module (SoundModule.h) can't be had.
     static std::unique_ptr<AudioPlayer> initWithData(const QByteArray& data);
+    /// Has what players need loaded on another thread, so that the first one is made at once.
+    static void prepare();
 
     /// Ends playback at once.
-    ~AudioPlayer();
+    virtual ~AudioPlayer() = default;
     AudioPlayer(const AudioPlayer&) = delete;
     AudioPlayer& operator=(const AudioPlayer&) = delete;
 
     /// The delegate (may be null) is not owned and must outlive the player or be taken back.
-    void setDelegate(AudioPlayerDelegate* delegate);
+    virtual void setDelegate(AudioPlayerDelegate* delegate) = 0;
 
     /// Starts or resumes; from the end it starts again at 0.
-    void play();
+    virtual void play() = 0;
     /// Stops, keeping the position.
-    void pause();
-    bool isPlaying() const;
+    virtual void pause() = 0;
+    virtual bool isPlaying() const = 0;
 
     /// Length in seconds.
-    double duration() const;
+    virtual double duration() const = 0;
     /// Position that has reached the listener, in seconds; within [0, duration], never running
     /// backwards while playing.
-    double currentTime() const;
+    virtual double currentTime() const = 0;
     /// Moves the position (clamped to [0, duration]), keeping the play or pause state.
-    void setCurrentTime(double seconds);
+    virtual void setCurrentTime(double seconds) = 0;
 
     /// Linear gain, clamped to [0, 1].
-    void setVolume(float volume);
+    virtual void setVolume(float volume) = 0;
     /// A factor of the song's own, from 0 on and 1 at first, that its volume is multiplied by.
     /// Above 1 it is for songs that stay within full scale with it.
-    void setGain(float gain);
+    virtual void setGain(float gain) = 0;
     /// The same for the successor, from its first sample on; to be told before it begins.
-    void setSuccessorGain(float gain);
+    virtual void setSuccessorGain(float gain) = 0;
     /// Stereo position from -1 (all on the left) to +1 (all on the right), clamped. For p >= 0:
     /// left' = (1 - p) L, right' = (R + p L) / (1 + p); mirrored for p < 0.
-    void setPan(float pan);
+    virtual void setPan(float pan) = 0;
 
     /// Has the file at `path` follow without a seam, in place of what was set before; nothing for
     /// no path. It is read and decoded on other threads, and its first sample is heard right after
     /// this player's last, whatever the main thread does. A pause, a move of the position or a
     /// change of the file takes it back. False when the former one has begun already; it then goes
     /// on and nothing changes.
-    bool setSuccessor(const std::optional<QString>& path);
+    virtual bool setSuccessor(const std::optional<QString>& path) = 0;
     /// The player of the successor, if that is the file at `path` and was read, and the file has
     /// not changed since. Where it has begun, the player takes over its sound, with volume, pan and
     /// state, at its place, and this one stands at its end; otherwise it is paused at 0 and nothing
     /// follows this one any more. Else null; what has begun falls silent.
-    std::unique_ptr<AudioPlayer> takeSuccessor(const QString& path);
+    virtual std::unique_ptr<AudioPlayer> takeSuccessor(const QString& path) = 0;
 
-  private:
-    class Impl;
-    explicit AudioPlayer(std::unique_ptr<Impl> impl);
-    std::unique_ptr<Impl> impl_;
+  protected:
+    AudioPlayer() = default;
 };
 
 }  // namespace platform

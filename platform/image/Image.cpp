@@ -9,9 +9,32 @@
 #include <QSvgRenderer>
 
 #include <algorithm>
+#include <future>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 namespace platform {
+
+namespace {
+
+QImage bitmapOfFile(const QString& path) {
+    const auto data = dataWithContentsOfFile(path);
+    return data ? decodedImage(*data, Drawings::Decoded) : QImage();
+}
+
+/// A file that is being read on another thread.
+struct ReadAhead {
+    QString path;
+    std::future<QImage> bitmap;
+};
+
+ReadAhead& lastReadAhead() {
+    static ReadAhead last;
+    return last;
+}
+
+}  // namespace
 
 // Where the pixels come from. Only the logical size ever changes once it is loaded.
 class Image::Representation {
@@ -28,9 +51,10 @@ class Image::Representation {
 
     void load() {
         if (path_.isNull()) return;
-        if (const auto data = dataWithContentsOfFile(path_)) {
-            bitmap_ = decodedImage(*data, Drawings::Decoded);
-        }
+        // Whatever was read ahead is not kept for longer than this.
+        ReadAhead ahead = std::exchange(lastReadAhead(), {});
+        const bool isRead = ahead.bitmap.valid() && ahead.path == path_;
+        bitmap_ = isRead ? ahead.bitmap.get() : bitmapOfFile(path_);
         size_ = bitmap_.size();
         path_ = QString();
     }
@@ -98,6 +122,14 @@ Image Image::imageNamed(const QString& name) {
 
 Image Image::initByReferencingURL(const QString& path) {
     return Image(Representation::atPath(path));
+}
+
+void Image::readAhead(const QString& path) {
+    try {
+        lastReadAhead() = {path, std::async(std::launch::async, bitmapOfFile, path)};
+    } catch (const std::system_error&) {
+        // No thread is to be had: it will be read when it is asked for.
+    }
 }
 
 Image Image::initWithContentsOfURL(const QString& path) {

@@ -26,6 +26,9 @@ class Image {
     /// The image in the file at `path`, read when its size or pixels are first asked for; null when
     /// it then can't be read.
     static Image initByReferencingURL(const QString& path);
+    /// Begins to read the file at `path` on another thread, for the next image of that path by
+    /// reference, if that is the next one that is read. Main thread only.
+    static void readAhead(const QString& path);
     /// The image in the file at `path`, read at once; null when it can't be.
     static Image initWithContentsOfURL(const QString& path);
     /// The image encoded in `data`; null when it can't be decoded or is a drawing, which may name

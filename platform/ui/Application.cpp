@@ -11,12 +11,18 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QFontInfo>
 #include <QStyleFactory>
+#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string_view>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 namespace platform {
 
@@ -99,6 +105,38 @@ void applyBundle(QApplication& application, const Bundle& bundle) {
     }
 }
 
+/// Calls `perform` once, when the first frame of its window is on its way to the screen; the
+/// window's child.
+class FirstFrame final : public QObject {
+  public:
+    FirstFrame(QWidget& window, std::function<void()> perform)
+        : QObject(&window), perform_(std::move(perform)) {
+        window.installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* window, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            window->removeEventFilter(this);
+            // The toolkit hands the frame over before it looks at its timers.
+            QTimer::singleShot(0, this, perform_);
+        }
+        return false;
+    }
+
+  private:
+    std::function<void()> perform_;
+};
+
+/// Has the toolkit read the system's fonts while the style and the interface files are read: they
+/// ask for them first.
+std::jthread readFontsAhead() {
+    try {
+        return std::jthread([] { QFontInfo(systemFontOfSize(13.0)).family(); });
+    } catch (const std::system_error&) {
+        return {};
+    }
+}
+
 }  // namespace
 
 Application& Application::sharedApplication() {
@@ -138,6 +176,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     }
     const QStringList paths = pathsOfArguments(argc, argv);
     if (delegate && !delegate->applicationShouldLaunch(paths)) return 0;
+    const std::jthread fonts = readFontsAhead();
     const TerminationSignals signals([] { Application::sharedApplication().terminate(); });
     applyBundle(application, bundle);
     const Interface interface(
@@ -150,7 +189,11 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     QObject::connect(interface.mainWindow(), &Window::willClose,
                      [] { Application::sharedApplication().terminate(); });
     interface.mainWindow()->makeKeyAndOrderFront();
-    if (delegate) delegate->applicationDidFinishLaunching(interface);
+    if (delegate) {
+        delegate->applicationDidFinishLaunching(interface);
+        new FirstFrame(*interface.mainWindow(),
+                       [delegate] { delegate->applicationDidShowFirstFrame(); });
+    }
     if (delegate && !paths.isEmpty()) delegate->applicationOpenFiles(paths);
     const int status = QApplication::exec();
     if (delegate) delegate->applicationWillTerminate();

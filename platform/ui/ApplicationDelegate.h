@@ -14,6 +14,8 @@ class ApplicationDelegate {
     virtual bool applicationShouldLaunch(const QStringList& paths) = 0;
     /// The interface is loaded, without problems, and its main window is on show.
     virtual void applicationDidFinishLaunching(const Interface& interface) = 0;
+    /// The main window's first frame is on its way to the screen: the time for what can wait.
+    virtual void applicationDidShowFirstFrame() {}
     /// Files and folders to open: those that the application was started with.
     virtual void applicationOpenFiles(const QStringList& paths) = 0;
     /// The event loop has ended; the interface goes after this.

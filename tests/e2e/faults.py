@@ -157,6 +157,41 @@ class FullDisk(Scene):
         self.end()
 
 
+class SoundModule(Scene):
+    left, right = music.SHORT, []
+
+    def has(self, library):
+        return library in pathlib.Path(f"/proc/{self.program.process.pid}/maps").read_text()
+
+    def test_it_is_loaded_when_there_is_something_to_play(self):
+        wait_until(lambda: self.has("libavcodec"), "the decoders")
+        self.end()
+        store(**folders("/nowhere", "/nowhere"))
+        self.start()
+        self.screen.find("Close")
+        time.sleep(2)
+        self.assertFalse(self.has("libavcodec"))
+        self.end()
+
+    def test_without_it_a_deck_has_no_player(self):
+        self.end()
+        copy = self.folder / "bin" / EXECUTABLE.name
+        copy.parent.mkdir()
+        shutil.copy(EXECUTABLE, copy)
+        [built] = EXECUTABLE.parent.parent.glob("lib*/**/pairdeck/sound.so")
+        broken = self.folder / built.relative_to(EXECUTABLE.parent.parent)
+        for content in (None, b"", b"no module\n" * 1000):
+            if content is not None:
+                broken.parent.mkdir(parents=True, exist_ok=True)
+                broken.write_bytes(content)
+            self.start(copy)
+            self.deck.play("Gale")
+            self.deck.shows("remaining time", "-00:00")
+            self.assertFalse(self.deck.overlay().checked)
+            self.hears()
+            self.end()
+
+
 class HostileLibrary(Scene):
     NAMES = ("new\nline.mp3", "\U0001f3b5.mp3", "\u05e9\u05d9\u05e8.mp3", "caf\udce9.mp3", "n" * 251 + ".mp3")
     left = [music.Tone(name, None, "", 400 + 50 * i) for i, name in enumerate(NAMES)]

@@ -39,9 +39,9 @@ class Scene(unittest.TestCase):
         store(**folders(self.folder / "Left", self.folder / "Right"))
         self.start()
 
-    def start(self):
+    def start(self, executable=EXECUTABLE):
         away()
-        self.program = self.enterContext(Program(EXECUTABLE))
+        self.program = self.enterContext(Program(executable))
         self.screen = self.program.screen
         self.decks = {side: Deck(self.screen, side) for side in ("Left", "Right")}
         self.deck, self.other = self.decks.values()
