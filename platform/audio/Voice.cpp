@@ -80,6 +80,7 @@ void Voice::noticeNearEnd(uint64_t request) {
 void Voice::offer(Lane* lane) {
     expectRole(ThreadRole::Worker);
     ++offers_;
+    offeredRequest_.store(lane->request, std::memory_order_relaxed);
     offered_.store(lane, std::memory_order_release);
 }
 
@@ -98,9 +99,13 @@ bool Voice::isSettled() const {
 void Voice::takeOffer(int rate) {
     // While one lane still fades out, the next has to wait: there are only two.
     if (old_) return;
+    const bool audible = active_ && active_->rate == rate && !gains_.isSilent();
+    // A pause fades what was playing: a place that was asked for since stays untouched.
+    const bool moves =
+        active_ && offeredRequest_.load(std::memory_order_relaxed) != active_->request;
+    if (audible && moves && !isPlaying()) return;
     Lane* lane = offered_.exchange(nullptr, std::memory_order_acq_rel);
     if (!lane) return;
-    const bool audible = active_ && active_->rate == rate && !gains_.isSilent();
     if (audible) {
         old_ = active_;
         fadeLength_ = fadeLeft_ = rampFrames(rate);

@@ -126,8 +126,9 @@ class Voice {
     std::atomic<float> pan_ = 0;
 
     std::atomic<Lane*> offered_ = nullptr;
-    std::atomic<uint64_t> taken_ = 0;  // offers that are taken and settled
-    uint64_t offers_ = 0;              // the worker's own count
+    std::atomic<uint64_t> offeredRequest_ = 0;  // of the last offer
+    std::atomic<uint64_t> taken_ = 0;           // offers that are taken and settled
+    uint64_t offers_ = 0;                       // the worker's own count
 
     std::atomic<uint64_t> succession_ = 0;  // twice the successor's number, odd once begun
     std::atomic<Lane*> successor_ = nullptr;

@@ -101,6 +101,19 @@ TEST(Engine, ControlsActInTheNextBlockWithoutAClick) {
     EXPECT_NEAR(voice->progress().time - before, 4800.0 / kRate, 1e-9);
 }
 
+TEST(Engine, APlaceAskedForInAPauseIsKeptToTheSample) {
+    Rig rig;
+    const auto voice = rig.play(waveFile(sine(200, 0.9, kRate, 2 * kRate), kRate));
+    rig.render(4800);
+    // Both at once, before the callback has faded: the block that fades finds the new place ready.
+    voice->setPlaying(false);
+    rig.worker.request(*voice, {2, 0});
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    while (voice->progress().request != 2)
+        rig.render(480);
+    EXPECT_EQ(voice->progress().time, 0);
+}
+
 TEST(Engine, BothDecksKeepTheirSidesAndFullScale) {
     const QByteArray loud = waveFile(sine(997, 1, kRate, kRate), kRate);
     const QByteArray mono =
