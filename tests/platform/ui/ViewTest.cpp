@@ -1,7 +1,10 @@
+#include "platform/ui/Accessibility.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/View.h"
+#include "platform/ui/Window.h"
 #include "tests/support/Pointer.h"
 
+#include <QAccessible>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -142,6 +145,16 @@ TEST(Images, FadeWhereTheyEndInsideTheView) {
     EXPECT_GT(qAlpha(shown.pixel(60, 150)), qAlpha(shown.pixel(40, 150)));
     for (const QPoint inside : {QPoint(150, 150), QPoint(150, 1), QPoint(150, 298)})
         EXPECT_EQ(shown.pixel(inside), qRgb(255, 0, 0));
+}
+
+TEST(Accessibility, AWindowThatWasAskedForEarlyIsADialogOnceItIsShown) {
+    installAccessibility();
+    Window window;
+    window.setProperty("secondary", true);
+    const auto* const early = QAccessible::queryAccessibleInterface(&window);
+    ASSERT_TRUE(early);
+    window.makeKeyAndOrderFront();
+    EXPECT_EQ(early->role(), QAccessible::Dialog);
 }
 
 }  // namespace
