@@ -3,6 +3,7 @@
 #include "bench/Figures.h"
 #include "bench/Pictures.h"
 #include "bench/TestLibrary.h"
+#include "bench/audio/JoinBench.h"
 #include "bench/audio/OtherPlayers.h"
 #include "platform/audio/AudioEngine.h"
 #include "platform/audio/AudioPlayer.h"
@@ -266,6 +267,7 @@ void run() {
     if (isAnyWanted("sound.control_to_sample") || isAnyWanted("sound.seek_to_sample") ||
         isAnyWanted("sound.callback_period") || isAnyWanted("sound.latency"))
         benchControls(song);
+    if (isAnyWanted("sound.join")) benchJoins(server);
     // The full minute only where it is asked for: a run of all benches stays short.
     const bool whole = bench::hasOption("--whole-minute");
     if (isAnyWanted("sound.missing_frames") || isAnyWanted("sound.recorded_glitches"))

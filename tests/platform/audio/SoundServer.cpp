@@ -65,7 +65,8 @@ void SoundServer::start(int rate, int channels) {
         QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=%1")
             .arg(folder_.filePath(QStringLiteral("socket")));
     const QString sink =
-        QStringLiteral("module-null-sink sink_name=null rate=%1 channels=%2 channel_map=%3")
+        QStringLiteral(
+            "module-null-sink sink_name=null format=float32le rate=%1 channels=%2 channel_map=%3")
             .arg(rate)
             .arg(channels)
             .arg(channelMap(channels));
