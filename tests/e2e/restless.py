@@ -33,7 +33,7 @@ NUMBERS = (0.0, 0.5, 1.0, -1.0, 1e300, float("nan"), float("inf"), float("-inf")
 TIMES = (0, 1, 5_000_000, -5_000_000, 2**63 - 1, -(2**63))
 KEYS = (
     "Tab", "shift+Tab", "Left", "Right", "Up", "Down", "Home", "End", "Prior", "Next", "Escape",
-    "F5", "a", "n", "BackSpace", "ctrl+a", "space", "Return", "F1", "ctrl+comma",
+    "F5", "a", "BackSpace", "BackSpace", "ctrl+a", "space", "Return", "F1", "ctrl+comma",
 )
 # They end the program, or ask for a folder; the end comes in its own time.
 SPARED = ("Close", "Menu", "load folder", "change default folder")
@@ -77,9 +77,16 @@ class Restless(Scene):
         choose(acts)()
 
     def by_keyboard(self):
+        def focused():
+            return next((control.name for control in self.screen.controls() if control.focused), "")
+
         key = self.random.choice(KEYS)
-        focused = next((control.name for control in self.screen.controls() if control.focused), "")
-        press("Tab" if focused.endswith(SPARED) else key)
+        before = focused()
+        if key in ("space", "Return"):
+            # An earlier key may still be on its way, and move on to what is to be spared.
+            time.sleep(0.3)
+        settled = focused() == before and not before.endswith(SPARED)
+        press(key if settled else "Tab")
 
     def by_accessibility(self):
         controls = [control for control in self.screen.controls() if not control.name.endswith(SPARED)]
