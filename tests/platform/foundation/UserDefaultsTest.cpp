@@ -59,7 +59,8 @@ extern "C" int flock(int descriptor, int operation) noexcept {
 }
 
 extern "C" int rename(const char* from, const char* to) noexcept {
-    return succeeds("rename") ? static_cast<int>(::syscall(SYS_rename, from, to)) : -1;
+    // Not by the older call, which newer processors' systems are without.
+    return succeeds("rename") ? ::renameat(AT_FDCWD, from, AT_FDCWD, to) : -1;
 }
 
 namespace {
