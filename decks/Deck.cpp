@@ -82,12 +82,12 @@ void Deck::readDesktopPictureAhead() {
     if (const auto path = desktopPicturePath()) Image::readAhead(*path);
 }
 
-Image Deck::desktopBackdrop() {
+Image Deck::desktopPicture() {
     const auto path = desktopPicturePath();
-    return path ? backdropOf(Image::initWithContentsOfURL(*path), kDesktopBlurLevel) : Image();
+    return path ? Image::initWithContentsOfURL(*path) : Image();
 }
 
-void Deck::dress(const Image& backdrop) {
+void Deck::dress(const Image& desktopPicture) {
     controls_.songAlbumArt->setImage(Image::imageNamed(QStringLiteral("Default_Artwork")));
     controls_.songTitle->setCell(std::make_unique<CenteredTextFieldCell>());
     controls_.tableView->setDoubleAction(QStringLiteral("playTrackFromSelection"));
@@ -105,7 +105,7 @@ void Deck::dress(const Image& backdrop) {
                      });
     controls_.songAlbumArt->setControlView(controls_.controlView);
     controls_.timeSlider->setValueSource([this] { return currentTime(); });
-    controls_.background->setImage(backdrop);
+    controls_.background->setImage(backdropOf(desktopPicture, kDesktopBlurLevel));
     controls_.background->setImageAlignment(platform::ImageAlignment::Center);
     controls_.background->setImageScaling(platform::ImageScaling::None);
     controls_.next->setAction(QStringLiteral("playNextTrackAt"));
@@ -182,7 +182,7 @@ void Deck::showTrack(const QString& path) {
                                                 : Image::imageNamed(side_.fallbackArtwork));
     showAlbumArtist();
     controls_.background->setImage(hasArtwork ? backdropOf(artwork, kArtworkBlurLevel)
-                                              : desktopBackdrop());
+                                              : backdropOf(desktopPicture(), kDesktopBlurLevel));
 }
 
 void Deck::showTitle(const QString& title) {

@@ -80,14 +80,13 @@ class Deck {
     QString shuffleKey() const { return QStringLiteral("Pairdeck%1ShuffleState").arg(name()); }
     QString repeatKey() const { return QStringLiteral("Pairdeck%1RepeatState").arg(name()); }
 
-    /// Begins to read the desktop's picture on another thread, for `desktopBackdrop`.
+    /// Begins to read the desktop's picture on another thread, for `desktopPicture`.
     static void readDesktopPictureAhead();
-    /// The desktop's picture as it stands, blurred, behind a deck without artwork; null when there
-    /// is none.
-    static platform::Image desktopBackdrop();
-    /// Dresses the controls that the interface file leaves plain and shows `backdrop` behind the
-    /// deck.
-    void dress(const platform::Image& backdrop);
+    /// The desktop's picture as it stands; null when there is none.
+    static platform::Image desktopPicture();
+    /// Dresses the controls that the interface file leaves plain and shows `desktopPicture`,
+    /// blurred, behind the deck; nothing for a picture that is none.
+    void dress(const platform::Image& desktopPicture);
     /// Takes the shuffle flag and the repeat state from the settings; what is stored there under
     /// another type, or out of range, counts as off.
     void restore();

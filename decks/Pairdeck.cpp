@@ -111,10 +111,9 @@ void Pairdeck::awakeFromNib() {
     // Less than a second, so that no second is skipped on the display.
     refreshTimer_ = platform::Timer::scheduledTimerWithTimeInterval(
         double{0.9F}, [this] { perSecondInfoRefresh(); }, true);
-    // Blurred once: both decks would make the same of the same picture.
-    const Image backdrop = Deck::desktopBackdrop();
+    const Image desktopPicture = Deck::desktopPicture();
     for (const auto& deck : decks_)
-        deck->dress(backdrop);
+        deck->dress(desktopPicture);
     dressCloseButtons();
     // The refresh looks at both decks, so both are restored before it.
     for (const auto& deck : decks_)
