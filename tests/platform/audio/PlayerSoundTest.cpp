@@ -121,12 +121,16 @@ TEST_F(PlayerSound, PlaybackSurvivesTheServersEnd) {
 }
 
 TEST_F(PlayerSound, ADeviceThatAppearsLaterIsPickedUp) {
-    SoundServer server;
-    const auto player = tonePlayer(440, 60, 0);
-    player->play();
-    ASSERT_TRUE(runEventsUntil([&] { return player->currentTime() > 0.3; }, 5));
-    server.start();
-    EXPECT_TRUE(isHeard(server, 440, 0));
+    for (const bool isMute : {false, true}) {
+        SoundServer server;
+        // One that takes connections and never answers is none.
+        if (isMute) server.startMute();
+        const auto player = tonePlayer(440, 60, 0);
+        player->play();
+        ASSERT_TRUE(runEventsUntil([&] { return player->currentTime() > 1; }, 20));
+        server.start();
+        EXPECT_TRUE(isHeard(server, 440, 0));
+    }
 }
 
 TEST_F(PlayerSound, TheSoundFollowsTheDefaultSink) {
@@ -177,31 +181,18 @@ TEST_F(PlayerSound, SongsGoOnAndEndWhileTheServerTakesNothing) {
         passed.start();
         end();
         double last = start;
-        double lead = 0;
-        double lag = 0;
+        double farthest = 0;
         for (int i = 0; i < 250; ++i) {
             runEvents(0.01);
             const double now = left->currentTime();
             EXPECT_GE(now, last);
             last = now;
             const double ahead = now - start - static_cast<double>(passed.nsecsElapsed()) * 1e-9;
-            lead = std::max(lead, ahead);
-            lag = std::max(lag, -ahead);
+            farthest = std::max(farthest, std::abs(ahead));
         }
-        EXPECT_LT(lead, 0.5);
-        EXPECT_LT(lag, 0.5);
+        EXPECT_LT(farthest, 0.5);
         EXPECT_TRUE(isHeard(server, 440, 1));
     }
-}
-
-TEST_F(PlayerSound, AServerThatNeverAnswersIsNotWaitedFor) {
-    SoundServer server;
-    server.startMute();
-    const auto player = tonePlayer(440, 60, 0);
-    player->play();
-    ASSERT_TRUE(runEventsUntil([&] { return player->currentTime() > 1; }, 20));
-    server.start();
-    EXPECT_TRUE(isHeard(server, 440, 0));
 }
 
 }  // namespace
