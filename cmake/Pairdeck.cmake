@@ -11,6 +11,8 @@ if(PAIRDECK_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${PAIRDECK_CCACHE})
 endif()
 
+option(PAIRDECK_PRECOMPILE "Read common headers once for each target, which halves a build" OFF)
+
 add_library(pairdeck_options INTERFACE)
 target_include_directories(pairdeck_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(
@@ -47,6 +49,13 @@ if(PAIRDECK_COVERAGE)
   target_link_options(pairdeck_options INTERFACE --coverage)
 endif()
 
+# precompile(name headers...): the common headers and these, where the build wants that.
+function(precompile name)
+  if(PAIRDECK_PRECOMPILE)
+    target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/Precompiled.h ${ARGN})
+  endif()
+endfunction()
+
 # pairdeck_room(name SOURCES ... LINKS ... PRIVATE_LINKS ...): one room of the house.
 function(pairdeck_room name)
   cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
@@ -57,6 +66,7 @@ function(pairdeck_room name)
     PRIVATE pairdeck_options ${ROOM_PRIVATE_LINKS})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
   add_dependencies(${name} rooms)
+  precompile(${name})
 endfunction()
 
 # pairdeck_test(name SOURCES ... LINKS ...): a room's unit tests, run offscreen by ctest.
@@ -64,6 +74,7 @@ function(pairdeck_test name)
   cmake_parse_arguments(TEST "" "" "SOURCES;LINKS;PROPERTIES" ${ARGN})
   add_executable(${name} ${TEST_SOURCES})
   target_link_libraries(${name} PRIVATE pairdeck_options ${TEST_LINKS} GTest::gmock)
+  precompile(${name} <gmock/gmock.h> <gtest/gtest.h>)
   if(PAIRDECK_SANITIZE)
     target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/sanitizers/Options.cpp)
     target_compile_definitions(
