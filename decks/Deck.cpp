@@ -79,12 +79,12 @@ Deck::Deck(const Side& side, const DeckControls& controls, platform::AudioPlayer
 Deck::~Deck() = default;
 
 void Deck::readDesktopPictureAhead() {
-    if (const auto path = desktopPicturePath()) Image::readAhead(*path);
+    if (const auto path = desktopPicturePath()) Image::readAhead(*path, kDesktopBlurLevel);
 }
 
 Image Deck::desktopPicture() {
     const auto path = desktopPicturePath();
-    return path ? Image::initWithContentsOfURL(*path) : Image();
+    return path ? Image::initWithContentsOfURL(*path, kDesktopBlurLevel) : Image();
 }
 
 void Deck::dress(const Image& desktopPicture) {

@@ -82,7 +82,7 @@ class Deck {
 
     /// Begins to read the desktop's picture on another thread, for `desktopPicture`.
     static void readDesktopPictureAhead();
-    /// The desktop's picture as it stands; null when there is none.
+    /// The desktop's picture as it stands, for a backdrop; null when there is none.
     static platform::Image desktopPicture();
     /// Dresses the controls that the interface file leaves plain and shows `desktopPicture`,
     /// blurred, behind the deck; nothing for a picture that is none.

@@ -15,8 +15,8 @@ constexpr double kBrightness = 0.7;
 // Bounds the pixels along a needle-shaped picture, which shows a few hundred points of its length.
 constexpr double kMaxSide = 1 << 14;
 
-// The part of the blurred axis that is left in view. The blur spreads an axis of `length` pixels by
-// `reach` at either end; enlarging the axis to where the spread one ends keeps the soft border
+// The part of the blurred axis that is left in view. The blur spreads an axis of `length` samples
+// by `reach` at either end; enlarging the axis to where the spread one ends keeps the soft border
 // outside.
 struct Span {
     double origin, extent;
@@ -43,11 +43,13 @@ platform::Image blurWithLevelAndSize(const platform::Image& image, double level,
                        std::isfinite(size.height());
     if (source.isNull() || !sized) return {};
     const double sigma = level > 0 && std::isfinite(level) ? level : 0;
+    // The level counts pixels of the picture, of which the bitmap may hold fewer.
+    const double reduction = image.reduction();
     // Where the Gaussian has all but vanished.
-    const double reach = std::ceil(3 * sigma);
+    const double reach = std::ceil(3 * sigma) / reduction;
     const Span across = spanInView(source.width(), reach);
     const Span down = spanInView(source.height(), reach);
-    platform::GaussianBlur blur(sigma);
+    platform::GaussianBlur blur(sigma / reduction);
     platform::Image backdrop(
         blur.blurredRegion(source, {across.origin, down.origin, across.extent, down.extent},
                            pixelSize(size), kBrightness));

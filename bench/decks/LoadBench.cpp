@@ -25,10 +25,11 @@ using platform::Image;
 namespace {
 
 constexpr int kRounds = 15;
+constexpr double kDesktopBlur = 150.0;  // pixels
 
 Image desktopPicture() {
     const auto path = platform::Workspace::sharedWorkspace().desktopImageURLForScreen();
-    return path ? Image::initWithContentsOfURL(*path) : Image();
+    return path ? Image::initWithContentsOfURL(*path, kDesktopBlur) : Image();
 }
 
 QByteArray artworkOf(const QString& path) {
@@ -77,7 +78,8 @@ void traceLoad(const std::string& name, const QString& path, bool hasArtwork) {
     step("decode_picture", [&] { hasArtwork ? Image::initWithData(artwork) : desktopPicture(); });
     const QSizeF size = picture.size();
     step("backdrop", [&] {
-        blurWithLevelAndSize(picture, hasArtwork ? 27.0 : 150.0, size * (575.0 / size.width()));
+        blurWithLevelAndSize(picture, hasArtwork ? 27.0 : kDesktopBlur,
+                             size * (575.0 / size.width()));
     });
 }
 

@@ -43,10 +43,6 @@ Transform transformToStandard(const Profile& profile, cmsUInt32Number pixels,
                                         INTENT_PERCEPTUAL, flags | cmsFLAGS_NOCACHE));
 }
 
-bool isStandard(const QByteArray& profile) {
-    return QColorSpace::fromIccProfile(profile) == QColorSpace(QColorSpace::SRgb);
-}
-
 void convert(const Transform& transform, const QImage& source, QImage& result) {
     uchar* const out = result.bits();
     parallelFor(source.height(), kThreads, [&](int y, int) {
@@ -57,8 +53,13 @@ void convert(const Transform& transform, const QImage& source, QImage& result) {
 
 }  // namespace
 
+bool areStandardColours(const QByteArray& profile) {
+    return profile.isEmpty() ||
+           QColorSpace::fromIccProfile(profile) == QColorSpace(QColorSpace::SRgb);
+}
+
 QImage inStandardColours(QImage image, const QByteArray& profile) {
-    if (image.isNull() || profile.isEmpty() || isStandard(profile)) return image;
+    if (image.isNull() || areStandardColours(profile)) return image;
     if (Profile gray = openedProfile(profile, cmsSigGrayData); gray && image.isGrayscale()) {
         const Transform transform = transformToStandard(gray, TYPE_GRAY_16, 0);
         const QImage source = image.convertToFormat(QImage::Format_Grayscale16);

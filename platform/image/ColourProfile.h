@@ -7,6 +7,10 @@
 
 namespace platform {
 
+/// Whether colours that `profile` (an ICC profile) describes are sRGB as they are: for sRGB's own
+/// profile and an empty one.
+bool areStandardColours(const QByteArray& profile);
+
 /// `image` with its colours, which `profile` (an ICC profile) describes, turned into sRGB. As it is
 /// when the profile is empty, sRGB's own, damaged or meant for other channels than the image's. In
 /// place where an image of four bytes per pixel is nobody else's.

@@ -18,15 +18,16 @@ namespace platform {
 
 namespace {
 
-QImage bitmapOfFile(const QString& path) {
+DecodedImage imageOfFile(const QString& path, double blur) {
     const auto data = dataWithContentsOfFile(path);
-    return data ? decodedImage(*data, Drawings::Decoded) : QImage();
+    return data ? decodedImage(*data, Drawings::Decoded, blur) : DecodedImage();
 }
 
 /// A file that is being read on another thread.
 struct ReadAhead {
     QString path;
-    std::future<QImage> bitmap;
+    double blur = 0;
+    std::future<DecodedImage> image;
 };
 
 ReadAhead& lastReadAhead() {
@@ -39,13 +40,14 @@ ReadAhead& lastReadAhead() {
 // Where the pixels come from. Only the logical size ever changes once it is loaded.
 class Image::Representation {
   public:
-    explicit Representation(const QImage& bitmap) : bitmap_(bitmap), size_(bitmap.size()) {}
+    explicit Representation(const DecodedImage& image) { take(image); }
     explicit Representation(std::shared_ptr<QSvgRenderer> drawing)
         : drawing_(std::move(drawing)), size_(drawing_->defaultSize()) {}
 
-    static std::shared_ptr<Representation> atPath(const QString& path) {
-        auto representation = std::make_shared<Representation>(QImage());
+    static std::shared_ptr<Representation> atPath(const QString& path, double blur) {
+        auto representation = std::make_shared<Representation>(DecodedImage());
         representation->path_ = path;
+        representation->blur_ = blur;
         return representation;
     }
 
@@ -53,9 +55,8 @@ class Image::Representation {
         if (path_.isNull()) return;
         // Whatever was read ahead is not kept for longer than this.
         ReadAhead ahead = std::exchange(lastReadAhead(), {});
-        const bool isRead = ahead.bitmap.valid() && ahead.path == path_;
-        bitmap_ = isRead ? ahead.bitmap.get() : bitmapOfFile(path_);
-        size_ = bitmap_.size();
+        const bool isRead = ahead.image.valid() && ahead.path == path_ && ahead.blur == blur_;
+        take(isRead ? ahead.image.get() : imageOfFile(path_, blur_));
         path_ = QString();
     }
 
@@ -64,6 +65,7 @@ class Image::Representation {
     void setSize(QSizeF size) { size_ = size; }
 
     QImage bitmap() const { return drawing_ ? rendered(drawing_->defaultSize()) : bitmap_; }
+    int reduction() const { return reduction_; }
 
     // The image at exactly that many pixels; drawn anew only when it isn't among the last few.
     QImage pixels(QSize size) {
@@ -83,6 +85,12 @@ class Image::Representation {
     }
 
   private:
+    void take(const DecodedImage& image) {
+        bitmap_ = image.bitmap;
+        size_ = bitmap_.isNull() ? QSize(0, 0) : image.size;
+        reduction_ = image.reduction;
+    }
+
     QImage rendered(QSize size) const {
         QImage image(size, QImage::Format_RGBA8888_Premultiplied);
         if (image.isNull()) return image;
@@ -93,7 +101,9 @@ class Image::Representation {
     }
 
     QString path_;
+    double blur_ = 0;
     QImage bitmap_;
+    int reduction_ = 1;
     std::shared_ptr<QSvgRenderer> drawing_;
     QSizeF size_;
     std::vector<QImage> cache_;
@@ -102,8 +112,8 @@ class Image::Representation {
 Image::Image() : Image(QImage()) {}
 
 Image::Image(const QImage& bitmap)
-    : Image(std::make_shared<Representation>(
-          bitmap.convertToFormat(QImage::Format_RGBA8888_Premultiplied))) {}
+    : Image(std::make_shared<Representation>(DecodedImage{
+          bitmap.convertToFormat(QImage::Format_RGBA8888_Premultiplied), bitmap.size(), 1})) {}
 
 Image::Image(std::shared_ptr<Representation> representation)
     : representation_(std::move(representation)) {}
@@ -121,25 +131,25 @@ Image Image::imageNamed(const QString& name) {
 }
 
 Image Image::initByReferencingURL(const QString& path) {
-    return Image(Representation::atPath(path));
+    return Image(Representation::atPath(path, 0));
 }
 
-void Image::readAhead(const QString& path) {
+void Image::readAhead(const QString& path, double blur) {
     try {
-        lastReadAhead() = {path, std::async(std::launch::async, bitmapOfFile, path)};
+        lastReadAhead() = {path, blur, std::async(std::launch::async, imageOfFile, path, blur)};
     } catch (const std::system_error&) {
         // No thread is to be had: it will be read when it is asked for.
     }
 }
 
-Image Image::initWithContentsOfURL(const QString& path) {
-    Image image = initByReferencingURL(path);
+Image Image::initWithContentsOfURL(const QString& path, double blur) {
+    Image image(Representation::atPath(path, blur));
     image.representation_->load();
     return image;
 }
 
 Image Image::initWithData(const QByteArray& data) {
-    return Image(decodedImage(data));
+    return Image(std::make_shared<Representation>(decodedImage(data)));
 }
 
 bool Image::isNull() const {
@@ -163,6 +173,11 @@ void Image::setSize(QSizeF size) {
 QImage Image::bitmap() const {
     representation_->load();
     return representation_->bitmap();
+}
+
+int Image::reduction() const {
+    representation_->load();
+    return representation_->reduction();
 }
 
 void Image::drawInRect(QPainter& painter, const QRectF& rect) const {

@@ -26,11 +26,12 @@ class Image {
     /// The image in the file at `path`, read when its size or pixels are first asked for; null when
     /// it then can't be read.
     static Image initByReferencingURL(const QString& path);
-    /// Begins to read the file at `path` on another thread, for the next image of that path by
-    /// reference, if that is the next one that is read. Main thread only.
-    static void readAhead(const QString& path);
-    /// The image in the file at `path`, read at once; null when it can't be.
-    static Image initWithContentsOfURL(const QString& path);
+    /// Begins to read the file at `path` on another thread, for the next image of that path and
+    /// blur, if that is the next one that is read. Main thread only.
+    static void readAhead(const QString& path, double blur = 0);
+    /// The image in the file at `path`, read at once; null when it can't be. Detail that a blur of
+    /// `blur` pixels will hide may be left out of its bitmap.
+    static Image initWithContentsOfURL(const QString& path, double blur = 0);
     /// The image encoded in `data`; null when it can't be decoded or is a drawing, which may name
     /// files to be read.
     static Image initWithData(const QByteArray& data);
@@ -40,9 +41,12 @@ class Image {
     QSizeF size() const;
     /// Shows the pixels stretched to `size` points from now on.
     void setSize(QSizeF size);
-    /// The pixels at their native size, premultiplied 8-bit RGBA
-    /// (QImage::Format_RGBA8888_Premultiplied), upright and in sRGB; null for no image.
+    /// The pixels, premultiplied 8-bit RGBA (QImage::Format_RGBA8888_Premultiplied), upright and in
+    /// sRGB; null for no image.
     QImage bitmap() const;
+    /// How many pixels of the picture each one of the bitmap stands for, along each side: 1, or 2,
+    /// 4 or 8 for a picture that came reduced.
+    int reduction() const;
     /// Draws the whole image, smoothly scaled to fill `rect`.
     void drawInRect(QPainter& painter, const QRectF& rect) const;
 

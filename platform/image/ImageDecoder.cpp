@@ -88,19 +88,20 @@ QImage premultiplied(QImage image) {
     return image;
 }
 
-QImage decodedImage(const QByteArray& data, Drawings drawings) {
-    if (isJpeg(data)) return decodedJpeg(data);
+DecodedImage decodedImage(const QByteArray& data, Drawings drawings, double blur) {
+    if (isJpeg(data)) return decodedJpeg(data, blur);
     if (data.size() > kMaxEncodedBytes) return {};
     QImage image = decodedByReader(data);
     // Last, as a picture's own metadata may hold what looks like a drawing.
     if (image.isNull() && drawings == Drawings::Decoded && mayBeDrawing(data))
         image = decodedDrawing(data);
-    if (image.isNull()) return image;
+    if (image.isNull()) return {};
     const QByteArray profile = image.colorSpace().iccProfile();
     image = inStandardColours(std::move(image), profile);
     image.setColorSpace(QColorSpace());
     image.setDevicePixelRatio(1);
-    return premultiplied(std::move(image));
+    image = premultiplied(std::move(image));
+    return {image, image.size(), 1};
 }
 
 }  // namespace platform

@@ -25,10 +25,20 @@ QImage premultiplied(QImage image);
 /// for pictures that the user has chosen, not for those that a music file brings along.
 enum class Drawings { Refused, Decoded };
 
-/// The picture encoded in `data` (JPEG, PNG, WebP, GIF, BMP, TIFF or SVG; the first one of several)
-/// upright, in sRGB, as QImage::Format_RGBA8888_Premultiplied. Null when it is none of these, can't
-/// be decoded or declares a size that is refused, which is found before any memory is asked for.
-/// A JPEG of more pixels than ordinary pictures have comes at half, a quarter or an eighth of them.
-QImage decodedImage(const QByteArray& data, Drawings drawings = Drawings::Refused);
+/// A picture's pixels, upright, in sRGB, as QImage::Format_RGBA8888_Premultiplied, and how many it
+/// has in the file, where each may have been the mean of `reduction` by `reduction`.
+struct DecodedImage {
+    QImage bitmap;
+    QSize size;
+    int reduction = 1;  ///< 1, 2, 4 or 8
+};
+
+/// The picture encoded in `data` (JPEG, PNG, WebP, GIF, BMP, TIFF or SVG; the first one of
+/// several). Null when it is none of these, can't be decoded or declares a size that is refused,
+/// which is found before any memory is asked for. A JPEG of more pixels than ordinary pictures have
+/// comes at half, a quarter or an eighth of them along each side, and so does any whose detail a
+/// blur of `blur` pixels will hide, where that saves work.
+DecodedImage decodedImage(const QByteArray& data, Drawings drawings = Drawings::Refused,
+                          double blur = 0);
 
 }  // namespace platform

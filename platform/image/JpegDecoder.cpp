@@ -2,7 +2,6 @@
 
 #include "platform/image/ColourProfile.h"
 #include "platform/image/Exif.h"
-#include "platform/image/ImageDecoder.h"
 #include "platform/image/JpegPlan.h"
 #include "platform/image/LargeBuffer.h"
 
@@ -63,6 +62,16 @@ Metadata metadataOf(const QByteArray& data) {
     return metadata;
 }
 
+// How far a picture that will be blurred by that many pixels may be reduced. A reduced pixel is the
+// mean of those it stands for, a box whose width is nothing beside what is left of the blur.
+int reductionForBlur(double blur) {
+    constexpr double kLeastBlur = 32;
+    int reduction = 1;
+    while (reduction < 8 && blur / (2 * reduction) >= kLeastBlur)
+        reduction *= 2;
+    return reduction;
+}
+
 struct DestroyDecoder {
     void operator()(void* decoder) const { tjDestroy(decoder); }
 };
@@ -73,8 +82,8 @@ bool isJpeg(const QByteArray& data) {
     return data.startsWith("\xFF\xD8\xFF");
 }
 
-QImage decodedJpeg(const QByteArray& data) {
-    const std::optional<JpegPlan> plan = jpegPlan(data);
+DecodedImage decodedJpeg(const QByteArray& data, double blur) {
+    std::optional<JpegPlan> plan = jpegPlan(data);
     const std::unique_ptr<void, DestroyDecoder> decoder(tjInitDecompress());
     if (!plan || !decoder) return {};
     const auto* const bytes = reinterpret_cast<const uchar*>(data.constData());
@@ -86,11 +95,16 @@ QImage decodedJpeg(const QByteArray& data) {
     if (tjDecompressHeader3(decoder.get(), bytes, length, &width, &height, &subsampling, &space) <
         0)
         return {};
+    const QSize size(width, height);
+    const bool cmyk = space == TJCS_CMYK || space == TJCS_YCCK;
+    const Metadata metadata = metadataOf(data);
+    // Colours that are still to be converted have no mean before that.
+    if (!cmyk && areStandardColours(metadata.profile))
+        plan->reduction = std::max(plan->reduction, reductionForBlur(blur));
     const tjscalingfactor scale = {1, plan->reduction};
     width = TJSCALED(width, scale);
     height = TJSCALED(height, scale);
     if (std::max(width, height) > kMaxDecodedSide) return {};
-    const bool cmyk = space == TJCS_CMYK || space == TJCS_YCCK;
     QImage image = largeBitmap(
         {width, height}, cmyk ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_RGBX8888);
     if (image.isNull()) return {};
@@ -101,12 +115,13 @@ QImage decodedJpeg(const QByteArray& data) {
         tjGetErrorCode(decoder.get()) != TJERR_WARNING)
         return {};
 
-    const Metadata metadata = metadataOf(data);
     if (cmyk)
         convertCmykToRgba(image.bits(), width, height, metadata.adobe, metadata.profile);
     else
         image = inStandardColours(std::move(image), metadata.profile);
-    return uprightImage(premultiplied(std::move(image)), metadata.orientation);
+    constexpr int kFirstOnItsSide = 5;
+    return {uprightImage(premultiplied(std::move(image)), metadata.orientation),
+            metadata.orientation < kFirstOnItsSide ? size : size.transposed(), plan->reduction};
 }
 
 }  // namespace platform

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/image/ImageDecoder.h"
+
 #include <QByteArray>
-#include <QImage>
 
 namespace platform {
 
@@ -10,6 +11,6 @@ bool isJpeg(const QByteArray& data);
 
 /// The JPEG picture in `data`, as decodedImage gives it. A file that breaks off is decoded as far
 /// as it goes.
-QImage decodedJpeg(const QByteArray& data);
+DecodedImage decodedJpeg(const QByteArray& data, double blur);
 
 }  // namespace platform

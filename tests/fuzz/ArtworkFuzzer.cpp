@@ -29,7 +29,7 @@ void readProfile(const QByteArray& profile) {
 }
 
 void decodeAndBlur(const QByteArray& data) {
-    const QImage image = platform::decodedImage(data, platform::Drawings::Decoded);
+    const QImage image = platform::decodedImage(data, platform::Drawings::Decoded).bitmap;
     if (image.isNull()) return;
     if (image.format() != QImage::Format_RGBA8888_Premultiplied) std::abort();
     // Each of them works in another way.

@@ -1,6 +1,9 @@
 #include "presentation/BlurredBackdrop.h"
 #include "tests/platform/image/ReferenceBlur.h"
 
+#include <QColorSpace>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -57,6 +60,32 @@ TEST(BlurredBackdrop, ShowsTheBlurZoomedAboutItsCentre) {
             EXPECT_LE(error, 1.0) << "level " << level;
         }
     }
+}
+
+TEST(BlurredBackdrop, LeavesOutWhatItHides) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("wallpaper.jpg"));
+    const QSizeF size(575, 331);
+    QImage source = pictureOf(Subject::Noise, {1203, 693}).convertToFormat(QImage::Format_RGB32);
+    ASSERT_TRUE(source.save(path, "jpg", 95));
+    const Image whole = Image::initWithContentsOfURL(path);
+    const Image reduced = Image::initWithContentsOfURL(path, 150);
+    EXPECT_EQ(whole.reduction(), 1);
+    EXPECT_EQ(reduced.reduction(), 4);
+    EXPECT_EQ(reduced.size(), whole.size());
+    const QImage expected = blurWithLevelAndSize(whole, 150, size).bitmap();
+    const QImage backdrop = blurWithLevelAndSize(reduced, 150, size).bitmap();
+    int error = 0;
+    for (int y = 0; y < expected.height(); ++y) {
+        for (int i = 0; i < expected.width() * 4; ++i)
+            error = std::max(error,
+                             std::abs(backdrop.constScanLine(y)[i] - expected.constScanLine(y)[i]));
+    }
+    EXPECT_LE(error, 1);
+    // The mean of colours depends on what they are measured by.
+    source.setColorSpace(QColorSpace::AdobeRgb);
+    ASSERT_TRUE(source.save(path, "jpg", 95));
+    EXPECT_EQ(Image::initWithContentsOfURL(path, 150).reduction(), 1);
 }
 
 TEST(BlurredBackdrop, TakesTheSizeAskedFor) {
