@@ -2,9 +2,8 @@
 
 Usage: restless.py PROGRAM FOLDER [unittest argument]..., in the session that scripts/session
 starts. FOLDER receives a screenshot when it fails. The environment's PAIRDECK_MINUTES makes it
-longer; from the second minute on, something of the machine fails in each: the sound server hangs
-or its sink is suspended, the default sink goes or comes, the program itself is stopped, a folder
-goes or comes. PAIRDECK_SEED gives other commands. What the program holds is printed each minute.
+longer; from the second minute on, the default sink and a folder come and go in each, and the sound
+server hangs, its sink is suspended or the program itself is stopped for a minute. PAIRDECK_SEED gives other commands. What the program holds is printed each minute.
 """
 
 import contextlib
@@ -125,31 +124,26 @@ class Restless(Scene):
             return subprocess.run(["pactl", *words], check=True, capture_output=True, text=True).stdout
 
         gone = self.folder / "gone"
-        match number % 5:
+        module = pactl("load-module", "module-null-sink", "sink_name=other", "rate=44100")
+        pactl("set-default-sink", "other")
+        (self.folder / "Left").rename(gone)
+        press("F5")
+        match number % 3:
             case 0:
                 with hanging_server():
                     yield
             case 1:
-                module = pactl("load-module", "module-null-sink", "sink_name=other", "rate=44100")
-                pactl("set-default-sink", "other")
+                pactl("suspend-sink", "other", "1")
                 yield
-                # Gone under the program, which is moved to the one that is left.
-                pactl("unload-module", module.strip())
             case 2:
-                pactl("suspend-sink", "decks", "1")
-                yield
-                pactl("suspend-sink", "decks", "0")
-            case 3:
                 os.kill(self.pid, signal.SIGSTOP)
-                time.sleep(40)
+                time.sleep(60)
                 os.kill(self.pid, signal.SIGCONT)
                 yield
-            case 4:
-                (self.folder / "Left").rename(gone)
-                press("F5")
-                yield
-                gone.rename(self.folder / "Left")
-                press("F5")
+        gone.rename(self.folder / "Left")
+        press("F5")
+        # Gone under the program, which is moved to the one that is left.
+        pactl("unload-module", module.strip())
 
     def test_nothing_grows(self):
         print(f"seed {SEED}", file=sys.stderr)
