@@ -30,18 +30,22 @@ uint32_t deviceRate(cubeb* context) {
 
 }  // namespace
 
-std::unique_ptr<DeviceStream> DeviceStream::open(Mixer& mixer, Floor& floor, Floor::Speaker speaker,
-                                                 const std::optional<std::string>& backend,
-                                                 DeviceReport& report) {
-    std::unique_ptr<DeviceStream> opened(new DeviceStream(mixer, floor, speaker, report));
+DeviceStream::ContextPointer DeviceStream::contextFor(const std::optional<std::string>& backend) {
     const QByteArray name = QCoreApplication::applicationName().toUtf8();
     cubeb* context = nullptr;
     if (cubeb_init(&context, name.constData(), backend ? backend->c_str() : nullptr) != CUBEB_OK)
         return nullptr;
-    opened->context_.reset(context);
+    ContextPointer opened(context);
     // The library falls back to another backend silently.
-    if (backend && opened->backend() != *backend) return nullptr;
-    return opened->openStream() ? std::move(opened) : nullptr;
+    return !backend || cubeb_get_backend_id(context) == *backend ? std::move(opened) : nullptr;
+}
+
+std::unique_ptr<DeviceStream> DeviceStream::open(Mixer& mixer, Floor& floor, Floor::Speaker speaker,
+                                                 const std::optional<std::string>& backend,
+                                                 DeviceReport& report) {
+    std::unique_ptr<DeviceStream> opened(new DeviceStream(mixer, floor, speaker, report));
+    opened->context_ = contextFor(backend);
+    return opened->context_ && opened->openStream() ? std::move(opened) : nullptr;
 }
 
 DeviceStream::~DeviceStream() {
@@ -86,19 +90,6 @@ void DeviceStream::stop() {
     running_ = false;
 }
 
-std::optional<int> DeviceStream::rateOf(const std::string& device) const {
-    cubeb_device_collection all = {};
-    if (cubeb_enumerate_devices(context_.get(), CUBEB_DEVICE_TYPE_OUTPUT, &all) != CUBEB_OK)
-        return std::nullopt;
-    std::optional<int> rate;
-    for (size_t i = 0; i < all.count; ++i) {
-        const cubeb_device_info& info = all.device[i];
-        if (info.device_id && device == info.device_id) rate = static_cast<int>(info.default_rate);
-    }
-    cubeb_device_collection_destroy(context_.get(), &all);
-    return rate;
-}
-
 bool DeviceStream::isOutdated() {
     cubeb_device* device = nullptr;
     if (cubeb_stream_get_current_device(stream_.get(), &device) != CUBEB_OK) return false;
@@ -106,7 +97,11 @@ bool DeviceStream::isOutdated() {
     cubeb_stream_device_destroy(stream_.get(), device);
     const bool moved = !device_.empty() && name != device_;
     device_ = name;
-    return moved && rateOf(name).value_or(rate_) != rate_;
+    // Asked as the next stream will ask. The library's list of devices ends the program where the
+    // server hangs before it answers.
+    ContextPointer context;
+    if (moved) context = contextFor(backend());
+    return context && deviceRate(context.get()) != static_cast<uint32_t>(rate_);
 }
 
 void DeviceStream::measureLatency() {

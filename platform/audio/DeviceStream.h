@@ -37,8 +37,8 @@ class DeviceStream {
 
     /// False once the device or the server has gone; the stream is then of no more use.
     bool isAlive() const { return !failed_.load(std::memory_order_acquire); }
-    /// True when the sound system has moved the stream to a device of another rate since it was
-    /// last asked.
+    /// True when the sound system has moved the stream since it was last asked, and the default
+    /// device has another rate than the stream.
     bool isOutdated();
     std::string backend() const { return cubeb_get_backend_id(context_.get()); }
     /// Reports how far behind its blocks the listener is.
@@ -52,10 +52,12 @@ class DeviceStream {
         void operator()(cubeb_stream* stream) const { cubeb_stream_destroy(stream); }
     };
 
+    using ContextPointer = std::unique_ptr<cubeb, Deleter>;
+    static ContextPointer contextFor(const std::optional<std::string>& backend);
+
     DeviceStream(Mixer& mixer, Floor& floor, Floor::Speaker speaker, DeviceReport& report)
         : mixer_(mixer), floor_(floor), speaker_(speaker), report_(report) {}
     bool openStream();
-    std::optional<int> rateOf(const std::string& device) const;
     void render(float* out, size_t frames);
     static long dataWanted(cubeb_stream* stream, void* self, const void* in, void* out,
                            long frames);
@@ -67,7 +69,7 @@ class DeviceStream {
     DeviceReport& report_;
     Pacer pacer_;   // the callback's own
     int rate_ = 0;  // frames per second
-    std::unique_ptr<cubeb, Deleter> context_;
+    ContextPointer context_;
     std::unique_ptr<cubeb_stream, Deleter> stream_;
     std::string device_;  // that it was last seen on; empty before
     bool running_ = false;
