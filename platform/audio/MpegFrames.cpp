@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 
 namespace platform::audio {
@@ -32,9 +33,17 @@ struct FrameHeader {
     int rate;
     int channels;
     int samples;
-    int size;
+    int size;      // of a free frame, its padding alone
     bool lowRate;  // MPEG 2 or 2.5
+    bool isFree;
 };
+
+/// Bytes of a layer III frame's header, check sum and side information.
+qsizetype layer3Head(const FrameHeader& header) {
+    const bool mono = header.channels == 1;
+    const qsizetype checked = (header.bits & 0x10000) ? 0 : 2;
+    return kHeaderSize + checked + (header.lowRate ? (mono ? 9 : 17) : (mono ? 17 : 32));
+}
 
 std::optional<FrameHeader> parseHeader(uint32_t bits) {
     static constexpr std::array<std::array<std::array<int, 16>, 3>, 2> kKilobits = {{
@@ -61,7 +70,9 @@ std::optional<FrameHeader> parseHeader(uint32_t bits) {
     header.channels = (bits >> 6 & 3) == 3 ? 1 : 2;
     const int bitrate =
         kKilobits[header.lowRate][static_cast<size_t>(header.layer - 1)][bitrateIndex] * 1000;
-    if (bitrate == 0) return std::nullopt;
+    // Free format: the size is the same for all frames, and told by none.
+    header.isFree = bitrateIndex == 0 && layerCode == 1;
+    if (bitrate == 0 && !header.isFree) return std::nullopt;
     const int padding = static_cast<int>(bits >> 9 & 1);
     if (header.layer == 1) {
         header.samples = 384;
@@ -84,30 +95,38 @@ class MpegFrameWalk {
              tag = id3v2HeaderAt(file, tag->next))
             position_ = tag->next;
         end_ = trailingTags(file, position_).begin;
+        tagsEnd_ = position_;
+        const auto zeros = bytes_.first(std::max(end_, position_)).sliced(position_);
+        position_ +=
+            std::find_if(zeros.begin(), zeros.end(), [](char c) { return c != 0; }) - zeros.begin();
     }
 
-    QByteArrayView leadingTags() const { return bytes_.first(position_); }
+    QByteArrayView leadingTags() const { return bytes_.first(tagsEnd_); }
 
     /// Goes to the first frame; false when there is none.
     bool start() {
         const qsizetype limit = std::min(end_, position_ + kSearchLimit);
-        const auto found = find(position_, limit, [this](qsizetype at) { return isRun(at); });
+        const auto found =
+            find(position_, limit, [this](qsizetype at) { return isRun(at) || isFreeRun(at); });
         if (!found) return false;
         position_ = *found;
-        first_ = *headerAt(position_);
+        stream_ = *headerAt(position_);
         return true;
     }
 
-    const FrameHeader& first() const { return first_; }
+    /// What all frames have in common since the last that had not.
+    const FrameHeader& stream() const { return stream_; }
 
     /// The next whole frame's place and size, looking past what is no frame; absent at the end.
     std::optional<std::pair<qsizetype, FrameHeader>> next() {
         auto header = headerAt(position_);
         if (!header || !sameStream(*header)) {
-            const auto found = find(position_, end_, [this](qsizetype at) { return isPair(at); });
+            const auto found = find(
+                position_, end_, [this](qsizetype at) { return isPair(at) || startsAnother(at); });
             if (!found) return std::nullopt;
             position_ = *found;
             header = headerAt(position_);
+            stream_ = *header;
         }
         if (header->size > end_ - position_) return std::nullopt;
         const qsizetype at = position_;
@@ -118,11 +137,36 @@ class MpegFrameWalk {
   private:
     std::optional<FrameHeader> headerAt(qsizetype at) const {
         if (at + kHeaderSize > end_) return std::nullopt;
-        return parseHeader(static_cast<uint32_t>(bigEndian(bytes_.sliced(at, kHeaderSize))));
+        auto header = parseHeader(static_cast<uint32_t>(bigEndian(bytes_.sliced(at, kHeaderSize))));
+        if (!header || header->isFree != (freeSize_ > 0)) return std::nullopt;
+        header->size += freeSize_;
+        return header;
     }
 
     bool sameStream(const FrameHeader& header) const {
-        return (header.bits & kSameStreamMask) == (first_.bits & kSameStreamMask);
+        return (header.bits & kSameStreamMask) == (stream_.bits & kSameStreamMask);
+    }
+
+    /// Whether free frames begin here; their size is then known.
+    bool isFreeRun(qsizetype at) {
+        // LAME goes up to 640 kbit/s, which at 8 kHz are so many bytes.
+        constexpr qsizetype kLargest = 5760;
+        const auto bitsAt = [this](qsizetype place) {
+            return static_cast<uint32_t>(bigEndian(bytes_.sliced(place, kHeaderSize)));
+        };
+        const auto header = parseHeader(bitsAt(at));
+        if (!header || !header->isFree) return false;
+        const qsizetype last = std::min(at + kLargest, end_ - kHeaderSize);
+        for (qsizetype next = at + layer3Head(*header); next <= last; ++next) {
+            const auto second = parseHeader(bitsAt(next));
+            if (!second || !second->isFree ||
+                (second->bits & kSameStreamMask) != (header->bits & kSameStreamMask))
+                continue;
+            freeSize_ = static_cast<int>(next - at) - header->size;
+            if (isRun(at)) return true;
+            freeSize_ = 0;
+        }
+        return false;
     }
 
     bool isRun(qsizetype at) const {
@@ -136,6 +180,12 @@ class MpegFrameWalk {
             at += header->size;
         }
         return false;
+    }
+
+    /// Whether another song begins here, joined to this one.
+    bool startsAnother(qsizetype at) const {
+        const auto header = headerAt(at);
+        return header && header->layer == stream_.layer && isRun(at);
     }
 
     bool isPair(qsizetype at) const {
@@ -159,9 +209,11 @@ class MpegFrameWalk {
     }
 
     QByteArrayView bytes_;
+    qsizetype tagsEnd_ = 0;
     qsizetype position_ = 0;
     qsizetype end_ = 0;
-    FrameHeader first_ = {};
+    FrameHeader stream_ = {};
+    int freeSize_ = 0;  // of a free frame without padding; 0 where the frames tell theirs
 };
 
 /// What the tag in a song's first frame says.
@@ -174,10 +226,8 @@ struct HeaderTag {
 // The Xing tag with LAME's extension: http://gabriel.mp3-tech.org/mp3infotag.html
 std::optional<HeaderTag> readHeaderTag(QByteArrayView frame, const FrameHeader& header) {
     if (header.layer != 3) return std::nullopt;
-    const bool mono = header.channels == 1;
-    const qsizetype sideInfo = header.lowRate ? (mono ? 9 : 17) : (mono ? 17 : 32);
     if (frame.size() >= 40 && frame.sliced(36).startsWith("VBRI")) return HeaderTag();
-    qsizetype at = kHeaderSize + sideInfo;
+    qsizetype at = layer3Head(header) - ((header.bits & 0x10000) ? 0 : 2);
     if (frame.size() < at + 8) return std::nullopt;
     if (!frame.sliced(at).startsWith("Xing") && !frame.sliced(at).startsWith("Info"))
         return std::nullopt;
@@ -200,9 +250,37 @@ std::optional<HeaderTag> readHeaderTag(QByteArrayView frame, const FrameHeader& 
     return tag;
 }
 
-void trim(MpegFrames& frames, const HeaderTag& tag, QByteArrayView leadingTags) {
+/// Puts the data of layer III frames together with what they take from those before.
+class Units {
+  public:
+    /// The next frame's unit in `into`; absent where those before are missing.
+    std::optional<Packet> add(QByteArrayView frame, const FrameHeader& header, QByteArray& into) {
+        const qsizetype head = layer3Head(header);
+        if (frame.size() < head) return std::nullopt;
+        const QByteArrayView side = frame.sliced(kHeaderSize + ((header.bits & 0x10000) ? 0 : 2));
+        const auto behind = static_cast<qsizetype>(header.lowRate ? bigEndian(side.first(1))
+                                                                  : bigEndian(side.first(2)) >> 7);
+        const bool whole = behind <= reservoir_.size();
+        const qsizetype offset = into.size();
+        if (whole) {
+            into.append(frame.first(head));
+            into.append(QByteArrayView(reservoir_).last(behind));
+            into.append(frame.sliced(head));
+        }
+        constexpr qsizetype kFarthest = 511;
+        reservoir_.append(frame.sliced(head));
+        reservoir_.remove(0, std::max<qsizetype>(0, reservoir_.size() - kFarthest));
+        if (!whole) return std::nullopt;
+        return Packet{offset, 0, static_cast<int32_t>(into.size() - offset)};
+    }
+
+  private:
+    QByteArray reservoir_;
+};
+
+/// The frames in all decode to `decoded` samples.
+void trim(MpegFrames& frames, const HeaderTag& tag, int64_t decoded, QByteArrayView leadingTags) {
     const auto count = static_cast<int64_t>(frames.packets.size());
-    const int64_t decoded = count * frames.samplesPerFrame;
     std::optional<int64_t> length;
     if (tag.delay) {
         frames.skip = *tag.delay + kDecoderDelay;
@@ -224,27 +302,32 @@ std::optional<MpegFrames> readMpegFrames(const QByteArray& bytes) {
     const QByteArrayView leadingTags = walk.leadingTags();
     if (!walk.start()) return std::nullopt;
     MpegFrames frames;
-    frames.layer = walk.first().layer;
-    frames.rate = walk.first().rate;
-    frames.channels = walk.first().channels;
-    frames.samplesPerFrame = walk.first().samples;
+    const FrameHeader first = walk.stream();
+    frames.layer = first.layer;
+    frames.rate = first.rate;
+    frames.channels = first.channels;
     HeaderTag tag;
+    Units units;
     bool isFirst = true;
-    frames.packets.reserve(static_cast<size_t>(bytes.size() / walk.first().size) + 1);
+    double decoded = 0;
+    frames.packets.reserve(static_cast<size_t>(bytes.size() / first.size) + 1);
     while (const auto frame = walk.next()) {
         const auto& [at, header] = *frame;
+        const QByteArrayView content = QByteArrayView(bytes).sliced(at, header.size);
         if (std::exchange(isFirst, false)) {
-            if (const auto found =
-                    readHeaderTag(QByteArrayView(bytes).sliced(at, header.size), header)) {
+            if (const auto found = readHeaderTag(content, header)) {
                 tag = *found;
                 continue;
             }
         }
-        const auto index = static_cast<int64_t>(frames.packets.size());
-        frames.packets.push_back({at, index * frames.samplesPerFrame, header.size});
+        std::optional<Packet> packet = Packet{at, 0, header.size};
+        if (first.isFree) packet = units.add(content, header, frames.units);
+        const int64_t start = std::llround(decoded);
+        decoded += static_cast<double>(header.samples) * first.rate / header.rate;
+        if (packet) frames.packets.push_back({packet->offset, start, packet->size});
     }
     if (frames.packets.empty()) return std::nullopt;
-    trim(frames, tag, leadingTags);
+    trim(frames, tag, std::llround(decoded), leadingTags);
     return frames;
 }
 

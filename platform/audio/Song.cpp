@@ -5,11 +5,14 @@
 #include "platform/audio/Mp4Edits.h"
 #include "platform/audio/MpegFrames.h"
 #include "platform/audio/PacketDecoder.h"
+#include "platform/containers/Id3v2Header.h"
 #include "platform/containers/Mp4Boxes.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <tuple>
+#include <utility>
 
 namespace platform::audio {
 
@@ -28,7 +31,7 @@ Container containerOf(const QByteArray& bytes) {
 }
 
 /// Bounds what a stranger's container may be taken for.
-constexpr const char* kProbedFormats = "aac,aiff,caf,flac,mov,mp3,ogg,wav";
+constexpr const char* kProbedFormats = "aac,aiff,caf,flac,loas,mov,mp3,ogg,wav";
 constexpr int64_t kProbeSize = int64_t{256} << 10;
 
 FormatContextPointer openContainer(MemoryReader& reader, const char* format) {
@@ -89,12 +92,13 @@ std::shared_ptr<const Song> openMpegAudio(const QByteArray& bytes) {
     auto frames = readMpegFrames(bytes);
     if (!frames) return nullptr;
     auto song = std::make_shared<Song>();
-    song->bytes = bytes;
+    const bool inUnits = !frames->units.isEmpty();
+    song->bytes = inUnits ? std::move(frames->units) : bytes;
     song->codec.reset(avcodec_parameters_alloc());
     if (!song->codec) return nullptr;
     constexpr AVCodecID kCodecs[] = {AV_CODEC_ID_MP1, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3};
     song->codec->codec_type = AVMEDIA_TYPE_AUDIO;
-    song->codec->codec_id = kCodecs[frames->layer - 1];
+    song->codec->codec_id = inUnits ? AV_CODEC_ID_MP3ADU : kCodecs[frames->layer - 1];
     song->codec->sample_rate = frames->rate;
     av_channel_layout_default(&song->codec->ch_layout, frames->channels);
     song->packets = std::move(frames->packets);
@@ -105,23 +109,25 @@ std::shared_ptr<const Song> openMpegAudio(const QByteArray& bytes) {
     return song;
 }
 
-/// The packets of a container whose table lists them all.
-std::vector<Packet> listedPackets(AVStream& stream, qsizetype fileSize) {
+/// The packets of a container whose table lists them all, which begins at `base`.
+std::vector<Packet> listedPackets(AVStream& stream, qsizetype base, qsizetype fileSize) {
     std::vector<Packet> packets;
     const int count = avformat_index_get_entries_count(&stream);
     packets.reserve(static_cast<size_t>(std::max(count, 0)));
     for (int i = 0; i < count; ++i) {
         const AVIndexEntry& entry = *avformat_index_get_entry(&stream, i);
         // A truncated file has lost the packets past its end.
-        if (entry.pos < 0 || entry.size <= 0 || entry.pos > fileSize - entry.size) continue;
-        packets.push_back({entry.pos, bounded(entry.timestamp), entry.size});
+        if (entry.pos < 0 || entry.size <= 0 || entry.pos > fileSize - base - entry.size) continue;
+        packets.push_back({base + entry.pos, bounded(entry.timestamp), entry.size});
     }
     return packets;
 }
 
-/// The packets of any other container, read through once and laid end to end in `bytes`.
-std::vector<Packet> collectedPackets(AVFormatContext& container, const AVStream& stream,
-                                     qsizetype fileSize, QByteArray& bytes) {
+/// The packets of any other container, read through once and laid end to end in `bytes`, and
+/// where the last of them ends; where it starts if no container says.
+std::pair<std::vector<Packet>, int64_t> collectedPackets(AVFormatContext& container,
+                                                         const AVStream& stream, qsizetype fileSize,
+                                                         QByteArray& bytes) {
     std::vector<Packet> packets;
     const PacketPointer packet(av_packet_alloc());
     int64_t next = 0;
@@ -135,7 +141,20 @@ std::vector<Packet> collectedPackets(AVFormatContext& container, const AVStream&
         }
         av_packet_unref(packet.get());
     }
-    return packets;
+    return {std::move(packets), next};
+}
+
+/// How many samples the song's last packet decodes to; `otherwise` where it does not decode.
+int samplesAtTheEnd(const Song& song, int otherwise) {
+    constexpr size_t kPreroll = 4;
+    PacketDecoder decoder(*song.codec);
+    int samples = 0;
+    const size_t count = song.packets.size();
+    for (size_t i = count - std::min(count, kPreroll); decoder.isOpen() && i < count; ++i) {
+        const AVFrame* frame = decoder.decode(song, i);
+        samples = frame ? formatOf(*frame).samples : 0;
+    }
+    return samples > 0 ? samples : otherwise;
 }
 
 /// Puts the packets' times on the scale of decoded samples, counted from 0 and rising.
@@ -175,7 +194,10 @@ void trimMp4(Song& song, const Mp4Edits& edits, QByteArrayView movie, int64_t de
     song.length = length && *length > 0 ? std::min(*length, available) : available;
 }
 
-std::shared_ptr<const Song> openWithLibrary(const QByteArray& bytes, const char* format) {
+/// What the file holds from `base` on.
+std::shared_ptr<const Song> openWithLibrary(const QByteArray& file, qsizetype base,
+                                            const char* format) {
+    const auto bytes = QByteArray::fromRawData(file.constData() + base, file.size() - base);
     // Whatever it is taken for: an MP4 file can begin with any box.
     if (!readMp4Edits(bytes, 0).plausible) return nullptr;
     MemoryReader reader(bytes);
@@ -189,11 +211,13 @@ std::shared_ptr<const Song> openWithLibrary(const QByteArray& bytes, const char*
     const Mp4Edits edits =
         isMp4 ? readMp4Edits(bytes, static_cast<uint32_t>(stream->id)) : Mp4Edits();
     auto song = std::make_shared<Song>();
+    int64_t end = 0;
     if (isMp4 && !edits.fragmented) {
-        song->packets = listedPackets(*stream, bytes.size());
-        song->bytes = bytes;
+        song->packets = listedPackets(*stream, base, file.size());
+        song->bytes = file;
     } else {
-        song->packets = collectedPackets(*container, *stream, bytes.size(), song->bytes);
+        std::tie(song->packets, end) =
+            collectedPackets(*container, *stream, bytes.size(), song->bytes);
     }
     song->codec = copyOf(*stream->codecpar);
     if (song->packets.empty() || !song->codec) return nullptr;
@@ -202,13 +226,32 @@ std::shared_ptr<const Song> openWithLibrary(const QByteArray& bytes, const char*
     song->rate = sound->rate;
     const AVRational unit = stream->time_base;
     const int64_t timescale = std::max<int64_t>(1, unit.den / std::max(1, unit.num));
+    const int64_t first = song->packets.front().start;
+    const int64_t lastLength = end - song->packets.back().start;
     rescaleTimes(*song, timescale);
-    const int64_t lastEnd = song->packets.back().start + sound->samples;
-    const int64_t told =
-        stream->duration > 0 ? samplesOf(stream->duration, sound->rate, timescale) : lastEnd;
+    // Ogg counts from the song's first sample, so that what precedes it has negative times.
+    if (!isMp4 && first < 0) song->skip = samplesOf(-first, song->rate, timescale);
+    int64_t last = sound->samples;
+    if (!isMp4)
+        last = lastLength > 0 ? samplesOf(lastLength, song->rate, timescale)
+                              : samplesAtTheEnd(*song, sound->samples);
+    const int64_t lastEnd = song->packets.back().start + last;
+    const int64_t told = stream->duration > 0
+                             ? song->skip + samplesOf(stream->duration, sound->rate, timescale)
+                             : lastEnd;
     const int64_t decoded = std::min(lastEnd, std::max(told, song->packets.back().start + 1));
     trimMp4(*song, edits, isMp4 ? mp4MovieBox(bytes) : QByteArrayView(), decoded, sound->samples);
     return song;
+}
+
+/// Where the file's audio begins: some carry tags before it, whatever it is.
+qsizetype behindTags(const QByteArray& bytes) {
+    ByteReader file(bytes);
+    qsizetype at = 0;
+    for (auto tag = id3v2HeaderAt(file, 0); tag && tag->next < file.size();
+         tag = id3v2HeaderAt(file, at))
+        at = tag->next;
+    return at;
 }
 
 }  // namespace
@@ -219,16 +262,17 @@ std::shared_ptr<const Song> openSong(const QByteArray& bytes) {
     constexpr size_t kLargestBlock = size_t{256} << 20;
     av_log_set_level(AV_LOG_QUIET);
     av_max_alloc(kLargestBlock);
-    switch (containerOf(bytes)) {
+    const qsizetype base = behindTags(bytes);
+    switch (containerOf(bytes.sliced(base, std::min<qsizetype>(bytes.size() - base, 16)))) {
         case Container::Mp4:
-            return openWithLibrary(bytes, "mov");
+            return openWithLibrary(bytes, base, "mov");
         case Container::MpegAudio:
             if (auto song = openMpegAudio(bytes)) return song;
             break;
         case Container::Other:
             break;
     }
-    return openWithLibrary(bytes, nullptr);
+    return openWithLibrary(bytes, base, nullptr);
 }
 
 }  // namespace platform::audio

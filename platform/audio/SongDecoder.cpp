@@ -18,6 +18,8 @@ constexpr int kMpegHeaderAndSideInfo = 38;
 constexpr size_t kFilterBankFrames = 2;
 // Transform codecs overlap one frame; spectral band replication remembers some more.
 constexpr size_t kOverlappingPackets = 4;
+// After this much an Opus decoder has forgotten all that is heard (RFC 7845, 4.6).
+constexpr double kOpusPrerollSeconds = 0.08;
 
 /// Nothing that a decoder makes of broken bytes may pass a mixer and poison its sums.
 float tamed(float sample) {
@@ -38,6 +40,15 @@ size_t SongDecoder::prerollStart(size_t packet) const {
                 bytes += std::max(0, song_->packets[--packet].size - kMpegHeaderAndSideInfo);
             return packet - std::min(packet, kFilterBankFrames);
         }
+        case AV_CODEC_ID_MP3ADU:
+            return packet - std::min(packet, kFilterBankFrames);
+        case AV_CODEC_ID_OPUS: {
+            const auto far = static_cast<int64_t>(kOpusPrerollSeconds * song_->rate);
+            const int64_t wanted = song_->packets[packet].start - far;
+            while (packet > 0 && song_->packets[packet].start > wanted)
+                --packet;
+            return packet;
+        }
         case AV_CODEC_ID_ALAC:
         case AV_CODEC_ID_FLAC:
             return packet;
@@ -56,13 +67,16 @@ void SongDecoder::seek(int64_t sample) {
     nextPacket_ = prerollStart(at > 0 ? at - 1 : 0);
     restart();
     blockFrames_ = 0;
+    flowEnd_ = kNoFlow;
     lastDecodedEnd_ = target;
     brokeOff_ = false;
 }
 
 void SongDecoder::restart() {
+    if (resamples()) converter_.reset();
     if (!decoder_.isOpen()) return;
-    if (song_->codec->codec_id != AV_CODEC_ID_AAC) {
+    const AVCodecID codec = song_->codec->codec_id;
+    if (codec != AV_CODEC_ID_AAC && codec != AV_CODEC_ID_AAC_LATM) {
         decoder_.flush();
         return;
     }
@@ -106,18 +120,29 @@ size_t SongDecoder::read(float* stereo, size_t frames) {
 }
 
 bool SongDecoder::decodeNext() {
-    blockFrames_ = 0;
+    block_.clear();
     while (nextPacket_ < song_->packets.size() && decoder_.isOpen()) {
         const size_t packet = nextPacket_++;
-        const AVFrame* frame = decoder_.decode(*song_, packet);
-        if (!frame) continue;
-        append(*frame);
-        if (blockFrames_ == 0) continue;
-        blockStart_ = song_->packets[packet].start;
-        lastDecodedEnd_ = blockStart_ + blockFrames_;
-        return true;
+        if (const AVFrame* frame = decoder_.decode(*song_, packet))
+            append(*frame);
+        else
+            flowEnd_ = kNoFlow;
+        if (takeBlock(song_->packets[packet].start)) return true;
     }
-    return false;
+    if (!resamples()) return takeBlock(0);
+    convert(nullptr);
+    converter_.reset();
+    return takeBlock(lastDecodedEnd_);
+}
+
+bool SongDecoder::takeBlock(int64_t start) {
+    blockFrames_ = static_cast<int64_t>(block_.size() / 2);
+    if (blockFrames_ == 0) return false;
+    // What is resampled comes in pieces that are not as long as their packets.
+    blockStart_ = flowEnd_ == kNoFlow ? start : flowEnd_;
+    lastDecodedEnd_ = blockStart_ + blockFrames_;
+    flowEnd_ = resamples() ? lastDecodedEnd_ : kNoFlow;
+    return true;
 }
 
 bool SongDecoder::prepareConverter(const SampleFormat& format, const AVFrame& frame) {
@@ -150,20 +175,28 @@ void SongDecoder::append(const AVFrame& frame) {
     // A song may change its rate on the way, but not so far that a packet would fill the memory.
     constexpr int64_t kFarthest = 16;
     if (format.rate > kFarthest * song_->rate || song_->rate > kFarthest * format.rate) return;
-    if (!prepareConverter(format, frame)) return;
-    const int capacity = swr_get_out_samples(converter_.get(), format.samples);
+    if (resamples() && format.rate != converted_.rate) convert(nullptr);
+    if (prepareConverter(format, frame)) convert(&frame);
+}
+
+void SongDecoder::convert(const AVFrame* frame) {
+    const int samples = frame ? frame->nb_samples : 0;
+    const int capacity = swr_get_out_samples(converter_.get(), samples);
     if (capacity <= 0) return;
-    block_.resize(2 * static_cast<size_t>(capacity));
-    auto* out = reinterpret_cast<uint8_t*>(block_.data());
-    auto** in = const_cast<const uint8_t**>(frame.extended_data);
-    blockFrames_ = std::max(0, swr_convert(converter_.get(), &out, capacity, in, format.samples));
-    const auto frames = static_cast<size_t>(blockFrames_);
+    const size_t before = block_.size();
+    block_.resize(before + 2 * static_cast<size_t>(capacity));
+    float* const stereo = block_.data() + before;
+    auto* out = reinterpret_cast<uint8_t*>(stereo);
+    auto** in = frame ? const_cast<const uint8_t**>(frame->extended_data) : nullptr;
+    const int converted = swr_convert(converter_.get(), &out, capacity, in, samples);
+    const auto frames = static_cast<size_t>(std::max(0, converted));
+    block_.resize(before + 2 * frames);
     if (convertedChannels_ == 1) {
         for (size_t i = frames; i-- > 0;)
-            block_[2 * i] = block_[2 * i + 1] = block_[i];
+            stereo[2 * i] = stereo[2 * i + 1] = stereo[i];
     }
     for (size_t i = 0; i < 2 * frames; ++i)
-        block_[i] = tamed(block_[i]);
+        stereo[i] = tamed(stereo[i]);
 }
 
 }  // namespace platform::audio

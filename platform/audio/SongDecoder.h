@@ -20,7 +20,10 @@ class SongDecoder {
     const Song& song() const { return *song_; }
 
     /// Goes to the song's sample `sample`; what is read next is the same as if everything before
-    /// had been read. Before 0 the song is silent.
+    /// had been read: bit for bit with MPEG audio, AAC, Vorbis and lossless codecs. It is close,
+    /// but not the same, where a decoder draws noise from one sequence for the whole song (AC-3,
+    /// and AAC where the encoder left noise to it) or never forgets (Opus), and in a part of a song
+    /// that has another rate than its beginning. Before 0 the song is silent.
     void seek(int64_t sample);
 
     /// Decodes the next `frames` frames into `stereo`, left and right interleaved. Returns how many
@@ -33,8 +36,11 @@ class SongDecoder {
   private:
     void restart();
     bool decodeNext();
+    bool takeBlock(int64_t start);
     void append(const AVFrame& frame);
+    void convert(const AVFrame* frame);
     bool prepareConverter(const SampleFormat& format, const AVFrame& frame);
+    bool resamples() const { return converter_ && converted_.rate != song_->rate; }
     size_t prerollStart(size_t packet) const;
 
     std::shared_ptr<const Song> song_;
@@ -48,6 +54,8 @@ class SongDecoder {
     int64_t blockStart_ = 0;    // ... from here on, as the packets count
     int64_t blockFrames_ = 0;
     int64_t lastDecodedEnd_ = 0;
+    static constexpr int64_t kNoFlow = -1;
+    int64_t flowEnd_ = kNoFlow;  // of a block that the next has to follow
     bool brokeOff_ = false;
 };
 
