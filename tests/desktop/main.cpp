@@ -13,7 +13,7 @@ int main(int argc, char** argv) {
     // Not by QProcess: after its way of forking, the thread sanitizer is blind to this thread's
     // locks.
     FILE* const bus =
-        ::popen("dbus-daemon --session --fork --print-address=1 --print-pid=1 2>&1", "r");
+        ::popen("dbus-daemon --session --fork --print-address=1 --print-pid=1 2>/dev/null", "r");
     char address[512] = {};
     int daemon = 0;
     const bool isUp = bus && std::fscanf(bus, "%511s %d", address, &daemon) == 2;
