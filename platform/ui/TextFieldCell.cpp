@@ -1,6 +1,7 @@
 #include "platform/ui/TextFieldCell.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/ui/FallbackFaces.h"
 #include "platform/ui/Font.h"
 
 #include <QFontMetricsF>
@@ -15,6 +16,38 @@ namespace {
 // What separates paragraphs separates lines here; everything else is one run of text.
 QString singleParagraph(QString text) {
     return text.replace(QLatin1Char('\n'), QChar::LineSeparator);
+}
+
+// By the baseline, not the top: a line with letters of another face may be taller, and the lines
+// keep their distance all the same.
+void putOnBaseline(QTextLine& line, QPointF start) {
+    line.setPosition(start - QPointF(0.0, line.ascent()));
+}
+
+// The layout's first line, where it breaks by `mode` at `width`.
+QTextLine firstLine(QTextLayout& layout, QTextOption::WrapMode mode, double width) {
+    QTextOption option;
+    option.setWrapMode(mode);
+    layout.setTextOption(option);
+    layout.setFormats(fallbackFaces(layout.text(), layout.font()));
+    layout.beginLayout();
+    QTextLine line = layout.createLine();
+    line.setLineWidth(width);
+    layout.endLayout();
+    return line;
+}
+
+// As much of `text` as one line of `width` holds, with an ellipsis for the rest.
+void drawElided(QString text, const QFont& font, double width, QPointF start, QPainter& painter) {
+    text.replace(QChar::LineSeparator, QLatin1Char(' '));
+    const QChar ellipsis(0x2026);
+    QTextLayout whole(text, font);
+    const double room = width - QFontMetricsF(font).horizontalAdvance(ellipsis);
+    const QTextLine kept = firstLine(whole, QTextOption::WrapAnywhere, room);
+    QTextLayout shown(text.first(kept.textLength()).trimmed() + ellipsis, font);
+    QTextLine line = firstLine(shown, QTextOption::NoWrap, width);
+    putOnBaseline(line, start);
+    line.draw(&painter, QPointF());
 }
 
 }  // namespace
@@ -39,6 +72,7 @@ void TextFieldCell::drawInteriorWithFrameInView(const QRectF& frame, QPainter& p
     const double bottom = qMin(frame.bottom(), double(view.rect().bottom() + 1));
 
     QTextLayout layout(text, font_);
+    layout.setFormats(fallbackFaces(text, font_));
     QTextOption option;
     option.setWrapMode(wraps_ ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
     layout.setTextOption(option);
@@ -53,23 +87,20 @@ void TextFieldCell::drawInteriorWithFrameInView(const QRectF& frame, QPainter& p
             fits = false;
             break;
         }
-        line.setPosition(QPointF(frame.left(), y));
+        putOnBaseline(line, QPointF(frame.left(), y + metrics.ascent()));
         y += height;
         lines.append(line);
     }
     layout.endLayout();
 
     painter.save();
-    painter.setFont(font_);
     painter.setPen(textColor_);
     for (const QTextLine& line : lines) {
         const bool isLast = line.lineNumber() == lines.size() - 1;
         const bool overflows = line.naturalTextWidth() > frame.width() + 0.5;
         if ((isLast && !fits) || overflows) {
-            const QString rest = text.mid(line.textStart());
-            painter.drawText(
-                QPointF(frame.left(), line.position().y() + metrics.ascent()),
-                metrics.elidedText(rest, Qt::ElideRight, frame.width(), Qt::TextSingleLine));
+            const QPointF baseline(frame.left(), line.position().y() + line.ascent());
+            drawElided(text.mid(line.textStart()), font_, frame.width(), baseline, painter);
         } else {
             line.draw(&painter, QPointF());
         }

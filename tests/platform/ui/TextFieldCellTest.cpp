@@ -2,6 +2,7 @@
 #include "platform/ui/TextField.h"
 #include "platform/ui/TextFieldCell.h"
 
+#include <QFontInfo>
 #include <QImage>
 #include <QPainter>
 
@@ -48,6 +49,30 @@ TEST(TextCell, WrapsWithinItsViewAndEndsCleanly) {
     EXPECT_LE(inkedRows(label).second, oneLine.second + 8);
     label.setStringValue(QString());
     EXPECT_EQ(inkedRows(label).first, -1);
+}
+
+TEST(TextCell, LettersThatTheThinFaceLacksComeInAnotherAndKeepTheLine) {
+    QFont thin(QStringLiteral("DejaVu Sans"));
+    thin.setWeight(QFont::Thin);
+    thin.setPixelSize(20);
+    if (QFontInfo(thin).styleName() != QLatin1String("ExtraLight"))
+        GTEST_SKIP() << "no face without Hebrew beside one with it";
+    TextField label;
+    label.resize(220, 70);
+    label.setCell(std::make_unique<TextFieldCell>());
+    label.cell()->setFont(thin);
+    const auto drawn = [&label](const QString& text) {
+        label.setStringValue(text);
+        QImage shown(label.size(), QImage::Format_ARGB32_Premultiplied);
+        shown.fill(Qt::transparent);
+        label.render(&shown, QPoint(), QRegion(), QWidget::DrawChildren);
+        return shown;
+    };
+    // Boxes would look alike.
+    EXPECT_NE(drawn(QStringLiteral("אא")), drawn(QStringLiteral("בב")));
+    // Elided too.
+    label.resize(90, 30);
+    EXPECT_NE(drawn(QString(40, QChar(0x5D0))), drawn(QString(40, QChar(0x5D1))));
 }
 
 TEST(NamedFont, KeepsItsWeightInTheStandIn) {
