@@ -10,9 +10,9 @@ set(PAIRDECK_ROOMS
     "platform/media | platform/foundation platform/containers | tiostream.h tfile.h apetag.h zlib.h"
     "platform/audio | platform/foundation platform/containers | libav libsw cubeb/ soxr.h"
     "platform/image | platform/foundation | hwy/ lcms2 turbojpeg.h"
-    "platform/ui | platform/foundation platform/image | private/"
+    "platform/ui | platform/foundation platform/image platform/workspace | private/"
     "library | platform/foundation platform/media platform/ui |"
     "presentation | platform/foundation platform/image platform/ui |"
     "decks | library presentation platform/ |"
-    "desktop | decks library presentation platform/foundation platform/ui |"
+    "desktop | decks library presentation platform/foundation platform/ui platform/workspace |"
     "app | decks desktop platform/ui |")

@@ -4,13 +4,13 @@
 #include "desktop/ApplicationService.h"
 #include "desktop/DeckFiles.h"
 #include "desktop/RemotePlayer.h"
-#include "desktop/SessionBus.h"
 #include "desktop/SleepInhibitor.h"
 #include "library/PDSourceManager.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/ui/InterfaceLoader.h"
 #include "platform/ui/View.h"
 #include "platform/ui/Window.h"
+#include "platform/workspace/SessionBus.h"
 
 #include <algorithm>
 #include <vector>
@@ -87,7 +87,7 @@ bool DesktopSession::applicationShouldLaunch(const QStringList& paths) {
 }
 
 bool DesktopSession::isFirst(const QStringList& paths) {
-    if (!hasSessionBus()) return true;
+    if (!platform::hasSessionBus()) return true;
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return true;
     service_ = std::make_unique<ApplicationService>(bus);

@@ -32,6 +32,7 @@ PDSourceManager::PDSourceManager(const Side& side) : side_(side) {
 void PDSourceManager::awakeFromNib() {
     const auto folder =
         UserDefaults::standardUserDefaults().valueOfTypeForKey<QString>(side_.defaultDirectoryKey);
+    lastChosen_ = folder.value_or(QString());
     if (folder) {
         getTracksFromURL(folder);
     } else {
@@ -54,16 +55,19 @@ void PDSourceManager::nameDefaultDirectory(const std::optional<QString>& path) {
             .arg(path ? platform::lastPathComponent(*path) : QStringLiteral("None")));
 }
 
-void PDSourceManager::chooseFolder(std::function<void(const QString&)> chosen) const {
+void PDSourceManager::chooseFolder(std::function<void(const QString&)> chosen) {
     const auto panel = OpenPanel::openPanel();
     panel->setTitle(QStringLiteral("Choose a Playlist folder"));
     panel->setShowsResizeIndicator(true);
     panel->setShowsHiddenFiles(false);
     panel->setCanChooseDirectories(true);
     panel->setAllowsMultipleSelection(false);
+    panel->setDirectoryURL(lastChosen_);
     panel->beginWithCompletionHandler(
-        [panel = panel.get(), chosen = std::move(chosen)](int result) {
-            if (result == OpenPanel::kConfirmed) chosen(panel->path());
+        [this, panel = panel.get(), chosen = std::move(chosen)](int result) {
+            if (result != OpenPanel::kConfirmed) return;
+            lastChosen_ = panel->path();
+            chosen(lastChosen_);
         });
 }
 

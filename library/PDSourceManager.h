@@ -55,12 +55,13 @@ class PDSourceManager : public platform::Controller, public platform::TableViewD
     explicit PDSourceManager(const Side& side);
 
   private:
-    void chooseFolder(std::function<void(const QString& path)> chosen) const;
+    void chooseFolder(std::function<void(const QString& path)> chosen);
     void nameDefaultDirectory(const std::optional<QString>& path);
     void explain(const QString& text, std::size_t total) const;
 
     const Side side_;
     std::optional<QString> currentURL_;
+    QString lastChosen_;  // in the folder panel, now or in an earlier run; empty without
     SearchPredicate searchPredicate_;
     platform::TableView* tableView_ = nullptr;
     platform::TextField* defaultDirectoryLabel_ = nullptr;

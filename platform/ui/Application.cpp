@@ -5,12 +5,12 @@
 #include "platform/foundation/Path.h"
 #include "platform/ui/Accessibility.h"
 #include "platform/ui/Font.h"
+#include "platform/ui/StyleSheet.h"
 #include "platform/ui/TerminationSignals.h"
 #include "platform/ui/Window.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QFile>
 #include <QFontInfo>
 #include <QStyleFactory>
 #include <QTimer>
@@ -89,7 +89,7 @@ void keepQuiet(QtMsgType type, const QMessageLogContext& context, const QString&
 }
 #endif
 
-void applyBundle(QApplication& application, const Bundle& bundle) {
+void applyBundle(const Bundle& bundle) {
     QApplication::setApplicationName(
         bundle.objectForInfoDictionaryKey(QStringLiteral("CFBundleName")).value_or(QString()));
     QApplication::setApplicationVersion(
@@ -99,10 +99,9 @@ void applyBundle(QApplication& application, const Bundle& bundle) {
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QApplication::setFont(systemFontOfSize(13.0));
     installAccessibility();
-    QFile style(QStringLiteral(":/style/style.qss"));
-    if (style.open(QIODevice::ReadOnly)) {
-        application.setStyleSheet(QString::fromUtf8(style.readAll()));
-    }
+    // Its own words are left to right, and a window that is mirrored in parts is none.
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+    installStyleSheet();
 }
 
 /// Calls `perform` once, when the first frame of its window is on its way to the screen; the
@@ -178,7 +177,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     if (delegate && !delegate->applicationShouldLaunch(paths)) return 0;
     const std::jthread fonts = readFontsAhead();
     const TerminationSignals signals([] { Application::sharedApplication().terminate(); });
-    applyBundle(application, bundle);
+    applyBundle(bundle);
     const Interface interface(
         bundle.objectForInfoDictionaryKey(QStringLiteral("NSMainNibFile")).value_or(QString()),
         classes);

@@ -7,10 +7,12 @@
 #include <memory>
 
 class QFileDialog;
+class QWidget;
 
 namespace platform {
 
-/// The desktop's own panel for choosing what is on disk. Free-standing: it blocks nothing.
+/// The panel for choosing what is on disk: the desktop's own for a folder where there is one, else
+/// the toolkit's. Free-standing: it blocks nothing.
 class OpenPanel : public std::enable_shared_from_this<OpenPanel> {
   public:
     /// The result code of a confirmed panel; any other means that the user cancelled.
@@ -20,11 +22,14 @@ class OpenPanel : public std::enable_shared_from_this<OpenPanel> {
     static std::shared_ptr<OpenPanel> openPanel();
     ~OpenPanel();
 
-    void setTitle(const QString& title);
-    void setShowsResizeIndicator(bool shows);
-    void setShowsHiddenFiles(bool shows);
-    void setCanChooseDirectories(bool can);
-    void setAllowsMultipleSelection(bool allows);
+    void setTitle(const QString& title) { title_ = title; }
+    void setShowsResizeIndicator(bool shows) { showsResizeIndicator_ = shows; }
+    void setShowsHiddenFiles(bool shows) { showsHiddenFiles_ = shows; }
+    void setCanChooseDirectories(bool can) { canChooseDirectories_ = can; }
+    void setAllowsMultipleSelection(bool allows) { allowsMultipleSelection_ = allows; }
+    /// Where the panel opens; a folder that is not there counts as none, and then it is the folder
+    /// of music.
+    void setDirectoryURL(const QString& path) { directory_ = path; }
 
     /// Shows the panel and returns; later calls `handler` on the main thread with the result code.
     /// The panel lives until then.
@@ -34,9 +39,22 @@ class OpenPanel : public std::enable_shared_from_this<OpenPanel> {
     QString path() const { return path_; }
 
   private:
-    OpenPanel();
+    OpenPanel() = default;
 
-    QPointer<QFileDialog> dialog_;
+    bool askDesktop();
+    void showOwnPanel();
+    void dialogDidFinish(int result);
+    void finish(int result);
+
+    QString title_;
+    QString directory_;
+    bool showsResizeIndicator_ = false;
+    bool showsHiddenFiles_ = false;
+    bool canChooseDirectories_ = false;
+    bool allowsMultipleSelection_ = false;
+    std::function<void(int)> handler_;
+    QPointer<QWidget> owner_;       // the window in front when the panel was asked for
+    QPointer<QFileDialog> dialog_;  // the toolkit's
     QString path_;
 };
 

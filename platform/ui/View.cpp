@@ -2,6 +2,7 @@
 
 #include "platform/ui/FileDragging.h"
 #include "platform/ui/Theme.h"
+#include "platform/workspace/Workspace.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -56,6 +57,7 @@ void View::replace(QWidget* old, QWidget* replacement, bool animated) {
     putOnShow(replacement);
     const auto animation = animations_.constFind(QStringLiteral("subviews"));
     const double seconds = AnimationContext::currentContext().duration();
+    animated = animated && !Workspace::sharedWorkspace().accessibilityDisplayShouldReduceMotion();
     if (!animated || animation == animations_.cend() || !isVisible() || seconds <= 0.0) {
         takeAway(old);
         return;

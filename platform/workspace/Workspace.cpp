@@ -1,10 +1,13 @@
 #include "platform/workspace/Workspace.h"
 
+#include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/Path.h"
 #include "platform/workspace/DesktopPicture.h"
+#include "platform/workspace/DisplayOptions.h"
 
 #include <QByteArrayList>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QScreen>
 
 #include <sys/stat.h>
@@ -69,6 +72,28 @@ Workspace& Workspace::sharedWorkspace() {
 std::optional<QString> Workspace::desktopImageURLForScreen(int screen) const {
     const std::optional<QString> picture = runningDesktop()(screenWithNumber(screen));
     return picture && isFile(*picture) ? picture : std::nullopt;
+}
+
+const QString& Workspace::accessibilityDisplayOptionsDidChange() {
+    static const QString name = QStringLiteral("platform.accessibilityDisplayOptionsDidChange");
+    return name;
+}
+
+bool Workspace::accessibilityDisplayShouldReduceMotion() const {
+    return displayOptions().isWished(DisplayOptions::Wish::LessMotion);
+}
+
+bool Workspace::accessibilityDisplayShouldIncreaseContrast() const {
+    return displayOptions().isWished(DisplayOptions::Wish::MoreContrast);
+}
+
+const DisplayOptions& Workspace::displayOptions() const {
+    // The application's: it listens to a bus that ends with it.
+    static const QPointer<DisplayOptions> options = new DisplayOptions([this] {
+        NotificationCenter::defaultCenter().postNotification(
+            {accessibilityDisplayOptionsDidChange(), this});
+    });
+    return *options;
 }
 
 }  // namespace platform

@@ -1,52 +1,11 @@
 #include "desktop/SleepInhibitor.h"
 #include "tests/decks/DeckFixture.h"
+#include "tests/desktop/Guardian.h"
 
 #include <QDBusObjectPath>
-#include <QDBusVirtualObject>
 #include <QTest>
 
 namespace {
-
-/// A service that grants every Inhibit and keeps what it was asked, as "member(first argument)".
-class Guardian : public QDBusVirtualObject {
-  public:
-    Guardian(const QString& name, const QVariant& grant)
-        : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)),
-          name_(name),
-          grant_(grant) {
-        bus_.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath);
-        bus_.registerService(name);
-    }
-    ~Guardian() override {
-        bus_.unregisterService(name_);
-        QDBusConnection::disconnectFromBus(name_);
-    }
-
-    QString introspect(const QString&) const override { return {}; }
-    bool handleMessage(const QDBusMessage& call, const QDBusConnection& bus) override {
-        const bool isInhibit = call.member() == QLatin1String("Inhibit");
-        const QString of = isInhibit                    ? QString()
-                           : call.arguments().isEmpty() ? call.path()
-                                                        : call.arguments().first().toString();
-        calls << call.member() + QLatin1Char('(') + of + QLatin1Char(')');
-        bus.send(isInhibit ? call.createReply(grant_) : call.createReply());
-        return true;
-    }
-    /// Tells that the request of that handle has come to nothing.
-    void refuse(const QString& handle) {
-        QDBusMessage response = QDBusMessage::createSignal(
-            handle, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"));
-        response << uint{2} << QVariantMap();
-        bus_.send(response);
-    }
-
-    QStringList calls;
-
-  private:
-    QDBusConnection bus_;
-    QString name_;
-    QVariant grant_;
-};
 
 /// Long enough for every message that is under way to arrive.
 constexpr int kSettling = 300;
@@ -115,8 +74,8 @@ TEST_F(Sleeplessness, GoesOnWhereThePortalRefusesLate) {
         inhibitor.setActive(true);
         ASSERT_TRUE(waitUntil([&] { return portal.calls == held; }));
         QTest::qWait(delay);
-        portal.refuse(kHandle + QStringLiteral("0"));  // somebody else's
-        portal.refuse(kHandle);
+        portal.respond(kHandle + QStringLiteral("0"), 2);  // somebody else's
+        portal.respond(kHandle, 2);
         ASSERT_TRUE(waitUntil([&] { return screenSaver.calls == held; }));
         inhibitor.setActive(false);
         EXPECT_TRUE(waitUntil([&] {

@@ -1,7 +1,9 @@
-#include "desktop/SessionBus.h"
+#include "platform/workspace/SessionBus.h"
 
 #include <QByteArray>
 #include <QFile>
+
+namespace platform {
 
 bool hasSessionBus() {
     // Without an address the bus library would look for a bus in ways that start one; where a bus
@@ -10,3 +12,5 @@ bool hasSessionBus() {
     const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
     return !folder.isEmpty() && QFile::exists(QFile::decodeName(folder + "/bus"));
 }
+
+}  // namespace platform
