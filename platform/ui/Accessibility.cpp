@@ -6,6 +6,7 @@
 #include "platform/ui/Window.h"
 
 #include <QAccessibleWidget>
+#include <QMenu>
 
 #include <algorithm>
 
@@ -61,6 +62,35 @@ class WindowInterface final : public QAccessibleWidget {
     }
 };
 
+// The toolkit leaves menus out of its tree, so that nobody hears of an open one: it is told of as
+// the last child of the view that it belongs to.
+class ViewInterface final : public QAccessibleWidget {
+  public:
+    using QAccessibleWidget::QAccessibleWidget;
+
+    int childCount() const override {
+        return QAccessibleWidget::childCount() + int(openMenus().size());
+    }
+    QAccessibleInterface* child(int index) const override {
+        const int others = QAccessibleWidget::childCount();
+        if (index < others) return QAccessibleWidget::child(index);
+        return QAccessible::queryAccessibleInterface(openMenus().value(index - others));
+    }
+    int indexOfChild(const QAccessibleInterface* child) const override {
+        auto* menu = child ? qobject_cast<QMenu*>(child->object()) : nullptr;
+        const auto index = menu ? openMenus().indexOf(menu) : -1;
+        return index < 0 ? QAccessibleWidget::indexOfChild(child)
+                         : QAccessibleWidget::childCount() + int(index);
+    }
+
+  private:
+    QList<QMenu*> openMenus() const {
+        auto menus = widget()->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly);
+        menus.removeIf([](const QMenu* menu) { return !menu->isVisible(); });
+        return menus;
+    }
+};
+
 // A view is worth telling of when the interface file names it; else only what is inside it is.
 QAccessible::Role roleOf(const View& view) {
     if (view.accessibleName().isEmpty()) return QAccessible::Client;
@@ -72,7 +102,7 @@ QAccessibleInterface* interfaceFor(const QString&, QObject* object) {
     if (auto* bar = qobject_cast<ProgressIndicator*>(object)) {
         return new RangeInterface<ProgressIndicator>(bar, QAccessible::ProgressBar);
     }
-    if (auto* view = qobject_cast<View*>(object)) return new QAccessibleWidget(view, roleOf(*view));
+    if (auto* view = qobject_cast<View*>(object)) return new ViewInterface(view, roleOf(*view));
     if (auto* window = qobject_cast<Window*>(object)) return new WindowInterface(window);
     return nullptr;
 }

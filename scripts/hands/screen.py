@@ -5,6 +5,7 @@ The program's accessibility tree says where a control is and what it shows; ever
 through the X server, as real input does.
 """
 
+import os
 import subprocess
 import time
 import warnings
@@ -13,6 +14,9 @@ import gi
 
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
+
+# However large the toolkit draws, its accessibility tree counts in points.
+SCALE = float(os.environ.get("QT_SCALE_FACTOR", "1"))
 
 warnings.simplefilter("ignore", DeprecationWarning)
 
@@ -106,7 +110,8 @@ class Control:
     def rectangle(self):
         """Left, top, width and height in screen pixels."""
         extents = self.accessible.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
-        return extents.x, extents.y, extents.width, extents.height
+        sides = extents.x, extents.y, extents.width, extents.height
+        return tuple(round(SCALE * side) for side in sides)
 
     def picture(self):
         """The pixels that the control shows, for telling whether two looks are alike."""
