@@ -15,6 +15,8 @@
 #include "platform/workspace/Workspace.h"
 #include "presentation/HoverControlView.h"
 
+#include <cmath>
+
 using platform::AudioPlayer;
 using platform::Control;
 using platform::Image;
@@ -24,6 +26,8 @@ using platform::Slider;
 namespace {
 
 const QString kLoudnessByTagsKey = QStringLiteral("PairdeckLoudnessByTags");
+// In per cent.
+const QString kPanelDensityKey = QStringLiteral("PairdeckPanelDensity");
 
 }  // namespace
 
@@ -51,6 +55,8 @@ Pairdeck::Pairdeck() {
         declare(sides[i], controls_[i]);
     }
     outlet(QStringLiteral("PDLoudnessByTags"), loudnessByTags_);
+    outlet(QStringLiteral("PDPanelDensity"), panelDensity_);
+    outlet(QStringLiteral("PDPreferencesWindowClose"), preferencesWindowClose_);
     outlet(QStringLiteral("PDAboutWindow"), aboutWindow_);
     outlet(QStringLiteral("PDAboutWindowClose"), aboutWindowClose_);
     outlet(QStringLiteral("PDVersionBuildString"), versionBuildString_);
@@ -58,6 +64,7 @@ Pairdeck::Pairdeck() {
     action(QStringLiteral("perSecondInfoRefresh"), [this](Control*) { perSecondInfoRefresh(); });
     action(QStringLiteral("loudnessByTagsDidChange"),
            [this](Control*) { loudnessByTagsDidChange(); });
+    action(QStringLiteral("panelDensityDidChange"), [this](Control*) { panelDensityDidChange(); });
     action(QStringLiteral("playTrackFromSelection"),
            [this](Control* sender) { playTrackFromSelection(sender); });
     action(QStringLiteral("playNextTrackAt"), [this](Control* sender) { playNextTrackAt(sender); });
@@ -119,6 +126,7 @@ void Pairdeck::awakeFromNib() {
     for (const auto& deck : decks_)
         deck->restore();
     restoreLoudness();
+    restorePanelDensity();
     refreshInfo();
     for (const auto& deck : decks_)
         deck->showIdle();
@@ -160,6 +168,20 @@ void Pairdeck::loudnessByTagsDidChange() {
         deck->setLoudnessByTags(byTags);
 }
 
+void Pairdeck::restorePanelDensity() {
+    const auto stored =
+        platform::UserDefaults::standardUserDefaults().valueOfTypeForKey<std::int32_t>(
+            kPanelDensityKey);
+    panelDensity_->setDoubleValue(stored ? *stored / 100.0 : window_->panelDensity());
+    window_->setPanelDensity(panelDensity_->doubleValue());
+}
+
+void Pairdeck::panelDensityDidChange() {
+    window_->setPanelDensity(panelDensity_->doubleValue());
+    const auto percent = static_cast<std::int32_t>(std::lround(100.0 * window_->panelDensity()));
+    platform::UserDefaults::standardUserDefaults().setValueForKey(percent, kPanelDensityKey);
+}
+
 void Pairdeck::dressCloseButtons() {
     platform::ButtonCell cell;
     cell.backgroundColor = QColor::fromRgbF(0.8F, 0.3F, 0.3F, 1.0F);
@@ -169,6 +191,7 @@ void Pairdeck::dressCloseButtons() {
     closeWindow_->setCell(cell);
     closeWindow_->drawCell();
     closeWindow_->setAction(QStringLiteral("terminate"));
+    preferencesWindowClose_->setCell(cell);
     aboutWindowClose_->setCell(cell);
     aboutWindowClose_->setTarget(aboutWindow_);
     aboutWindowClose_->setAction(QStringLiteral("orderOut"));

@@ -15,6 +15,7 @@
 
 namespace platform {
 class Button;
+class Slider;
 class TextField;
 class Window;
 }  // namespace platform
@@ -23,15 +24,15 @@ class Window;
 /// sender or its name, and calls that deck's verb. What exists once per side is declared under the
 /// side's name, {Side} being Left and Right, {side} left and right.
 ///
-/// Outlets: PDWindow, PDCloseWindow, PDLoudnessByTags, PDAboutWindow, PDAboutWindowClose,
-/// PDVersionBuildString; PD{Side}SongTitle, PD{Side}SongAlbumArt, PD{Side}Background,
-/// PD{Side}SongAlbumArtist, PD{Side}Hint, PD{Side}OpenFolder, PD{Side}TimeSlider,
-/// PD{Side}VolumeSlider, PD{Side}MuteButton, PD{Side}CTime, PD{Side}RTime, PD{Side}ShuffleButton,
-/// PD{Side}RepeatButton, PD{Side}ControlView, PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next,
-/// PD{Side}TableView.
+/// Outlets: PDWindow, PDCloseWindow, PDLoudnessByTags, PDPanelDensity, PDPreferencesWindowClose,
+/// PDAboutWindow, PDAboutWindowClose, PDVersionBuildString; PD{Side}SongTitle,
+/// PD{Side}SongAlbumArt, PD{Side}Background, PD{Side}SongAlbumArtist, PD{Side}Hint,
+/// PD{Side}OpenFolder, PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}MuteButton, PD{Side}CTime,
+/// PD{Side}RTime, PD{Side}ShuffleButton, PD{Side}RepeatButton, PD{Side}ControlView,
+/// PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next, PD{Side}TableView.
 ///
 /// Actions: quit, perSecondInfoRefresh, playTrackFromSelection, playNextTrackAt, playPrevTrackAt,
-/// playPauseTrackAt, loudnessByTagsDidChange; {side}TimeSliderDidChange,
+/// playPauseTrackAt, loudnessByTagsDidChange, panelDensityDidChange; {side}TimeSliderDidChange,
 /// {side}VolumeSliderDidChange, {side}MuteStateDidChange, {side}PlaySelectionOnOther,
 /// {side}ShowSelectionInFileManager, {side}ShuffleStateDidChange, {side}RepeatStateDidChange.
 class Pairdeck final : public platform::Controller, public platform::AudioPlayerDelegate {
@@ -96,6 +97,8 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     /// The state of the button becomes the shared setting of loudness by tags, for both decks at
     /// once; on disk at once.
     void loudnessByTagsDidChange();
+    /// The place of the slider becomes the density of the main window's panels.
+    void panelDensityDidChange();
     /// Advances the deck's repeat state, off, all, one.
     void repeatStateDidChange(PDPlayerType side);
 
@@ -112,6 +115,7 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
 
     void registerDefaults();
     void restoreLoudness();
+    void restorePanelDensity();
     void dressCloseButtons();
     void dressAboutPanel();
     void post(Deck::Change change);
@@ -121,6 +125,8 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
     platform::Window* window_ = nullptr;
     platform::Button* closeWindow_ = nullptr;
     platform::Button* loudnessByTags_ = nullptr;
+    platform::Slider* panelDensity_ = nullptr;
+    platform::Button* preferencesWindowClose_ = nullptr;
     platform::Window* aboutWindow_ = nullptr;
     platform::Button* aboutWindowClose_ = nullptr;
     platform::TextField* versionBuildString_ = nullptr;

@@ -1,10 +1,29 @@
 #include "platform/ui/Box.h"
 
 #include "platform/ui/Theme.h"
+#include "platform/ui/Window.h"
+#include "platform/workspace/Workspace.h"
 
 #include <QMouseEvent>
+#include <QPainter>
 
 namespace platform {
+
+void Box::drawRect(const QRectF& rect) {
+    const auto* window = qobject_cast<const Window*>(this->window());
+    if (!isPanel_ || !window) return View::drawRect(rect);
+    QColor color = theme::kPanel;
+    const bool hasContrast =
+        Workspace::sharedWorkspace().accessibilityDisplayShouldIncreaseContrast();
+    if (!hasContrast) color.setAlphaF(static_cast<float>(window->panelDensity()));
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(hasContrast ? QPen(Qt::white, 2.0) : QPen(Qt::NoPen));
+    painter.setBrush(color);
+    const double inset = hasContrast ? 1.0 : 0.0;
+    painter.drawRoundedRect(bounds().adjusted(inset, inset, -inset, -inset), theme::kPanelRadius,
+                            theme::kPanelRadius);
+}
 
 void Box::mousePressEvent(QMouseEvent* event) {
     drag_.press(*event);

@@ -11,20 +11,27 @@ namespace platform {
 /// A view that groups others on a background of its own.
 class Box : public View {
     Q_OBJECT
+    /// Whether the box is a panel of its window: painted as dense as the window's panels are.
+    Q_PROPERTY(bool panel READ isPanel WRITE setPanel)
 
   public:
     using View::View;
+
+    bool isPanel() const { return isPanel_; }
+    void setPanel(bool isPanel) { isPanel_ = isPanel; }
 
     /// Whether a press on the box itself, followed by a drag, moves the window.
     virtual bool mouseDownCanMoveWindow() const { return false; }
 
   protected:
+    void drawRect(const QRectF& rect) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
 
   private:
+    bool isPanel_ = false;
     WindowDrag drag_;
     std::unique_ptr<FocusRing> ring_;  // absent without keyboard focus
 };

@@ -1,7 +1,9 @@
 #include "platform/ui/Window.h"
 
 #include "platform/foundation/UserDefaults.h"
-#include "platform/ui/View.h"
+#include "platform/ui/BlurBehind.h"
+#include "platform/ui/Box.h"
+#include "platform/ui/Theme.h"
 #include "platform/ui/WindowPlacement.h"
 
 #include <QCloseEvent>
@@ -10,6 +12,7 @@
 #include <QHoverEvent>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QScreen>
 #include <QWindow>
 
@@ -45,6 +48,27 @@ Window::Window(QWidget* parent)
 void Window::setBackgroundColor(const QColor& color) {
     backgroundColor_ = color;
     update();
+}
+
+void Window::setPanelDensity(double density) {
+    panelDensity_ = density;
+    update();
+    blurBehindPanels();
+}
+
+void Window::blurBehindPanels() {
+    if (!testAttribute(Qt::WA_WState_Created)) return;
+    QRegion region;
+    if (panelDensity_ < 1.0) {
+        for (const Box* box : findChildren<Box*>()) {
+            if (!box->isPanel()) continue;
+            QPainterPath panel;
+            panel.addRoundedRect(QRect(box->mapTo(this, QPoint()), box->size()),
+                                 theme::kPanelRadius, theme::kPanelRadius);
+            region += panel.toFillPolygon().toPolygon();
+        }
+    }
+    askForBlurBehind(*windowHandle(), region);
 }
 
 View* Window::contentView() const {
@@ -99,6 +123,7 @@ void Window::applyWindowAttributes() {
     setWindowFlags(flags);
     place();
     create();
+    blurBehindPanels();
     if (transientFor_) windowHandle()->setTransientParent(transientFor_->windowHandle());
     for (const QScreen* screen : QGuiApplication::screens())
         connect(screen, &QScreen::availableGeometryChanged, this, &Window::keepOnScreen);
@@ -179,6 +204,12 @@ void Window::paintEvent(QPaintEvent*) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(backgroundColor());
     painter.drawRoundedRect(rect(), cornerRadius_, cornerRadius_);
+}
+
+void Window::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    // Once the panels have followed.
+    QMetaObject::invokeMethod(this, &Window::blurBehindPanels, Qt::QueuedConnection);
 }
 
 void Window::keyPressEvent(QKeyEvent* event) {

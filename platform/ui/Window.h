@@ -42,6 +42,9 @@ class Window : public QWidget, public Target {
     virtual QColor backgroundColor() const { return backgroundColor_; }
 
     void setOpaque(bool opaque) { opaque_ = opaque; }
+    /// How dense the window's panels are, from 0, clear, to 1, solid.
+    double panelDensity() const { return panelDensity_; }
+    void setPanelDensity(double density);
     void setBackgroundColor(const QColor& color);
 
     /// The view that the interface file calls "contentView"; null when there is none.
@@ -69,6 +72,7 @@ class Window : public QWidget, public Target {
     bool event(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     /// A press in the band along the edges resizes the window; one beside what it shows moves it.
     void mousePressEvent(QMouseEvent* event) override;
@@ -80,12 +84,14 @@ class Window : public QWidget, public Target {
     QRect preferredFrame() const;
     void keepOnScreen();
     void saveFrame() const;
+    void blurBehindPanels();
     Qt::Edges edgesAt(const QPointF& position) const;
     void showEdges(Qt::Edges edges);
 
     QColor backgroundColor_;
     QString autosaveName_;
     bool opaque_ = true;
+    double panelDensity_ = 0.9;
     bool borderless_ = false;
     bool secondary_ = false;
     double cornerRadius_ = 0.0;

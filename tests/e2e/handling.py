@@ -15,7 +15,11 @@ from deck import away, heard
 from program import SETTINGS, settings
 from remote import playerctl
 from scenes import EXECUTABLE, SILENCE, Scene, perform
-from screen import Control, hand, press, wait_until
+from screen import Control, hand, picture, press, wait_until
+
+
+def capture(*command):
+    return subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE).stdout
 
 
 class HeldKnobs(Scene):
@@ -253,6 +257,31 @@ class EvenLoudness(Scene):
         self.start()
         self.other.play("Quiet")
         self.levels(SILENCE, self.EVEN)
+
+
+class PanelDensity(Scene):
+    def shows(self, expected, blurred):
+        """Waits for that colour beside the menu's button; `blurred` where what is behind shows."""
+        left, top, width, height = self.screen.find("Menu").rectangle
+        spot = left + width + 20, top + height // 2, 1, 1
+        wait_until(lambda: tuple(picture(*spot)) == expected, f"{expected} in the title bar")
+        window = capture("xdotool", "search", "--onlyvisible", "--name", "^Pairdeck$").split()[0]
+        hint = capture("xprop", "-id", window, "_KDE_NET_WM_BLUR_BEHIND_REGION")
+        self.assertEqual("(CARDINAL)" in hint, blurred, hint)
+
+    def test_from_clear_to_solid_and_kept(self):
+        press("ctrl+comma")
+        slider = self.screen.find("Panel density")
+        self.assertAlmostEqual(slider.value, 0.9)
+        for across, colour in ((1.0, (18, 20, 26)), (0.0, (0, 0, 0))):
+            slider.click(across)
+            self.shows(colour, blurred=across == 0.0)
+        press("Escape", "ctrl+q")
+        self.assertEqual(self.program.wait(), 0)
+        self.assertEqual(settings()["PairdeckPanelDensity"], 0)
+        self.start()
+        self.shows((0, 0, 0), blurred=True)
+
 
 if __name__ == "__main__":
     perform()
