@@ -20,6 +20,7 @@
 #include <QAbstractItemModel>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <utility>
 
@@ -32,6 +33,9 @@ namespace {
 
 // Longer texts are set smaller, to fit.
 constexpr qsizetype kLongText = 30;  // UTF-16 units
+
+// A successor is read in the last ten seconds of the song before it.
+constexpr std::chrono::minutes kLongestReadAhead(1);
 
 constexpr double kBackdropWidth = 575.0;  // points
 
@@ -64,6 +68,12 @@ Image backdropOf(const Image& picture, double level) {
     if (size.width() <= 0.0) return {};
     return blurWithLevelAndSize(picture, level,
                                 {kBackdropWidth, size.height() / (size.width() / kBackdropWidth)});
+}
+
+// Where an amplitude stands on a meter that ends at full scale.
+double onMeter(float amplitude) {
+    constexpr double kSpan = 48.0;  // dB
+    return amplitude > 0.0F ? std::max(0.0, 1.0 + 20.0 * std::log10(double(amplitude)) / kSpan) : 0;
 }
 
 int buttonState(bool isOn) {
@@ -105,6 +115,7 @@ void Deck::dress(const Image& desktopPicture) {
                      });
     controls_.songAlbumArt->setControlView(controls_.controlView);
     controls_.timeSlider->setValueSource([this] { return currentTime(); });
+    controls_.levelMeter->setSource([this] { return level(); });
     controls_.background->setImage(backdropOf(desktopPicture, kDesktopBlurLevel));
     controls_.background->setImageAlignment(platform::ImageAlignment::Center);
     controls_.background->setImageScaling(platform::ImageScaling::None);
@@ -146,10 +157,13 @@ void Deck::prepareToPlay() const {
 void Deck::load(const QString& path) {
     // A track that follows the one before without a seam is read and under way already.
     auto player = player_ ? player_->takeSuccessor(path) : nullptr;
+    const auto readAt =
+        std::chrono::system_clock::now() - (player ? kLongestReadAhead : std::chrono::minutes(0));
     if (!player) {
         const auto data = platform::dataWithContentsOfFile(path);
         player = data ? AudioPlayer::initWithData(*data) : nullptr;
     }
+    shape_.clear(*controls_.timeSlider);
     player_ = std::move(player);
     successor_.reset();
     isNearEnd_ = false;
@@ -167,7 +181,10 @@ void Deck::load(const QString& path) {
     controls_.timeSlider->setMinValue(0.0);
     controls_.timeSlider->setMaxValue(duration());
     controls_.timeSlider->setDoubleValue(0.0);
-    if (player_) player_->setVolume(volume_);
+    if (player_) {
+        player_->setVolume(volume_);
+        shape_.show(*controls_.timeSlider, path, *player_, readAt);
+    }
     controls_.tableView->markDidMove();
     didChange_(Change::Status);
 }
@@ -374,6 +391,7 @@ void Deck::advanceRepeat() {
 void Deck::refresh() {
     controls_.playPause->setState(buttonState(isPlaying()));
     controls_.shuffleButton->setState(buttonState(shuffle_));
+    if (isPlaying()) controls_.levelMeter->follow();
     // The image follows only where the store and the deck agree on the state.
     if (storedRepeat() == repeat_) showRepeat();
 }
@@ -404,6 +422,12 @@ void Deck::showRepeat() {
                                                : Look{"Repeat_inactive", "Repeat: off"};
     controls_.repeatButton->setImage(Image::imageNamed(QLatin1String(look.image)));
     controls_.repeatButton->setAccessibleDescription(QLatin1String(look.words));
+}
+
+std::optional<platform::LevelMeter::Level> Deck::level() const {
+    const platform::SoundLevel level = player_ ? player_->level() : platform::SoundLevel();
+    if (!isPlaying() && level.peak <= 0.0F) return std::nullopt;
+    return platform::LevelMeter::Level{onMeter(level.loudness), onMeter(level.peak)};
 }
 
 std::int64_t Deck::storedRepeat() const {

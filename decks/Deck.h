@@ -1,8 +1,10 @@
 #pragma once
 
 #include "decks/Navigation.h"
+#include "decks/SeekShape.h"
 #include "library/PDTrack.h"
 #include "platform/audio/AudioPlayer.h"
+#include "platform/ui/LevelMeter.h"
 #include "presentation/PDPlayerType.h"
 
 #include <QByteArray>
@@ -159,6 +161,8 @@ class Deck {
     void showTitle(const QString& title);
     void showAlbumArtist();
     void showRepeat();
+    /// What is heard of the deck, on the meter's scale; absent when it rests.
+    std::optional<platform::LevelMeter::Level> level() const;
     /// The factor that the track at `path` is played with besides the volume.
     float gainOf(const QString& path) const;
     void showHint();
@@ -171,6 +175,7 @@ class Deck {
     QObject listContext_;  // ends the listening to the table with the deck
 
     std::unique_ptr<platform::AudioPlayer> player_;
+    SeekShape shape_;
     std::optional<QString> currentURL_;
     std::optional<QString> successor_;  // what the player follows its track with
     bool isNearEnd_ = false;            // so that a successor may stand ready

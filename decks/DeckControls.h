@@ -4,6 +4,7 @@ class HoverControlView;
 namespace platform {
 class Button;
 class ImageView;
+class LevelMeter;
 class Slider;
 class TableView;
 class TextField;
@@ -30,4 +31,5 @@ struct DeckControls {
     platform::Button* prev = nullptr;
     platform::Button* next = nullptr;
     platform::TableView* tableView = nullptr;
+    platform::LevelMeter* levelMeter = nullptr;
 };

@@ -8,6 +8,7 @@
 #include "platform/ui/Button.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/ImageView.h"
+#include "platform/ui/LevelMeter.h"
 #include "platform/ui/Slider.h"
 #include "platform/ui/TableView.h"
 #include "platform/ui/TextField.h"
@@ -97,6 +98,7 @@ void Pairdeck::declare(const Deck::Side& side, DeckControls& controls) {
     outlet(name("Prev"), controls.prev);
     outlet(name("Next"), controls.next);
     outlet(name("TableView"), controls.tableView);
+    outlet(name("LevelMeter"), controls.levelMeter);
     action(side.prefix + QStringLiteral("TimeSliderDidChange"),
            [this, type = side.type](Control* sender) { timeSliderDidChange(type, sender); });
     action(side.prefix + QStringLiteral("VolumeSliderDidChange"),

@@ -29,7 +29,7 @@ class Window;
 /// PD{Side}SongAlbumArt, PD{Side}Background, PD{Side}SongAlbumArtist, PD{Side}Hint,
 /// PD{Side}OpenFolder, PD{Side}TimeSlider, PD{Side}VolumeSlider, PD{Side}MuteButton, PD{Side}CTime,
 /// PD{Side}RTime, PD{Side}ShuffleButton, PD{Side}RepeatButton, PD{Side}ControlView,
-/// PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next, PD{Side}TableView.
+/// PD{Side}PlayPause, PD{Side}Prev, PD{Side}Next, PD{Side}TableView, PD{Side}LevelMeter.
 ///
 /// Actions: quit, perSecondInfoRefresh, playTrackFromSelection, playNextTrackAt, playPrevTrackAt,
 /// playPauseTrackAt, loudnessByTagsDidChange, panelDensityDidChange; {side}TimeSliderDidChange,

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/audio/SongShape.h"
+#include "platform/audio/SoundLevel.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -66,6 +69,14 @@ class AudioPlayer {
     /// Stereo position from -1 (all on the left) to +1 (all on the right), clamped. For p >= 0:
     /// left' = (1 - p) L, right' = (R + p L) / (1 + p); mirrored for p < 0.
     virtual void setPan(float pan) = 0;
+
+    /// How loud what reaches the listener at this moment is, with volume and pan; silence where
+    /// nothing does.
+    virtual SoundLevel level() const = 0;
+
+    /// Begins to make the shape of the song on a thread that runs when no other wants to, and goes
+    /// on for as long as somebody holds the result. Null where that can't be.
+    virtual std::shared_ptr<const SongShape> makeShape() const = 0;
 
     /// Has the file at `path` follow without a seam, in place of what was set before; nothing for
     /// no path. It is read and decoded on other threads, and its first sample is heard right after

@@ -2,6 +2,7 @@
 #include "platform/audio/AudioPlayer.h"
 #include "platform/audio/Clock.h"
 #include "platform/audio/PlayerMaker.h"
+#include "platform/audio/ShapeMaker.h"
 #include "platform/audio/SongAhead.h"
 
 #include <QObject>
@@ -120,6 +121,13 @@ class EnginePlayer final : public AudioPlayer {
     void setPan(float pan) override {
         voice_->setPan(std::isnan(pan) ? 0.0F : std::clamp(pan, -1.0F, 1.0F));
     }
+
+    SoundLevel level() const override {
+        const auto latency = static_cast<int64_t>(engine_.mixer.latency() * 1e9);
+        return voice_->levels().at(audio::nowNanoseconds() - latency);
+    }
+
+    std::shared_ptr<const SongShape> makeShape() const override { return audio::makeShape(song_); }
 
     bool setSuccessor(const std::optional<QString>& path) override {
         if (!takeBackSuccessor()) return false;

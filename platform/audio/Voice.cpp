@@ -3,6 +3,7 @@
 #include "platform/audio/ThreadRole.h"
 
 #include <algorithm>
+#include <span>
 
 namespace platform::audio {
 
@@ -185,6 +186,13 @@ void Voice::fillChunk(size_t frames) {
     if (fadeLeft_ == 0) old_ = nullptr;
 }
 
+void Voice::mixChunk(float* out, size_t frames) {
+    heard_.fill(0);
+    gains_.mix(chunk_.data(), heard_.data(), frames);
+    for (size_t i = 0; i < 2 * frames; ++i)
+        out[i] += heard_[i];
+}
+
 void Voice::publish(int64_t now) {
     progress_.publish(
         {active_->request, active_->start + static_cast<double>(delivered_) / active_->rate, now});
@@ -212,8 +220,10 @@ size_t Voice::mix(float* out, size_t frames, int rate, int64_t now) {
         // A pause stops where its fade has ended, not at the end of the block.
         if (!playing) count = std::min(count, gains_.framesLeft());
         fillChunk(count);
-        gains_.mix(chunk_.data(), out + 2 * done, count);
+        mixChunk(out + 2 * done, count);
         done += count;
+        const auto left = static_cast<int64_t>(frames - done);
+        levels_.add(std::span(heard_).first(2 * count), rate, now - left * 1'000'000'000 / rate);
     }
     if (gains_.isSilent() || !ready) {
         old_ = nullptr;

@@ -2,6 +2,7 @@
 
 #include "platform/audio/Gain.h"
 #include "platform/audio/Lane.h"
+#include "platform/audio/LevelHistory.h"
 #include "platform/audio/Snapshot.h"
 
 #include <array>
@@ -71,6 +72,9 @@ class Voice {
     /// True while the callback makes no sound of this voice.
     bool isSilent() const { return silent_.load(std::memory_order_acquire); }
     Progress progress() const { return progress_.read(); }
+    /// How loud it is with volume and pan, by the times at which its frames would be heard if that
+    /// were at the end of each block's delivery.
+    const LevelHistory& levels() const { return levels_; }
     /// Frames that were due while no lane had them.
     uint64_t missingFrames() const { return missing_.load(std::memory_order_relaxed); }
     /// The request whose last frame the callback has delivered; 0 for none yet.
@@ -116,6 +120,7 @@ class Voice {
     void begin(Lane& successor);
     size_t readActive(size_t at, size_t frames);
     void fadeOutOld(size_t frames);
+    void mixChunk(float* out, size_t frames);
     void publish(int64_t now);
 
     std::atomic<bool> playing_ = false;
@@ -139,6 +144,7 @@ class Voice {
     std::atomic<uint64_t> finished_ = 0;
     std::atomic<uint64_t> missing_ = 0;
     Snapshot<Progress> progress_;
+    LevelHistory levels_;
 
     // The callback's own.
     Lane* active_ = nullptr;
@@ -150,6 +156,7 @@ class Voice {
     uint64_t takes_ = 0;
     GainRamp gains_;
     std::array<float, 2 * kChunkFrames> chunk_ = {};
+    std::array<float, 2 * kChunkFrames> heard_ = {};  // the same with its gains
 
     std::atomic<bool> nearEndAwaited_ = false;
     std::mutex noticeMutex_;

@@ -6,6 +6,7 @@
 #include "platform/ui/ElasticLayout.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/InterfaceReader.h"
+#include "platform/ui/LevelMeter.h"
 #include "platform/ui/MenuItem.h"
 #include "platform/ui/ProgressIndicator.h"
 #include "platform/ui/SearchField.h"
@@ -35,6 +36,7 @@ const QHash<QString, WidgetFactory>& platformClasses() {
         {QStringLiteral("Box"), factory<Box>()},
         {QStringLiteral("Button"), factory<Button>()},
         {QStringLiteral("ImageView"), factory<ImageView>()},
+        {QStringLiteral("LevelMeter"), factory<LevelMeter>()},
         {QStringLiteral("ProgressIndicator"), factory<ProgressIndicator>()},
         {QStringLiteral("QMenu"), factory<QMenu>()},
         {QStringLiteral("SearchField"), factory<SearchField>()},

@@ -66,6 +66,11 @@ void Slider::moveTo(double value) {
     QAccessible::updateAccessibility(&textChange);
 }
 
+void Slider::setGroove(std::vector<Groove::Stretch> stretches, size_t count) {
+    groove_.setStretches(std::move(stretches), count);
+    update();
+}
+
 QString Slider::valueText() const {
     if (unit_ == Unit::Seconds) {
         return QStringLiteral("%1 of %2").arg(timeText(value_), timeText(maxValue_));
@@ -201,13 +206,7 @@ void Slider::paintEvent(QPaintEvent*) {
     const double knob = knobX();
     const double inset = kKnobRadius + 2.0;
     const QRectF track(inset, middle - kTrackHeight / 2.0, width() - 2.0 * inset, kTrackHeight);
-    QColor color = palette().color(QPalette::WindowText);
-    color.setAlphaF(0.28F);
-    painter.setBrush(color);
-    painter.drawRoundedRect(track, kTrackHeight / 2.0, kTrackHeight / 2.0);
-    painter.setBrush(theme::kAccent);
-    painter.drawRoundedRect(QRectF(track.topLeft(), QPointF(knob, track.bottom())),
-                            kTrackHeight / 2.0, kTrackHeight / 2.0);
+    groove_.draw(painter, *this, track, knob);
     const double radius = isHeld_ || underMouse() ? kKnobRadius : kKnobRadius - 1.0;
     painter.setBrush(Qt::white);
     painter.drawEllipse(QPointF(knob, middle), radius, radius);

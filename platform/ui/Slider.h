@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ui/Control.h"
+#include "platform/ui/Groove.h"
 
 #include <QLabel>
 #include <QPointer>
@@ -8,6 +9,7 @@
 
 #include <functional>
 #include <utility>
+#include <vector>
 
 namespace platform {
 
@@ -51,6 +53,10 @@ class Slider : public QWidget, public Control {
     /// What tells the true value where the one on show may be older; without it that one counts.
     void setValueSource(std::function<double()> source) { source_ = std::move(source); }
 
+    /// What the groove looks like over the range, in `count` stretches of equal length, as far as
+    /// it is known: from the beginning on. The plain line without any.
+    void setGroove(std::vector<Groove::Stretch> stretches, size_t count);
+
     double keyStep() const { return keyStep_; }
     void setKeyStep(double step) { keyStep_ = step; }
     /// The value in words: "80 %" or "1:05 of 1:03:35".
@@ -88,6 +94,7 @@ class Slider : public QWidget, public Control {
     double value_ = 0.0;
     double keyStep_ = 0.05;
     std::function<double()> source_;
+    Groove groove_;
     Unit unit_ = Unit::Fraction;
     bool continuous_ = true;
     bool isHeld_ = false;       // the knob, by the pointer

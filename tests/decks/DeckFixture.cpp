@@ -58,6 +58,7 @@ void DeckFixture::findControls(PDPlayerType side) {
     find(found.prev, "Prev");
     find(found.next, "Next");
     find(found.tableView, "TableView");
+    find(found.levelMeter, "LevelMeter");
 }
 
 void DeckFixture::store(const QString& key, const platform::DefaultsValue& value) {
