@@ -1,10 +1,14 @@
+#include "platform/foundation/FileIdentity.h"
 #include "platform/foundation/Path.h"
+#include "platform/store/Store.h"
 #include "presentation/BlurredBackdrop.h"
 #include "tests/decks/DeckFixture.h"
 #include "tests/platform/media/TagBytes.h"
 
 #include <QBuffer>
 #include <QFile>
+
+#include <sys/stat.h>
 
 using platform::Image;
 
@@ -115,6 +119,41 @@ TEST_F(Loading, WhatCannotBePlayedIsShownAllTheSame) {
                           Image::imageNamed(QStringLiteral("Default_Artwork"))));
     EXPECT_FALSE(sameImage(Image::imageNamed(QStringLiteral("Default_Artwork")),
                            Image::imageNamed(QStringLiteral("Default-Art"))));
+}
+
+TEST_F(Loading, TheSeekBarShowsTheSongsShapeAndRemembersIt) {
+    start();
+    const QString path = makeSong(QStringLiteral("song.mp3"), 5.0);
+    struct stat status = {};
+    ASSERT_EQ(::stat(qPrintable(path), &status), 0);
+    const QByteArray key = platform::FileIdentity::of(status).key();
+    platform::Store& store = platform::Store::userStore();
+    const auto kept = [&] { return store.values("shapes", {key}).front(); };
+    platform::Slider* slider = controls(PDLeftPlayer).timeSlider;
+    const auto isTall = [&] {
+        const QImage shown = slider->grab().toImage();
+        const int x = shown.width() / 2;
+        return shown.pixel(x, 2) != shown.pixel(0, 2) || shown.pixel(x + 1, 2) != shown.pixel(0, 2);
+    };
+    // A file that has changed a moment ago may change again without a trace.
+    QTest::qWait(2100);
+    decks().playTrackAtWithPlayer(path, PDLeftPlayer);
+    // It is made when nothing else wants to run.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return kept().has_value(); }, 120'000));
+    EXPECT_EQ(kept()->size(), 1024);
+    EXPECT_FALSE(isTall());
+    ASSERT_TRUE(store.put("shapes", {{key, QByteArray(1024, '\xFF')}}));
+    decks().playTrackAtWithPlayer(path, PDLeftPlayer);
+    EXPECT_TRUE(waitUntil(isTall));
+    decks().playTrackAtWithPlayer(folder_.path(), PDLeftPlayer);
+    EXPECT_FALSE(isTall());
+    // Another state of the file is another file.
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::Append) && file.putChar(0));
+    file.close();
+    decks().playTrackAtWithPlayer(path, PDLeftPlayer);
+    QTest::qWait(200);
+    EXPECT_FALSE(isTall());
 }
 
 TEST_F(Loading, LongTextsAreSetSmaller) {

@@ -150,6 +150,28 @@ TEST(Engine, BothDecksKeepTheirSidesAndFullScale) {
     }
 }
 
+TEST(Engine, TellsHowLoudEachMomentIs) {
+    auto song = sine(1000, 0.8, kRate, 2 * kRate);
+    std::fill(song.begin() + 2 * kRate, song.end(), 0);
+    Rig rig;
+    const auto voice = rig.play(waveFile(song, kRate));
+    voice->setVolume(0.5F);
+    voice->setPan(1);
+    rig.render(9600);
+    const auto levelBefore = [&](int64_t milliseconds) {
+        return voice->levels().at(rig.mixer.lastBlock() - milliseconds * 1'000'000);
+    };
+    EXPECT_NEAR(levelBefore(0).peak, 0.4F, 0.004F);
+    EXPECT_NEAR(levelBefore(0).loudness, 0.4F / std::numbers::sqrt2_v<float>, 0.004F);
+    EXPECT_EQ(levelBefore(-200).peak, 0);
+    EXPECT_EQ(levelBefore(60'000).loudness, 0);
+    // Within one block as well: 10 ms of the tone, then silence.
+    rig.request(*voice, {2, kRate - kRate / 100});
+    rig.render(2205, 2205);
+    EXPECT_EQ(levelBefore(0).peak, 0);
+    EXPECT_GT(levelBefore(42).peak, 0.3F);
+}
+
 TEST(Engine, TheEndIsToldOnceAndAShortSongIsWhole) {
     for (const size_t frames : {size_t(1), size_t(100), size_t(4800), size_t(48001)}) {
         Rig rig;

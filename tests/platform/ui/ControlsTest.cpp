@@ -1,8 +1,10 @@
 #include "platform/ui/Button.h"
 #include "platform/ui/Controller.h"
+#include "platform/ui/LevelMeter.h"
 #include "platform/ui/ProgressIndicator.h"
 #include "platform/ui/SearchField.h"
 #include "platform/ui/Slider.h"
+#include "platform/ui/Theme.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -154,6 +156,71 @@ TEST(SliderByHand, TellsTheTimeUnderThePointer) {
     EXPECT_EQ(tag(), QStringLiteral("2:00:00"));
     mouse(slider, QEvent::MouseButtonRelease, 900);
     EXPECT_EQ(tag(), QString());
+}
+
+TEST(SliderGroove, RisesAsFarAsItIsKnown) {
+    Slider slider;
+    slider.resize(416, 30);
+    slider.setDoubleValue(0.25);
+    QImage shown;
+    const auto heightAt = [&](int x) {
+        shown = slider.grab().toImage();
+        int height = 0;
+        for (int i = 0; i < 3 * shown.height(); ++i)
+            height += shown.pixel(x + i % 3, i / 3) != shown.pixel(0, 0);
+        return height / 3.0;
+    };
+    EXPECT_LE(heightAt(60), 4);
+    std::vector<Groove::Stretch> loud(64, {0.5F, 1.0F});
+    slider.setGroove(loud, 128);
+    EXPECT_NEAR(heightAt(60), 20, 0.1);  // two of three pixels, the third is the gap
+    EXPECT_NEAR(heightAt(180), 20, 0.1);
+    EXPECT_LE(heightAt(300), 4);
+    EXPECT_TRUE(shown.pixelColor(59, 15) == theme::kAccent ||
+                shown.pixelColor(60, 15) == theme::kAccent);
+    EXPECT_NE(shown.pixelColor(180, 15), theme::kAccent);
+    loud.resize(128);
+    slider.setGroove(loud, 128);
+    EXPECT_LE(heightAt(300), 4);
+    slider.setGroove({}, 0);
+    EXPECT_LE(heightAt(60), 4);
+}
+
+TEST(Meter, FollowsWhatSoundsWhileItIsSeen) {
+    QWidget window;
+    LevelMeter meter(&window);
+    meter.setGeometry(10, 10, 100, 4);
+    std::optional<LevelMeter::Level> level = LevelMeter::Level{0.5, 0.75};
+    int asked = 0;
+    meter.setSource([&] {
+        ++asked;
+        return level;
+    });
+    meter.follow();
+    const auto shows = [&](int x, const QColor& color) {
+        return window.grab().toImage().pixelColor(10 + x, 12) == color;
+    };
+    EXPECT_EQ(asked, 0);
+    window.show();
+    processEventsUntil([&] { return shows(49, theme::kAccent); });
+    EXPECT_TRUE(shows(49, theme::kAccent));
+    EXPECT_FALSE(shows(52, theme::kAccent));
+    EXPECT_TRUE(shows(74, Qt::white));
+    window.hide();
+    QTest::qWait(50);
+    const int seen = asked;
+    QTest::qWait(100);
+    EXPECT_EQ(asked, seen);
+    window.show();
+    processEventsUntil([&] { return asked > seen; });
+    EXPECT_GT(asked, seen);
+    // What is over sinks to nothing and is asked for no more.
+    level.reset();
+    processEventsUntil([&] { return shows(0, window.grab().toImage().pixelColor(5, 12)); });
+    QTest::qWait(50);
+    const int atRest = asked;
+    QTest::qWait(100);
+    EXPECT_EQ(asked, atRest);
 }
 
 TEST(Search, ActsAfterTheLastKeyAndAtOnceOnReturnAndClearing) {
