@@ -189,11 +189,35 @@ void weighAll(Home& home) {
     }
 }
 
+/// What both meters cost while they move: the program plays two songs with its window on the
+/// screen, and then the same with the window minimised, when nothing is drawn.
+void watchMeters(const Home& home) {
+    if (!isAnyWanted("meters.")) return;
+    home.set({});
+    const RunningProgram program(
+        kProgram, {home.song(QStringLiteral("left")), home.song(QStringLiteral("right"))});
+    const auto share = [&program] {
+        // What a start or the last change has set off is over by then.
+        std::this_thread::sleep_for(std::chrono::seconds(5));
+        constexpr int kSeconds = 15;
+        const double before = program.processorSeconds();
+        std::this_thread::sleep_for(std::chrono::seconds(kSeconds));
+        return 100 * (program.processorSeconds() - before) / kSeconds;
+    };
+    const double seen = share();
+    QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("ctrl+m")});
+    const double hidden = share();
+    print("meters.cpu", seen - hidden, "%");
+    print("meters.cpu.hidden", hidden, "%");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     readCommandLine(argc, argv);
-    if (!isAnyWanted("start.") && !isAnyWanted("cold.") && !isAnyWanted("memory.")) return 0;
+    if (!isAnyWanted("start.") && !isAnyWanted("cold.") && !isAnyWanted("memory.") &&
+        !isAnyWanted("meters."))
+        return 0;
     enterSession(argv);
     Home home;
     ScreenWatch screen;
@@ -202,5 +226,6 @@ int main(int argc, char** argv) {
     startCold(home, screen);
     if (hasOption("--trace")) traceStart(home, screen);
     weighAll(home);
+    watchMeters(home);
     return 0;
 }

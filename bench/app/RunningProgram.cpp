@@ -2,6 +2,8 @@
 
 #include "platform/audio/Clock.h"
 
+#include <unistd.h>
+
 #include <fstream>
 
 namespace bench {
@@ -25,6 +27,21 @@ RunningProgram::Memory RunningProgram::memory() const {
         if (word == "Pss:" && rollup >> kibibytes) memory.proportional = kibibytes * 1024e-6;
     }
     return memory;
+}
+
+double RunningProgram::processorSeconds() const {
+    std::ifstream stat("/proc/" + std::to_string(process_.processId()) + "/stat");
+    std::string word;
+    // Behind the name, which is in parentheses.
+    while (stat >> word && !word.ends_with(')')) {
+    }
+    constexpr int kFieldsBefore = 11;
+    for (int i = 0; i < kFieldsBefore; ++i)
+        stat >> word;
+    double user = 0;
+    double system = 0;
+    stat >> user >> system;
+    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
 }
 
 std::map<std::string, std::int64_t> RunningProgram::end() {

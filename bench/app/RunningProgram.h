@@ -26,6 +26,9 @@ class RunningProgram {
     /// What it holds now; zeros when it has ended.
     Memory memory() const;
 
+    /// The processor time that it has taken so far, in seconds; 0 when it has ended.
+    double processorSeconds() const;
+
     /// Asks it to end, waits until it has, and gives the lines "NAME NUMBER" that it wrote.
     std::map<std::string, std::int64_t> end();
 

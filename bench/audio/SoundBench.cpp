@@ -8,6 +8,7 @@
 #include "platform/audio/AudioEngine.h"
 #include "platform/audio/AudioPlayer.h"
 #include "platform/audio/Clock.h"
+#include "platform/audio/ShapeMaker.h"
 #include "platform/foundation/FileManager.h"
 #include "platform/image/Image.h"
 #include "platform/media/MediaAsset.h"
@@ -24,6 +25,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <stop_token>
 #include <string>
 #include <thread>
@@ -152,6 +154,28 @@ void benchCost(const QByteArray& song) {
     }
 }
 
+/// The processor time that a song of four minutes takes to be drawn, in the same engine's decoder.
+void benchShape() {
+    for (const auto& [name, options] :
+         {std::pair("mp3", "-b:a 192k"), std::pair("m4a", "-c:a aac -b:a 192k")}) {
+        const auto song = openSong(longSong(options, name, 240));
+        std::vector<double> took;
+        for (int i = 0; i < 5; ++i) {
+            const auto now = [] {
+                timespec time = {};
+                clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+                return static_cast<double>(time.tv_sec) * 1e3 +
+                       static_cast<double>(time.tv_nsec) * 1e-6;
+            };
+            const auto shape = std::make_shared<SongShape>();
+            const double before = now();
+            drawShape(song, shape);
+            took.push_back(now() - before);
+        }
+        print(std::string("wave.four_minutes_cpu_ms.") + name, bench::median(took), "ms");
+    }
+}
+
 /// A tone of -1 dBFS through decoder, resampler, voice and mixer.
 void benchQuality() {
     Rig rig(48000);
@@ -248,6 +272,8 @@ void benchInterruptions(SoundServer& server, double busySeconds) {
 
 void run() {
     if (isAnyWanted("sound.thd_n") || isAnyWanted("sound.gain_error")) benchQuality();
+    if (isAnyWanted("wave.four_minutes")) benchShape();
+    if (!isAnyWanted("sound.")) return;
     SoundServer server;
     server.start();
     const QByteArray song = longSong("-b:a 320k", "mp3");
@@ -279,7 +305,7 @@ void run() {
 
 int main(int argc, char** argv) {
     bench::readCommandLine(argc, argv);
-    if (!bench::isAnyWanted("sound.")) return 0;
+    if (!bench::isAnyWanted("sound.") && !bench::isAnyWanted("wave.four_minutes")) return 0;
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("bench"));
     platform::audio::run();

@@ -4,7 +4,10 @@ Usage: handling.py PROGRAM FOLDER [unittest argument]..., in the session that sc
 starts. FOLDER receives a screenshot of each scene that fails.
 """
 
+import math
 import os
+import pathlib
+import sqlite3
 import subprocess
 import time
 
@@ -51,6 +54,64 @@ class HeldKnobs(Scene):
             self.deck.overlay()
             self.assertAlmostEqual(knob.value, told, 2)
             self.assertAlmostEqual(float(playerctl(self.deck, words)), told, 2)
+
+
+class Looks(Scene):
+    right = []
+    QUARTERS = (0.9, 0.225, 0, 0.056)  # amplitudes of a tone, eight seconds each
+    STORE = pathlib.Path(os.environ["XDG_CACHE_HOME"]) / "com.ovrelin.Pairdeck" / "store"
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        gains = "+".join(f"{gain}*between(t\\,{8 * i}\\,{8 * i + 8})" for i, gain in enumerate(cls.QUARTERS))
+        tone = ["-f", "lavfi", "-i", f"aevalsrc=({gains})*sin(2*PI*400*t):d=32"]
+        path = cls.folder / "Left" / "quarters.m4a"
+        subprocess.run(["ffmpeg", "-v", "error", *tone, "-c:a", "alac", path], check=True)
+        time.sleep(2.5)  # until the file proves itself by its times
+
+    def kept(self):
+        """The columns of the shape that was kept last: peak and loudness in dB."""
+        if not self.STORE.exists():
+            return None
+        with sqlite3.connect(f"file:{self.STORE}?mode=ro", uri=True) as store:
+            if not store.execute("SELECT name FROM sqlite_schema WHERE name='shapes'").fetchall():
+                return None
+            value = store.execute("SELECT value FROM shapes ORDER BY age DESC").fetchone()[0]
+        levels = [(level - 255) * 0.375 for level in value[:1024]]
+        return list(zip(levels[::2], levels[1::2]))
+
+    def height(self, across):
+        """How many rows of the seek bar's pixels stand out there."""
+        left, top, width, height = self.deck.control("seek").rectangle
+        pixels = picture(left + int(across * width), top, 3, height)
+        rows = [pixels[i : i + 9] for i in range(0, len(pixels), 9)]
+        brightness = [max(row) for row in rows]
+        return sum(level > min(brightness) + 12 for level in brightness)
+
+    def meter(self):
+        """The pixels beside the deck's caption, as far as its menu."""
+        left, top, width, height = self.screen.find("LEFT DECK  ·  RIGHT EAR").rectangle
+        return picture(left + width, top + height // 2 - 4, self.deck.control("menu").rectangle[0] - left - width, 8)
+
+    def test_the_shape_and_the_level_of_a_song(self):
+        nothing = self.meter()
+        self.deck.play("quarters.m4a")
+        wait_until(lambda: self.meter() != nothing, "a meter that moves")
+        self.deck.press("play/pause")
+        away()
+        wait_until(lambda: self.meter() == nothing, "no meter")
+        # It is made when nothing else wants to run.
+        columns = wait_until(self.kept, "the shape in the store", 300)
+        for quarter, gain in enumerate(self.QUARTERS):
+            level = 20 * math.log10(gain) if gain else -95.625
+            for peak, loudness in columns[128 * quarter + 2 : 128 * quarter + 126]:
+                self.assertAlmostEqual(peak, level, delta=0.5)
+                self.assertAlmostEqual(loudness, level - 3.01 if gain else level, delta=0.5)
+        first, second, third, fourth = (self.height(across) for across in (0.15, 0.4, 0.63, 0.88))
+        self.assertGreater(first, second + 4)
+        self.assertGreater(second, fourth + 2)
+        self.assertLessEqual(third, fourth)
 
 
 class PlayingSong(Scene):
