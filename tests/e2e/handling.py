@@ -340,14 +340,15 @@ class PanelDensity(Scene):
         press("ctrl+comma")
         slider = self.screen.find("Panel density")
         self.assertAlmostEqual(slider.value, 0.9)
-        for across, colour in ((1.0, (18, 20, 26)), (0.0, (0, 0, 0))):
+        bare = tuple(picture(5, 5, 1, 1))
+        for across, colour in ((1.0, (18, 20, 26)), (0.0, bare)):
             slider.click(across)
             self.shows(colour, blurred=across == 0.0)
         press("Escape", "ctrl+q")
         self.assertEqual(self.program.wait(), 0)
         self.assertEqual(settings()["PairdeckPanelDensity"], 0)
         self.start()
-        self.shows((0, 0, 0), blurred=True)
+        self.shows(bare, blurred=True)
 
 
 if __name__ == "__main__":

@@ -3,7 +3,8 @@
 #include <QTemporaryDir>
 
 /// A home of the tests' own while it lives, so that no setting of the person who runs them counts
-/// or changes, nothing of a running desktop is asked, and no screen, which neither running nor listing the tests needs.
+/// or changes, nothing of a running desktop is asked, and no screen, which neither running nor
+/// listing the tests needs.
 class TestHome {
   public:
     TestHome() {
