@@ -11,6 +11,8 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -29,16 +31,40 @@ qint64 bytesPerPixel(QImage::Format format) {
     return std::max(kLeast, QImage::toPixelFormat(format).bitsPerPixel() / 8);
 }
 
-// Whether `data` may be a drawing: XML, or compressed (RFC 1952) as drawings often are.
-bool mayBeDrawing(const QByteArray& data) {
+// Of a drawing's text: the renderer takes seconds, and three times the memory, for more.
+constexpr qsizetype kMaxDrawingBytes = qsizetype{16} << 20;
+
+// What a stream in the format of RFC 1952 holds; empty where that is damaged or too much for a
+// drawing. The renderer would inflate it whatever its size.
+QByteArray inflatedDrawing(const QByteArray& data) {
+    constexpr int kGzip = MAX_WBITS + 16;
+    z_stream stream = {};
+    if (::inflateInit2(&stream, kGzip) != Z_OK) return {};
+    QByteArray text(kMaxDrawingBytes, Qt::Uninitialized);
+    // zlib does not write to its input, but an old interface of it does not say so.
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.constData()));
+    stream.avail_in = static_cast<uInt>(data.size());
+    stream.next_out = reinterpret_cast<Bytef*>(text.data());
+    stream.avail_out = static_cast<uInt>(text.size());
+    const bool whole = ::inflate(&stream, Z_FINISH) == Z_STREAM_END;
+    text.resize(whole ? static_cast<qsizetype>(stream.total_out) : 0);
+    ::inflateEnd(&stream);
+    return text;
+}
+
+// The text of what may be a drawing, which often is compressed; empty of anything else.
+QByteArray drawingText(const QByteArray& data) {
+    const QByteArray text = data.startsWith("\x1F\x8B") ? inflatedDrawing(data) : data;
     constexpr qsizetype kBeginning = 4096;
-    return data.startsWith("\x1F\x8B") ||
-           data.first(std::min(kBeginning, data.size())).contains("<svg");
+    const bool isDrawing = text.size() <= kMaxDrawingBytes &&
+                           text.first(std::min(kBeginning, text.size())).contains("<svg");
+    return isDrawing ? text : QByteArray();
 }
 
 // By the renderer itself: its plugin for the reader is not installed everywhere.
-QImage decodedDrawing(const QByteArray& data) {
-    QSvgRenderer renderer(data);
+QImage decodedDrawing(const QByteArray& text) {
+    if (text.isEmpty()) return {};
+    QSvgRenderer renderer(text);
     const QSize size = renderer.isValid() ? renderer.defaultSize() : QSize();
     if (!isDecodableSize(size, 4)) return {};
     QImage image = largeBitmap(size, QImage::Format_ARGB32_Premultiplied);
@@ -93,8 +119,7 @@ DecodedImage decodedImage(const QByteArray& data, Drawings drawings, double blur
     if (data.size() > kMaxEncodedBytes) return {};
     QImage image = decodedByReader(data);
     // Last, as a picture's own metadata may hold what looks like a drawing.
-    if (image.isNull() && drawings == Drawings::Decoded && mayBeDrawing(data))
-        image = decodedDrawing(data);
+    if (image.isNull() && drawings == Drawings::Decoded) image = decodedDrawing(drawingText(data));
     if (image.isNull()) return {};
     const QByteArray profile = image.colorSpace().iccProfile();
     image = inStandardColours(std::move(image), profile);

@@ -81,11 +81,28 @@ bool answerQuestions(int argc, char** argv, const Bundle& bundle, const char* he
 }
 
 #ifdef QT_NO_DEBUG
+/// The standard error stream as the program was given it.
+FILE* errorStream() {
+    static FILE* const stream = stderr;
+    return stream;
+}
+
 /// Says what ends the program, and nothing else: what a picture's reader thinks of a picture helps
 /// nobody who listens to music. Whoever asks for the toolkit's words gets them.
 void keepQuiet(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (type == QtFatalMsg || qEnvironmentVariableIsSet("QT_LOGGING_RULES"))
-        std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
+        std::fprintf(errorStream(), "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
+}
+
+/// Takes the stream from libraries that print on it and know no handler: the PNG decoder behind the
+/// toolkit's reader, the sound servers' clients. The descriptor stays what it is.
+void silenceLibraries() {
+#ifdef __GLIBC__
+    if (qEnvironmentVariableIsSet("QT_LOGGING_RULES")) return;
+    // Without a way to write, whatever is written is dropped; unlike a file, it needs no
+    // descriptor.
+    if (FILE* const nowhere = ::fopencookie(nullptr, "w", {})) stderr = nowhere;
+#endif
 }
 #endif
 
@@ -162,6 +179,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     const Bundle& bundle = Bundle::mainBundle();
     if (answerQuestions(argc, argv, bundle, help)) return EXIT_SUCCESS;
 #ifdef QT_NO_DEBUG
+    errorStream();
     qInstallMessageHandler(keepQuiet);
 #endif
     settleEnvironment();
@@ -184,6 +202,9 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     for (const QString& problem : interface.problems())
         std::fprintf(stderr, "%s\n", qPrintable(problem));
     if (!interface.problems().isEmpty()) return EXIT_FAILURE;
+#ifdef QT_NO_DEBUG
+    silenceLibraries();
+#endif
     // Without it nobody could see or stop what plays, whatever other window is still open.
     QObject::connect(interface.mainWindow(), &Window::willClose,
                      [] { Application::sharedApplication().terminate(); });

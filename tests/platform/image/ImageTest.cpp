@@ -246,10 +246,15 @@ TEST(Image, InksBecomeColours) {
 TEST(Image, DrawingsAreReadFromFilesAlone) {
     const QByteArray drawing =
         "<svg xmlns='http://www.w3.org/2000/svg' width='30' height='20'><rect/></svg>";
-    EXPECT_TRUE(Image::initWithData(drawing).isNull());
-    QTemporaryFile file;
-    ASSERT_TRUE(file.open() && file.write(drawing) > 0 && file.flush());
-    EXPECT_EQ(Image::initWithContentsOfURL(file.fileName()).size(), QSizeF(30, 20));
+    const QByteArray compressed = QByteArray::fromBase64(
+        "H4sIAAAAAAACAxXKOw6AIAwA0KuwdaMNbAS4jJKWxF+gsR5fffPL82b37NsxC4jqlRDNzFv052AM"
+        "RITfAGd9VSkQCZy0zqIFAkHNoy2KNf+pvo7sJrpMAAAA");
+    for (const QByteArray& form : {drawing, compressed}) {
+        EXPECT_TRUE(Image::initWithData(form).isNull());
+        QTemporaryFile file;
+        ASSERT_TRUE(file.open() && file.write(form) > 0 && file.flush());
+        EXPECT_EQ(Image::initWithContentsOfURL(file.fileName()).size(), QSizeF(30, 20));
+    }
 }
 
 TEST(Image, HostileDrawingsEndAndReadNothingElse) {
@@ -277,6 +282,12 @@ TEST(Image, HostileDrawingsEndAndReadNothingElse) {
         ASSERT_TRUE(file.open() && file.write(drawing) > 0 && file.flush());
         Image::initWithContentsOfURL(file.fileName()).bitmap();
     }
+    // A hundred megabytes in a hundred kilobytes.
+    const QByteArray spaces = qCompress(open + QByteArray(100'000'000, ' ') + "</svg>", 1);
+    QTemporaryFile bomb;
+    ASSERT_TRUE(bomb.open() && bomb.write("\x1F\x8B\x08\0\0\0\0\0\0\3", 10) == 10 &&
+                bomb.write(spaces.sliced(6)) > 0 && bomb.flush());
+    EXPECT_TRUE(Image::initWithContentsOfURL(bomb.fileName()).isNull());
     const QByteArray linking = open + "<image width='9' height='9' x:href='" + fifo + "'/></svg>";
     EXPECT_TRUE(Image::initWithData(linking).isNull());
 }
