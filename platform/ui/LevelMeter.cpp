@@ -84,9 +84,16 @@ void LevelMeter::step() {
     };
     const int loudness = pixels(shown_.loudness);
     const int peak = pixels(shown_.peak);
-    if (loudness != drawnLoudness_ || peak != drawnPeak_) update();
-    drawnLoudness_ = loudness;
-    drawnPeak_ = peak;
+    // What lies below is drawn anew as well, so no more than has changed.
+    const auto redraw = [this](int& drawn, int wanted, double mark) {
+        if (drawn == wanted) return;
+        const double scale = devicePixelRatioF();
+        const double left = std::min(drawn, wanted) / scale - mark;
+        update(QRectF(left, 0, std::max(drawn, wanted) / scale - left, height()).toAlignedRect());
+        drawn = wanted;
+    };
+    redraw(drawnLoudness_, loudness, 0.0);
+    redraw(drawnPeak_, peak, kMark);
     if (!now && peak <= 0 && loudness <= 0) rest();
 }
 
