@@ -8,6 +8,7 @@
 #include "platform/store/Store.h"
 #include "platform/ui/Slider.h"
 
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <atomic>
@@ -120,7 +121,13 @@ void SeekShape::look() {
     const bool isComplete = shape_->isComplete();
     if (shape_->known() != drawn_) draw();
     if (!isComplete) return;
-    if (isNew_) runApart([memory = memory_, shape = shape_] { memory->keep(*shape); });
+    if (isNew_) {
+        runApart([memory = memory_, shape = shape_] {
+            memory->keep(*shape);
+            // The part of the heap that the second decoder had is empty, and stays as large.
+            ::malloc_trim(0);
+        });
+    }
     timer_.reset();
 }
 
