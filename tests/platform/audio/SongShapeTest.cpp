@@ -3,10 +3,10 @@
 #include "tests/platform/audio/Songs.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryFile>
 
 #include <gtest/gtest.h>
+#include <sched.h>
 
 #include <thread>
 
@@ -94,18 +94,12 @@ TEST(SongShapes, AreMadeAtIdlePriorityForAsLongAsTheyAreHeld) {
     const auto song = std::const_pointer_cast<Song>(openSong(waveFile({0.5F, 0.5F}, kRate)));
     // Days of silence.
     song->length = int64_t{1} << 45;
-    std::weak_ptr<const Song> held = song;
-    auto shape = makeShape(std::move(std::const_pointer_cast<const Song>(song)));
+    auto shape = makeShape(song);
     const auto idleThreads = [] {
-        int idle = 0;
-        for (const QString& task : QDir(QStringLiteral("/proc/self/task")).entryList()) {
-            QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(task));
-            constexpr int kPolicyAfterName = 38;
-            if (!file.open(QIODevice::ReadOnly)) continue;
-            const QByteArray fields = file.readAll();
-            idle += fields.sliced(fields.lastIndexOf(')') + 2).split(' ')[kPolicyAfterName] == "5";
-        }
-        return idle;
+        const QStringList tasks = QDir(QStringLiteral("/proc/self/task")).entryList();
+        return std::count_if(tasks.begin(), tasks.end(), [](const QString& task) {
+            return ::sched_getscheduler(task.toInt()) == SCHED_IDLE;
+        });
     };
     EXPECT_TRUE(awaits([&] { return idleThreads() == 1; }));
     shape.reset();
