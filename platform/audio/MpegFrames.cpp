@@ -202,6 +202,7 @@ class MpegFrameWalk {
                 std::memchr(bytes_.data() + from, 0xFF, static_cast<size_t>(limit - from));
             if (!sync) return std::nullopt;
             from = static_cast<const char*>(sync) - bytes_.data();
+            if (from + kHeaderSize > limit) return std::nullopt;
             if (condition(from)) return from;
             ++from;
         }
