@@ -7,7 +7,7 @@ set(PAIRDECK_ROOMS
     "platform/workspace | platform/foundation | gio/"
     "platform/store | platform/foundation | sqlite3.h"
     "platform/containers | platform/foundation |"
-    "platform/media | platform/foundation platform/containers | tiostream.h tfile.h apetag.h zlib.h"
+    "platform/media | platform/foundation platform/store platform/containers | tiostream.h tfile.h apetag.h zlib.h"
     "platform/audio | platform/foundation platform/containers | libav libsw cubeb/ soxr.h"
     "platform/image | platform/foundation | hwy/ lcms2 turbojpeg.h zlib.h"
     "platform/ui | platform/foundation platform/image platform/workspace | private/ xcb/"

@@ -1,10 +1,8 @@
 #include "library/PDSourceManager.h"
 
 #include "library/LibraryNotice.h"
-#include "platform/foundation/FileManager.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
-#include "platform/media/MediaReadAhead.h"
 #include "platform/ui/OpenPanel.h"
 #include "platform/ui/SearchField.h"
 
@@ -12,7 +10,7 @@ using platform::Control;
 using platform::OpenPanel;
 using platform::UserDefaults;
 
-PDSourceManager::PDSourceManager(const Side& side) : side_(side) {
+PDSourceManager::PDSourceManager(const Side& side) : side_(side), library_({".mp3", ".m4a"}) {
     outlet(QStringLiteral("tableView"), tableView_);
     outlet(side.defaultDirectoryLabel, defaultDirectoryLabel_);
     outlet(QStringLiteral("PDProgressBar"), progressBar_);
@@ -25,7 +23,9 @@ PDSourceManager::PDSourceManager(const Side& side) : side_(side) {
            [this](Control*) { changeDefaultDirectory(); });
     action(QStringLiteral("updatePredicate"), [this](Control* sender) {
         const auto* field = dynamic_cast<platform::SearchField*>(sender);
-        if (field) updatePredicate(field->stringValue());
+        if (!field) return;
+        // Who asks for it is not content with what the kernel tells.
+        updatePredicate(field->stringValue(), field->isTyped() ? Proof::Notice : Proof::Status);
     });
 }
 
@@ -84,28 +84,32 @@ void PDSourceManager::changeDefaultDirectory() {
     });
 }
 
-void PDSourceManager::getTracksFromURL(const std::optional<QString>& path) {
+void PDSourceManager::getTracksFromURL(const std::optional<QString>& path, Proof proof) {
     TrackArray& tracks = side_.trackArray;
     tracks.clear();
-    QStringList kept;
-    if (path) {
-        for (const QString& entry : platform::FileManager::subpathsOfDirectoryAtPath(*path)) {
-            const bool isAudio =
-                entry.endsWith(QLatin1String(".mp3")) || entry.endsWith(QLatin1String(".m4a"));
-            if (isAudio) kept.append(*path + QLatin1Char('/') + entry);
-        }
+    // Every entry of the folder that is a song by its name, in the order of listing.
+    platform::MediaScan scan = library_.scan(path.value_or(QString()), proof);
+    const std::size_t count = scan.size();
+    const bool isKnown = scan.version() == scanned_.version;
+    if (!isKnown) {
+        scanned_ = {scan.version(), {}, {}};
+        scanned_.tracks.reserve(count);
     }
     progressBar_->setHidden(false);
     progressBar_->setMinValue(0.0);
-    progressBar_->setMaxValue(static_cast<double>(kept.size()));
+    progressBar_->setMaxValue(static_cast<double>(count));
     progressBar_->setDoubleValue(0.0);
-    tracks.reserve(static_cast<size_t>(kept.size()));
-    const platform::MediaReadAhead readAhead(kept);
-    for (qsizetype i = 0; i < kept.size(); ++i) {
+    tracks.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
         progressBar_->setDoubleValue(static_cast<double>(i));
         // The scan holds the main thread: what is not drawn here is not drawn before it ends.
         progressBar_->displayIfNeeded();
-        tracks.push_back(PDTrack::trackFromURL(kept[i]));
+        if (!isKnown) {
+            auto track = PDTrack::trackFromURL(scan.path(i), scan.tags(i));
+            scanned_.fields.append(track->name(), track->artist());
+            scanned_.tracks.push_back(std::move(track));
+        }
+        tracks.push_back(scanned_.tracks[i]);
     }
     progressBar_->setHidden(true);
     currentURL_ = path;
@@ -113,15 +117,18 @@ void PDSourceManager::getTracksFromURL(const std::optional<QString>& path) {
     tableView_->reloadData();
 }
 
-void PDSourceManager::updatePredicate(const QString& text) {
+void PDSourceManager::updatePredicate(const QString& text, Proof proof) {
     // Every search starts from the whole folder as it is on disk now.
-    getTracksFromURL(currentURL_);
+    getTracksFromURL(currentURL_, proof);
     if (text.isEmpty()) return;
     searchPredicate_ = SearchPredicate(text);
-    const std::size_t total = side_.trackArray.size();
-    std::erase_if(side_.trackArray, [this](const auto& track) {
-        return !searchPredicate_.evaluate(track->name(), track->artist());
-    });
+    TrackArray& tracks = side_.trackArray;
+    const std::size_t total = tracks.size();
+    const std::vector<bool> matches = searchPredicate_.evaluate(scanned_.fields);
+    std::size_t found = 0;
+    for (std::size_t i = 0; i < total; ++i)
+        if (matches[i]) tracks[found++] = scanned_.tracks[i];
+    tracks.resize(found);
     explain(text, total);
     tableView_->reloadData();
 }

@@ -2,6 +2,7 @@
 
 #include "library/PDTrack.h"
 #include "library/SearchPredicate.h"
+#include "platform/media/MediaLibrary.h"
 #include "platform/ui/Button.h"
 #include "platform/ui/Controller.h"
 #include "platform/ui/ProgressIndicator.h"
@@ -29,12 +30,13 @@ class PDSourceManager : public platform::Controller, public platform::TableViewD
     void loadTracks();
     /// Lets the user choose the folder to scan at the next start, stores it and names it.
     void changeDefaultDirectory();
+    using Proof = platform::MediaLibrary::Proof;
     /// Scans the folder at `path` into the side's track list, while the progress bar runs, and
     /// reloads the table. A path that is no readable folder, or none, gives an empty list.
-    void getTracksFromURL(const std::optional<QString>& path);
+    void getTracksFromURL(const std::optional<QString>& path, Proof proof = Proof::Status);
     /// Rescans the current folder and keeps the tracks whose name or artist contains `text`; all of
     /// them for the empty text.
-    void updatePredicate(const QString& text);
+    void updatePredicate(const QString& text, Proof proof = Proof::Status);
 
     /// The folder scanned last; absent until the first scan.
     const std::optional<QString>& currentURL() const { return currentURL_; }
@@ -55,6 +57,12 @@ class PDSourceManager : public platform::Controller, public platform::TableViewD
     explicit PDSourceManager(const Side& side);
 
   private:
+    // The tracks of the last scan, whether or not a search left them in the list.
+    struct Scanned {
+        quint64 version = 0;  // the scan's
+        TrackArray tracks;
+        SearchFields fields;
+    };
     void chooseFolder(std::function<void(const QString& path)> chosen);
     void nameDefaultDirectory(const std::optional<QString>& path);
     void explain(const QString& text, std::size_t total) const;
@@ -62,6 +70,8 @@ class PDSourceManager : public platform::Controller, public platform::TableViewD
     const Side side_;
     std::optional<QString> currentURL_;
     QString lastChosen_;  // in the folder panel, now or in an earlier run; empty without
+    platform::MediaLibrary library_;
+    Scanned scanned_;
     SearchPredicate searchPredicate_;
     platform::TableView* tableView_ = nullptr;
     platform::TextField* defaultDirectoryLabel_ = nullptr;

@@ -4,8 +4,10 @@
 #include "platform/media/MediaAsset.h"
 
 std::shared_ptr<PDTrack> PDTrack::trackFromURL(const QString& path) {
-    const auto asset = platform::MediaAsset::URLAssetWithURL(path);
-    const platform::Tags& tags = asset.metadata();
+    return trackFromURL(path, platform::MediaAsset::URLAssetWithURL(path).metadata());
+}
+
+std::shared_ptr<PDTrack> PDTrack::trackFromURL(const QString& path, const platform::Tags& tags) {
     auto track = std::make_shared<PDTrack>();
     track->setURL(path);
     track->setName(tags.title ? *tags.title : platform::lastPathComponent(path));

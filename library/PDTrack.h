@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/media/Tags.h"
+
+#include <QMutex>
 #include <QString>
 
 #include <memory>
@@ -18,6 +21,8 @@ class PDTrack {
     /// returns. Without them: the file's name with its extension, and "Unknown Artist". Never
     /// fails.
     static std::shared_ptr<PDTrack> trackFromURL(const QString& path);
+    /// The same with `tags` that were read before.
+    static std::shared_ptr<PDTrack> trackFromURL(const QString& path, const platform::Tags& tags);
 
     /// The title that is shown and searched.
     QString name() const { return get(name_); }
@@ -42,7 +47,7 @@ class PDTrack {
         field = value;
     }
 
-    mutable std::mutex mutex_;
+    mutable QMutex mutex_;  // a fifth of the standard library's, and there are many tracks
     QString name_;
     QString artist_;
     QString url_;

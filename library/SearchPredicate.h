@@ -1,8 +1,26 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
-/// A test on a track's fields: whether one of them contains a text.
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// The fields of tracks in the form in which searches compare them, made once for all searches.
+class SearchFields {
+  public:
+    /// Adds those of the next track.
+    void append(const QString& name, const QString& artist);
+
+  private:
+    friend class SearchPredicate;
+
+    std::string text_;           // of all tracks
+    std::vector<quint32> ends_;  // where each track's ends in it
+};
+
+/// A test on tracks' fields: whether one of them contains a text.
 ///
 /// The comparison ignores case, combining marks and variation selectors: both sides are decomposed
 /// canonically, lose these, are case-folded in full and composed again. ß equals SS, Σ equals ς, İ
@@ -12,16 +30,13 @@ class SearchPredicate {
   public:
     /// Matches nothing.
     SearchPredicate() = default;
-    /// Matches what contains `text`, which is taken literally and prepared here once, however many
-    /// tracks are tested. A text of nothing but what is ignored matches nothing.
+    /// Matches what contains `text`, which is taken literally. A text of nothing but what is
+    /// ignored matches nothing.
     explicit SearchPredicate(const QString& text);
 
-    /// Whether a track with these fields matches.
-    bool evaluate(const QString& name, const QString& artist) const;
+    /// Which of the tracks match, in their order.
+    std::vector<bool> evaluate(const SearchFields& fields) const;
 
   private:
-    bool isIn(const QString& field) const;
-
-    QString folded_;
-    bool ascii_ = false;
+    QByteArray folded_;
 };

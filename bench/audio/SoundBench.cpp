@@ -9,7 +9,6 @@
 #include "platform/audio/AudioPlayer.h"
 #include "platform/audio/Clock.h"
 #include "platform/audio/ShapeMaker.h"
-#include "platform/foundation/FileManager.h"
 #include "platform/image/Image.h"
 #include "platform/media/MediaAsset.h"
 #include "presentation/BlurredBackdrop.h"
@@ -19,6 +18,7 @@
 #include "tests/platform/audio/SoundServer.h"
 
 #include <QCoreApplication>
+#include <QDirIterator>
 
 #include <sys/resource.h>
 
@@ -224,8 +224,9 @@ class BusyProcessors {
 
 // Both on this thread, as the program does.
 void readTags(const QString& folder) {
-    for (const QString& entry : FileManager::subpathsOfDirectoryAtPath(folder))
-        MediaAsset::URLAssetWithURL(folder + QLatin1Char('/') + entry);
+    QDirIterator files(folder, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        MediaAsset::URLAssetWithURL(files.next());
 }
 void blurTwice() {
     const Image picture(bench::photograph(bench::kFiveK));

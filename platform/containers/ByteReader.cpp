@@ -13,11 +13,14 @@
 namespace platform {
 
 std::optional<ByteReader> ByteReader::open(const QString& path) {
-    // O_NONBLOCK: a FIFO would wait for a writer. O_NOCTTY: a terminal would become ours.
-    const int descriptor = ::open(fileSystemRepresentation(path).constData(),
-                                  O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0) return std::nullopt;
     struct stat status = {};
+    return open(AT_FDCWD, fileSystemRepresentation(path).constData(), status);
+}
+
+std::optional<ByteReader> ByteReader::open(int folder, const char* name, struct stat& status) {
+    // O_NONBLOCK: a FIFO would wait for a writer. O_NOCTTY: a terminal would become ours.
+    const int descriptor = ::openat(folder, name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0) return std::nullopt;
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(descriptor);
         return std::nullopt;
@@ -34,6 +37,7 @@ ByteReader::ByteReader(ByteReader&& other) noexcept
       window_(std::move(other.window_)),
       windowLength_(other.windowLength_),
       windowOffset_(other.windowOffset_),
+      hasFailed_(other.hasFailed_),
       readsLeft_(other.readsLeft_),
       bytesLeft_(other.bytesLeft_) {}
 
@@ -85,6 +89,7 @@ qsizetype ByteReader::readAt(qint64 offset, char* into, qsizetype length) {
         const ssize_t count = ::pread(descriptor_, into + filled,
                                       static_cast<std::size_t>(length - filled), offset + filled);
         if (count < 0 && errno == EINTR) continue;
+        hasFailed_ |= count < 0;
         if (count <= 0) break;
         filled += count;
     }

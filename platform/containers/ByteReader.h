@@ -5,6 +5,8 @@
 
 #include <optional>
 
+struct stat;
+
 namespace platform {
 
 /// Random access to the bytes of one file, in pieces and within bounds: however hostile the file,
@@ -20,6 +22,9 @@ class ByteReader {
     /// The regular file at `path`; absent for anything else. Never waits for a FIFO's writer and
     /// reads no device.
     static std::optional<ByteReader> open(const QString& path);
+    /// The same of the file called `name` in the folder open as `folder`, its status in `status`
+    /// if it could be opened; else errno tells why.
+    static std::optional<ByteReader> open(int folder, const char* name, struct stat& status);
     /// The bytes of `content`.
     explicit ByteReader(QByteArray content);
     ~ByteReader();
@@ -31,6 +36,8 @@ class ByteReader {
 
     /// Length in bytes as the reader was made.
     qint64 size() const { return size_; }
+    /// Whether bytes could not be read that are there.
+    bool hasFailed() const { return hasFailed_; }
     /// The bytes from `offset` on, at most `length` and kLargestView of them, fewer at the end;
     /// valid until the next call. What lies around them is read along, a few KB, so that the next
     /// view is often there already.
@@ -50,6 +57,7 @@ class ByteReader {
     QByteArray window_;
     qsizetype windowLength_ = 0;
     qint64 windowOffset_ = 0;
+    bool hasFailed_ = false;
     int readsLeft_ = kReads;
     qint64 bytesLeft_ = kBytes;
 };

@@ -1,6 +1,5 @@
 #include "platform/media/MediaAsset.h"
 
-#include "platform/media/ReadAheadQueue.h"
 #include "platform/media/TagReader.h"
 
 #include <utility>
@@ -10,9 +9,7 @@ namespace platform {
 MediaAsset::MediaAsset(QString path, Tags tags) : path_(std::move(path)), tags_(std::move(tags)) {}
 
 MediaAsset MediaAsset::URLAssetWithURL(const QString& path) {
-    MediaReadAhead::Queue* const queue = MediaReadAhead::current();
-    std::optional<Tags> ready = queue ? queue->take(path) : std::nullopt;
-    return {path, ready ? std::move(*ready) : tagsOfFile(path)};
+    return {path, tagsOfFile(path)};
 }
 
 std::optional<QByteArray> MediaAsset::artwork() const {

@@ -109,8 +109,9 @@ class Store::Statement {
     int first() {
         if (result_ != SQLITE_OK) return result_;
         sqlite3_reset(statement_);
-        return sqlite3_step(statement_);
+        return next();
     }
+    int next() const { return sqlite3_step(statement_); }
     QByteArrayView blob(int column) const {
         const void* const bytes = sqlite3_column_blob(statement_, column);
         return {static_cast<const char*>(bytes), sqlite3_column_bytes(statement_, column)};
@@ -211,14 +212,29 @@ Result Store::within(Result failure, const char* begin, const Work& work) {
     return failure;
 }
 
+int Store::find(const QByteArray& table) {
+    Statement exists(database_, "SELECT 1 FROM sqlite_schema WHERE name='" + table + "'");
+    return exists.first();
+}
+
+std::vector<QByteArray> Store::keys(const QByteArray& table) {
+    using Keys = std::vector<QByteArray>;
+    return within(Keys(), "BEGIN", [&](Keys& keys) {
+        int result = find(table);
+        if (result != SQLITE_ROW) return result;
+        Statement list(database_, "SELECT key FROM " + table);
+        for (result = list.first(); result == SQLITE_ROW; result = list.next())
+            keys.push_back(list.blob(0).toByteArray());
+        return result;
+    });
+}
+
 std::vector<std::optional<QByteArray>> Store::values(const QByteArray& table,
                                                      const std::vector<QByteArray>& keys) {
     using Values = std::vector<std::optional<QByteArray>>;
     return within(Values(keys.size()), "BEGIN", [&](Values& values) {
-        Statement exists(database_,
-                         "SELECT count(*) FROM sqlite_schema WHERE name='" + table + "'");
-        int result = exists.first();
-        if (result != SQLITE_ROW || exists.number() == 0) return result;
+        int result = this->find(table);
+        if (result != SQLITE_ROW) return result;
         Statement find(database_, "SELECT value FROM " + table + " WHERE key=?");
         for (size_t i = 0; i < keys.size(); ++i) {
             find.bind(1, keys[i]);

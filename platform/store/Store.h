@@ -48,6 +48,9 @@ class Store {
     std::vector<std::optional<QByteArray>> values(const QByteArray& table,
                                                   const std::vector<QByteArray>& keys);
 
+    /// The keys of all records in `table`, in no order.
+    std::vector<QByteArray> keys(const QByteArray& table);
+
     /// Keeps `records` in `table`, all or none, in place of what is under the same keys. Tells
     /// whether they are kept.
     bool put(const QByteArray& table, const std::vector<Record>& records);
@@ -57,6 +60,8 @@ class Store {
 
     bool open();
     int prepare();
+    // SQLITE_ROW where there is such a table.
+    int find(const QByteArray& table);
     void close();
     int number(const QByteArray& sql, qint64& number);
     // The result of `work`; `failure` where the file can't be used. Damage ends in an empty store.

@@ -29,13 +29,16 @@ SearchField::SearchField(QWidget* parent) : QLineEdit(parent), clearButton_(new 
         setTextMargins(0, 0, text.isEmpty() ? 0 : height() - kClearButtonOverlap, 0);
     });
     delay_.setSingleShot(true);
-    connect(&delay_, &QTimer::timeout, this, [this] { sendAction(); });
+    connect(&delay_, &QTimer::timeout, this, [this] {
+        isTyped_ = true;
+        sendAction();
+        isTyped_ = false;
+    });
     // Not when it is edited: what an assistive tool writes is no key's work, but as much the
     // user's.
-    connect(this, &QLineEdit::textChanged, this, [this](const QString& changed) {
-        if (isSetByProgram_) return;
+    connect(this, &QLineEdit::textChanged, this, [this] {
         // Once all that waits has been read: what was typed during a search is searched for once.
-        delay_.start(changed.isEmpty() ? 0 : kDelay);
+        if (!isSetByProgram_) delay_.start(0);
     });
     connect(this, &QLineEdit::returnPressed, this, &SearchField::sendNow);
 }

@@ -8,18 +8,15 @@
 
 namespace platform {
 
-/// A field to search in, with a button of full height that clears it. It sends its action shortly
-/// after its text was last changed by keys or by an assistive tool, and at once on Return and when
-/// it is cleared.
+/// A field to search in, with a button of full height that clears it. It sends its action once its
+/// text was changed by keys or by an assistive tool and nothing more that was typed waits to be
+/// read, and on Return.
 class SearchField : public QLineEdit, public Control {
     Q_OBJECT
     /// What assistive technology calls the button that clears the field.
     Q_PROPERTY(QString clearButtonName READ clearButtonName WRITE setClearButtonName)
 
   public:
-    /// How long after the last key the action is sent, in milliseconds.
-    static constexpr int kDelay = 200;
-
     explicit SearchField(QWidget* parent = nullptr);
 
     QString stringValue() const { return text(); }
@@ -29,6 +26,8 @@ class SearchField : public QLineEdit, public Control {
     QString clearButtonName() const;
     void setClearButtonName(const QString& name);
 
+    /// Whether the action that is being sent is that of a changed text, and not asked for.
+    bool isTyped() const { return isTyped_; }
     /// Sends the action at once.
     Q_INVOKABLE void sendNow();
 
@@ -39,6 +38,7 @@ class SearchField : public QLineEdit, public Control {
     Button* clearButton_;
     QTimer delay_;
     bool isSetByProgram_ = false;
+    bool isTyped_ = false;
 };
 
 }  // namespace platform

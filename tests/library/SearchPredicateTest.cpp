@@ -5,11 +5,15 @@
 namespace {
 
 bool finds(const char16_t* needle, const char16_t* text) {
-    const SearchPredicate predicate(QString::fromUtf16(needle));
     const QString field = QString::fromUtf16(text);
-    const bool byName = predicate.evaluate(field, QString());
-    EXPECT_EQ(byName, predicate.evaluate(QString(), field));
-    return byName;
+    SearchFields fields;
+    fields.append(field, QString());
+    fields.append(QStringLiteral("none"), QString());
+    fields.append(QString(), field);
+    const auto matches = SearchPredicate(QString::fromUtf16(needle)).evaluate(fields);
+    EXPECT_EQ(matches[0], matches[2]);
+    EXPECT_EQ(SearchPredicate(QStringLiteral("none")).evaluate(fields)[1], true);
+    return matches[2];
 }
 
 TEST(SearchPredicate, IgnoresCaseAndMarksInBothDirections) {
@@ -44,6 +48,7 @@ TEST(SearchPredicate, TakesTheTextLiterally) {
     EXPECT_FALSE(finds(u"*", u"anything"));
     EXPECT_FALSE(finds(u"blue ", u"Blue"));
     EXPECT_TRUE(finds(u"e s", u"Blue Song"));
+    EXPECT_FALSE(finds(u"nenone", u"none"));  // not across two fields
     EXPECT_FALSE(finds(u"\u4E2D", u"plain"));
     EXPECT_TRUE(finds(u"\u2764 you", u"I \u2764\uFE0F you"));
     EXPECT_TRUE(finds(u"\u2764\uFE0F Y", u"I \u2764 you"));

@@ -174,6 +174,17 @@ TEST_F(SourceManager, EachSearchStartsFromTheWholeFolderAsItIsNow) {
     platform::writeFile(file("a.mp3"), taggedSong("Green", "Ann"));
     EXPECT_EQ(search("gree"), QStringList{QStringLiteral("Green")});
     EXPECT_EQ(search("").size(), 2);
+    // Where nothing has changed, they are the same tracks.
+    const TrackArray tracks = PDLeftSourceManager::trackArray();
+    const auto type = [this](const char* text) {
+        left.manager.updatePredicate(QString::fromUtf8(text), PDSourceManager::Proof::Notice);
+    };
+    type("ann");
+    type("");
+    EXPECT_EQ(PDLeftSourceManager::trackArray(), tracks);
+    platform::writeFile(file("a.mp3"), taggedSong("White", "Ann"));
+    type("whi");
+    EXPECT_EQ(left.names(), QStringList{QStringLiteral("White")});
 }
 
 TEST_F(SourceManager, TheFolderPanelLoadsNowOrRemembers) {

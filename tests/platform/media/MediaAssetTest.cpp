@@ -1,6 +1,5 @@
 #include "platform/foundation/Path.h"
 #include "platform/media/MediaAsset.h"
-#include "platform/media/MediaReadAhead.h"
 #include "tests/platform/media/TagBytes.h"
 
 #include <QTemporaryDir>
@@ -54,35 +53,6 @@ TEST_F(MediaAssetFile, WhatIsNoAudioFileHasNoTags) {
         const Tags& tags = asset.metadata();
         EXPECT_FALSE(tags.title || tags.artist || tags.album || asset.artwork());
     }
-}
-
-QString titleOf(const QString& path) {
-    return MediaAsset::URLAssetWithURL(path).metadata().title.value_or(QString());
-}
-
-TEST_F(MediaAssetFile, ReadingAheadShowsInNothingButTime) {
-    QStringList paths;
-    for (int i = 0; i < 1500; ++i) {
-        const QByteArray title = "Title " + QByteArray::number(i);
-        const QByteArray name = QByteArray::number(i) + ".mp3";
-        paths += write(name, id3Tag(3, id3Frame(3, "TIT2", encoded(0, title))));
-    }
-    for (const qsizetype count : {qsizetype{0}, qsizetype{1}, qsizetype{700}, paths.size()}) {
-        const MediaReadAhead ahead(paths);
-        for (qsizetype i = 0; i < count; ++i) {
-            ASSERT_EQ(titleOf(paths[i]), QStringLiteral("Title %1").arg(i));
-            // Files out of turn are read as always and hold up nothing.
-            if (i % 100 == 0) {
-                EXPECT_EQ(titleOf(paths[7]), QStringLiteral("Title 7"));
-            }
-        }
-        // A list within the list, as long as it lives.
-        const MediaReadAhead inner(paths.mid(1000, 100));
-        ASSERT_EQ(titleOf(paths[1000]), QStringLiteral("Title 1000"));
-    }
-    // Nothing outlives it.
-    write("0.mp3", id3Tag(3, id3Frame(3, "TIT2", encoded(0, "Changed"))));
-    EXPECT_EQ(titleOf(paths[0]), QStringLiteral("Changed"));
 }
 
 }  // namespace

