@@ -51,8 +51,8 @@ void Home::set(const Setting& setting) const {
     QDir(own).removeRecursively();
     QFile::remove(desktopFile());
     if (setting.wallpaper) writeFile(desktopFile(), channelWithWallpaper());
-    if (!setting.libraries) return;
-    const QByteArray folder = libraryOf(10'000).toUtf8();
+    if (setting.tracks == 0) return;
+    const QByteArray folder = libraryOf(setting.tracks).toUtf8();
     writeFile(own + QStringLiteral("/defaults.json"),
               "{\"PairdeckLeftDefaultDirectory\": \"" + folder +
                   "\", \"PairdeckRightDefaultDirectory\": \"" + folder + "\"}");

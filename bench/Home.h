@@ -22,7 +22,7 @@ class Home {
   public:
     struct Setting {
         bool wallpaper = false;  ///< the desktop's picture is a JPEG of 5K
-        bool libraries = false;  ///< both decks' default folder holds 10,000 tracks
+        int tracks = 0;          ///< so many are in both decks' default folder; no folder for 0
     };
 
     /// Makes it so, with nothing left of an earlier run.

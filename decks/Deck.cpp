@@ -9,6 +9,7 @@
 #include "platform/ui/Button.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/ImageView.h"
+#include "platform/ui/RunLoop.h"
 #include "platform/ui/Slider.h"
 #include "platform/ui/TableView.h"
 #include "platform/ui/TextField.h"
@@ -18,6 +19,8 @@
 #include "presentation/HoverControlView.h"
 
 #include <QAbstractItemModel>
+#include <QApplication>
+#include <QPointer>
 
 #include <algorithm>
 #include <chrono>
@@ -27,6 +30,7 @@
 using platform::AudioPlayer;
 using platform::Button;
 using platform::Image;
+using platform::RunLoop;
 using platform::UserDefaults;
 
 namespace {
@@ -47,9 +51,20 @@ constexpr double kDesktopBlurLevel = 150.0;
 constexpr double kArtworkBlurLevel = 27.0;
 
 TrackTags readTags(const QString& path) {
-    const auto asset = platform::MediaAsset::URLAssetWithURL(path);
-    const platform::Tags& tags = asset.metadata();
-    return {tags.title, tags.album, tags.artist, asset.artwork()};
+    const auto tags = RunLoop::resultOf([path](const std::atomic<bool>&) {
+        const auto asset = platform::MediaAsset::URLAssetWithURL(path);
+        RunLoop::noteProgress();
+        const platform::Tags& texts = asset.metadata();
+        return TrackTags{texts.title, texts.album, texts.artist, asset.artwork()};
+    });
+    return tags.value_or(TrackTags());
+}
+
+/// The factor that the track at `path` asks to be played with besides the volume.
+float gainOf(const QString& path) {
+    const auto gain = RunLoop::resultOf(
+        [path](const std::atomic<bool>&) { return platform::loudnessOfFile(path).factor(); });
+    return gain.value_or(1.0F);
 }
 
 std::unique_ptr<CenteredTextFieldCell> cellWithFontSize(double size) {
@@ -159,21 +174,31 @@ void Deck::load(const QString& path) {
     auto player = player_ ? player_->takeSuccessor(path) : nullptr;
     const auto readAt =
         std::chrono::system_clock::now() - (player ? kLongestReadAhead : std::chrono::minutes(0));
+    bool isDiskDead = false;
     if (!player) {
-        const auto data = platform::dataWithContentsOfFile(path);
-        player = data ? AudioPlayer::initWithData(*data) : nullptr;
+        const auto data = RunLoop::resultOf([path](const std::atomic<bool>& isLeft) {
+            return platform::dataWithContentsOfFile(path, [&isLeft] {
+                RunLoop::noteProgress();
+                return !isLeft;
+            });
+        });
+        if (RunLoop::isStopped()) return;
+        isDiskDead = !data;
+        player = data && *data ? AudioPlayer::initWithData(**data) : nullptr;
     }
     shape_.clear(*controls_.timeSlider);
     player_ = std::move(player);
     successor_.reset();
+    ++successorRequest_;
     isNearEnd_ = false;
     currentURL_ = path;
     if (player_) player_->setDelegate(&delegate_);
+    tags_ = isDiskDead ? TrackTags() : readTags(path);
     showTrack(path);
     showHint();
     if (player_) {
         player_->setPan(side_.pan);
-        player_->setGain(gainOf(path));
+        player_->setGain(loudnessByTags_ ? gainOf(path) : 1.0F);
         player_->play();
     }
     // A place held in the song before is none in this one.
@@ -190,7 +215,6 @@ void Deck::load(const QString& path) {
 }
 
 void Deck::showTrack(const QString& path) {
-    tags_ = readTags(path);
     const Image artwork = tags_.artwork ? Image::initWithData(*tags_.artwork) : Image();
     const bool hasArtwork = !artwork.isNull();
     if (!hasArtwork) tags_.artwork.reset();
@@ -264,11 +288,29 @@ void Deck::updateSuccessor() {
     const auto wanted = trackAfterEnd();
     // A draw is made anew, from the list as it now is.
     if (wanted == successor_ && !shuffle_) return;
-    if (wanted) player_->setSuccessorGain(gainOf(*wanted));
-    if (player_->setSuccessor(wanted)) successor_ = wanted;
+    const std::uint64_t request = ++successorRequest_;
+    if (!wanted || !loudnessByTags_) {
+        follow(wanted, 1.0F);
+        return;
+    }
+    // Nothing waits for its disk, not even what would follow without the pause for its loading.
+    RunLoop::startThread([this, request, path = *wanted, alive = QPointer(&listContext_)] {
+        const float gain = platform::loudnessOfFile(path).factor();
+        QMetaObject::invokeMethod(qApp, [this, request, path, gain, alive] {
+            RunLoop::perform([this, request, path, gain, alive] {
+                if (alive && request == successorRequest_) follow(path, gain);
+            });
+        });
+    });
+}
+
+void Deck::follow(const std::optional<QString>& path, float gain) {
+    player_->setSuccessorGain(gain);
+    if (player_->setSuccessor(path)) successor_ = path;
 }
 
 void Deck::takeBackSuccessor() {
+    ++successorRequest_;
     if (!player_) return;
     if (player_->setSuccessor(std::nullopt)) {
         successor_.reset();
@@ -347,12 +389,9 @@ void Deck::setVolume(float volume) {
 void Deck::setLoudnessByTags(bool byTags) {
     if (byTags == loudnessByTags_) return;
     loudnessByTags_ = byTags;
-    if (player_) player_->setGain(gainOf(*currentURL_));
-    if (successor_) player_->setSuccessorGain(gainOf(*successor_));
-}
-
-float Deck::gainOf(const QString& path) const {
-    return loudnessByTags_ ? platform::loudnessOfFile(path).factor() : 1.0F;
+    const auto gain = [byTags](const QString& path) { return byTags ? gainOf(path) : 1.0F; };
+    if (player_) player_->setGain(gain(*currentURL_));
+    if (successor_) player_->setSuccessorGain(gain(*successor_));
 }
 
 void Deck::toggleMute() {

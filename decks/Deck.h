@@ -101,7 +101,8 @@ class Deck {
     /// The same when a file is about to be loaded anyway.
     static void prepareToLoad() { platform::AudioPlayer::prepare(); }
     /// Makes a new player for the file at `path`, starts it and shows it. A file that can't be
-    /// played leaves the deck without a player but shown.
+    /// played, or does not come from its disk, leaves the deck without a player but shown. Nothing
+    /// happens when the program is told to end meanwhile.
     void load(const QString& path);
     /// The path of the track in the selected row of the deck's table; absent without a selection or
     /// for a row beyond the list.
@@ -156,6 +157,7 @@ class Deck {
     std::optional<QString> trackAfterEnd() const;
     void playNeighbour(navigation::Neighbour step);
     void updateSuccessor();
+    void follow(const std::optional<QString>& path, float gain);
     void takeBackSuccessor();
     void showTrack(const QString& path);
     void showTitle(const QString& title);
@@ -163,8 +165,6 @@ class Deck {
     void showRepeat();
     /// What is heard of the deck, on the meter's scale; absent when it rests.
     std::optional<platform::LevelMeter::Level> level() const;
-    /// The factor that the track at `path` is played with besides the volume.
-    float gainOf(const QString& path) const;
     void showHint();
     std::int64_t storedRepeat() const;
 
@@ -178,7 +178,8 @@ class Deck {
     SeekShape shape_;
     std::optional<QString> currentURL_;
     std::optional<QString> successor_;  // what the player follows its track with
-    bool isNearEnd_ = false;            // so that a successor may stand ready
+    std::uint64_t successorRequest_ = 0;
+    bool isNearEnd_ = false;  // so that a successor may stand ready
     TrackTags tags_;
     float volume_ = 1.0F;
     float audibleVolume_ = 1.0F;  // what the end of muting restores

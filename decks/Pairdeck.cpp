@@ -9,6 +9,7 @@
 #include "platform/ui/Font.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/LevelMeter.h"
+#include "platform/ui/RunLoop.h"
 #include "platform/ui/Slider.h"
 #include "platform/ui/TableView.h"
 #include "platform/ui/TextField.h"
@@ -61,7 +62,8 @@ Pairdeck::Pairdeck() {
     outlet(QStringLiteral("PDAboutWindow"), aboutWindow_);
     outlet(QStringLiteral("PDAboutWindowClose"), aboutWindowClose_);
     outlet(QStringLiteral("PDVersionBuildString"), versionBuildString_);
-    action(QStringLiteral("quit"), [this](Control*) { quit(); });
+    action(
+        QStringLiteral("quit"), [this](Control*) { quit(); }, Urgency::Urgent);
     action(QStringLiteral("perSecondInfoRefresh"), [this](Control*) { perSecondInfoRefresh(); });
     action(QStringLiteral("loudnessByTagsDidChange"),
            [this](Control*) { loudnessByTagsDidChange(); });
@@ -259,6 +261,10 @@ void Pairdeck::audioPlayerNearsItsEnd(AudioPlayer* player) {
     for (const auto& deck : decks_) {
         if (deck->plays(player)) deck->prepareSuccessor();
     }
+}
+
+void Pairdeck::audioPlayerPerform(const std::function<void()>& notice) {
+    platform::RunLoop::perform(notice);
 }
 
 void Pairdeck::prepareToPlay() {

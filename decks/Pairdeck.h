@@ -77,6 +77,8 @@ class Pairdeck final : public platform::Controller, public platform::AudioPlayer
                                                  bool successfully) override;
     /// Has what follows stand ready on the deck whose player it is.
     void audioPlayerNearsItsEnd(platform::AudioPlayer* player) override;
+    /// Not while a disk is waited for.
+    void audioPlayerPerform(const std::function<void()>& notice) override;
 
     /// Has each deck load, in the background, what its first track would wait for.
     void prepareToPlay();

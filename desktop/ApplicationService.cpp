@@ -2,8 +2,11 @@
 
 #include "platform/foundation/Bundle.h"
 #include "platform/foundation/Path.h"
+#include "platform/ui/RunLoop.h"
 
 #include <QDBusMessage>
+
+#include <utility>
 
 namespace {
 
@@ -59,13 +62,24 @@ void ApplicationService::setHandlers(std::function<void()> activate,
                                      std::function<void(const QStringList&)> open) {
     activate_ = std::move(activate);
     open_ = std::move(open);
+    for (const auto& request : std::exchange(early_, {}))
+        request();
+}
+
+void ApplicationService::handle(std::function<void()> request) {
+    // A library that is scanned at the start is waited for with the bus at work.
+    if (!open_) {
+        early_.push_back(std::move(request));
+    } else {
+        platform::RunLoop::perform(std::move(request));
+    }
 }
 
 void ApplicationService::Activate(const QVariantMap& platformData) {
     const QByteArray token = platformData.value(kActivationToken).toString().toUtf8();
     // Where the toolkit takes it from when a window asks for attention.
     if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token);
-    if (activate_) activate_();
+    handle([this] { activate_(); });
 }
 
 void ApplicationService::Open(const QStringList& urls, const QVariantMap& platformData) {
@@ -74,7 +88,7 @@ void ApplicationService::Open(const QStringList& urls, const QVariantMap& platfo
         if (const auto path = platform::pathWithFileURL(url.toUtf8())) paths << *path;
     }
     Activate(platformData);
-    if (open_) open_(paths);
+    handle([this, paths] { open_(paths); });
 }
 
 void ApplicationService::ActivateAction(const QString&, const QVariantList&,

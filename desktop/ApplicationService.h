@@ -6,6 +6,7 @@
 #include <QVariantMap>
 
 #include <functional>
+#include <vector>
 
 /// The one running program of a session, as others start it and hand it files: the bus interface
 /// org.freedesktop.Application (freedesktop.org Desktop Entry 1.5, "D-Bus Activation").
@@ -22,7 +23,7 @@ class ApplicationService final : public QObject {
     /// succeeds, the program runs unknown to others.
     bool claimOrHandOver(const QStringList& paths);
 
-    /// What to do when a later start comes; until then nothing is done.
+    /// What to do when a later start comes, and now for those that have come already.
     void setHandlers(std::function<void()> activate,
                      std::function<void(const QStringList& paths)> open);
 
@@ -36,8 +37,10 @@ class ApplicationService final : public QObject {
 
   private:
     bool handOver(const QStringList& paths);
+    void handle(std::function<void()> request);
 
     QDBusConnection bus_;
     std::function<void()> activate_;
     std::function<void(const QStringList&)> open_;
+    std::vector<std::function<void()>> early_;
 };

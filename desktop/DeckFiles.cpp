@@ -3,16 +3,22 @@
 #include "decks/Pairdeck.h"
 #include "library/PDSourceManager.h"
 #include "platform/foundation/Path.h"
+#include "platform/ui/RunLoop.h"
 #include "platform/ui/View.h"
 
 #include <algorithm>
 #include <filesystem>
 
+using platform::RunLoop;
+
 namespace {
 
 std::filesystem::file_type typeOf(const QString& path) {
-    std::error_code error;
-    return std::filesystem::status(platform::standardPath(path), error).type();
+    const auto type = RunLoop::resultOf([path](const std::atomic<bool>&) {
+        std::error_code error;
+        return std::filesystem::status(platform::standardPath(path), error).type();
+    });
+    return type.value_or(std::filesystem::file_type::none);
 }
 
 bool isFolder(const QString& path) {
@@ -54,6 +60,9 @@ void DeckFiles::takeDrops(PDPlayerType side, platform::View& view) {
     view.setFileDrop(
         {[](const QStringList& paths) { return std::any_of(paths.begin(), paths.end(), canOpen); },
          [this, side](const QStringList& paths) {
-             openOn(side, *std::find_if(paths.begin(), paths.end(), canOpen));
+             RunLoop::perform([this, side, paths] {
+                 const auto path = std::find_if(paths.begin(), paths.end(), canOpen);
+                 if (path != paths.end()) openOn(side, *path);
+             });
          }});
 }

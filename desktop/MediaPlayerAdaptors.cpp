@@ -4,11 +4,14 @@
 #include "platform/foundation/Bundle.h"
 #include "platform/foundation/Path.h"
 #include "platform/ui/Application.h"
+#include "platform/ui/RunLoop.h"
 #include "platform/ui/Window.h"
 
 #include <QCryptographicHash>
 
 #include <cmath>
+
+using platform::RunLoop;
 
 namespace {
 
@@ -71,7 +74,9 @@ void PlayerAdaptor::setLoopStatus(const QString& status) {
     const auto& names = loopStatuses();
     // What is none of the names comes out as no state, which changes nothing.
     const auto state = std::find(names.begin(), names.end(), status) - names.begin();
-    if (state != deck_.repeat()) deck_.setRepeat(state);
+    RunLoop::perform([this, state] {
+        if (state != deck_.repeat()) deck_.setRepeat(state);
+    });
 }
 
 void PlayerAdaptor::setRate(double rate) {
@@ -79,11 +84,13 @@ void PlayerAdaptor::setRate(double rate) {
 }
 
 void PlayerAdaptor::setShuffle(bool shuffle) {
-    if (shuffle != deck_.isShuffling()) deck_.setShuffle(shuffle);
+    RunLoop::perform([this, shuffle] {
+        if (shuffle != deck_.isShuffling()) deck_.setShuffle(shuffle);
+    });
 }
 
 void PlayerAdaptor::setVolume(double volume) {
-    deck_.setVolume(static_cast<float>(volume));
+    RunLoop::perform([this, volume] { deck_.setVolume(static_cast<float>(volume)); });
 }
 
 qlonglong PlayerAdaptor::position() const {
@@ -122,47 +129,55 @@ QVariantMap PlayerAdaptor::metadata() const {
 }
 
 void PlayerAdaptor::Next() {
-    deck_.playNext();
+    RunLoop::perform([this] { deck_.playNext(); });
 }
 
 void PlayerAdaptor::Previous() {
-    deck_.playPrevious();
+    RunLoop::perform([this] { deck_.playPrevious(); });
 }
 
 void PlayerAdaptor::Pause() {
-    deck_.pause();
+    RunLoop::perform([this] { deck_.pause(); });
 }
 
 void PlayerAdaptor::PlayPause() {
-    deck_.playPause();
+    RunLoop::perform([this] { deck_.playPause(); });
 }
 
 void PlayerAdaptor::Stop() {
-    Pause();
-    if (deck_.currentTime() > 0.0) deck_.seek(0.0);
+    RunLoop::perform([this] {
+        deck_.pause();
+        if (deck_.currentTime() > 0.0) deck_.seek(0.0);
+    });
 }
 
 void PlayerAdaptor::Play() {
-    deck_.play();
+    RunLoop::perform([this] { deck_.play(); });
 }
 
 void PlayerAdaptor::Seek(qlonglong Offset) {
-    if (!deck_.hasPlayer()) return;
-    const double target = deck_.currentTime() + static_cast<double>(Offset) / kMicroseconds;
-    if (target > deck_.duration()) {
-        Next();
-    } else {
-        deck_.seek(target);
-    }
+    RunLoop::perform([this, Offset] {
+        if (!deck_.hasPlayer()) return;
+        const double target = deck_.currentTime() + static_cast<double>(Offset) / kMicroseconds;
+        if (target > deck_.duration()) {
+            deck_.playNext();
+        } else {
+            deck_.seek(target);
+        }
+    });
 }
 
 void PlayerAdaptor::SetPosition(const QDBusObjectPath& TrackId, qlonglong Position) {
-    const double target = static_cast<double>(Position) / kMicroseconds;
-    if (!deck_.hasPlayer() || TrackId != trackId()) return;
-    if (target >= 0.0 && target <= deck_.duration()) deck_.seek(target);
+    RunLoop::perform([this, TrackId, Position] {
+        const double target = static_cast<double>(Position) / kMicroseconds;
+        if (!deck_.hasPlayer() || TrackId != trackId()) return;
+        if (target >= 0.0 && target <= deck_.duration()) deck_.seek(target);
+    });
 }
 
 void PlayerAdaptor::OpenUri(const QString& Uri) {
-    const auto path = platform::pathWithFileURL(Uri.toUtf8());
-    if (path && DeckFiles::isMusicFile(*path)) files_.openOn(deck_.side(), *path);
+    RunLoop::perform([this, Uri] {
+        const auto path = platform::pathWithFileURL(Uri.toUtf8());
+        if (path && DeckFiles::isMusicFile(*path)) files_.openOn(deck_.side(), *path);
+    });
 }

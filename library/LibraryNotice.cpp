@@ -1,16 +1,26 @@
 #include "library/LibraryNotice.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/ui/RunLoop.h"
 
 #include <QLocale>
 
 #include <filesystem>
 
+using platform::RunLoop;
+
 namespace {
 
 bool isFolder(const QString& path) {
-    std::error_code error;
-    return std::filesystem::is_directory(platform::standardPath(path), error);
+    // One that is on a dead disk is not there either, and was waited for before.
+    constexpr RunLoop::Duration kPatience{500};
+    const auto is = RunLoop::resultOf(
+        [path](const std::atomic<bool>&) {
+            std::error_code error;
+            return std::filesystem::is_directory(platform::standardPath(path), error);
+        },
+        kPatience);
+    return is.value_or(false);
 }
 
 QString quoted(const QString& text) {

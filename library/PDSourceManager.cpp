@@ -4,10 +4,12 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/ui/OpenPanel.h"
+#include "platform/ui/RunLoop.h"
 #include "platform/ui/SearchField.h"
 
 using platform::Control;
 using platform::OpenPanel;
+using platform::RunLoop;
 using platform::UserDefaults;
 
 PDSourceManager::PDSourceManager(const Side& side) : side_(side), library_({".mp3", ".m4a"}) {
@@ -88,7 +90,10 @@ void PDSourceManager::getTracksFromURL(const std::optional<QString>& path, Proof
     TrackArray& tracks = side_.trackArray;
     tracks.clear();
     // Every entry of the folder that is a song by its name, in the order of listing.
-    platform::MediaScan scan = library_.scan(path.value_or(QString()), proof);
+    platform::MediaScan scan =
+        library_.scan(path.value_or(QString()), proof,
+                      {[](const auto& isDone) { return RunLoop::runUntil(isDone); },
+                       &RunLoop::wakeUp, &RunLoop::noteProgress});
     const std::size_t count = scan.size();
     const bool isKnown = scan.version() == scanned_.version;
     if (!isKnown) {
@@ -104,6 +109,7 @@ void PDSourceManager::getTracksFromURL(const std::optional<QString>& path, Proof
         progressBar_->setDoubleValue(static_cast<double>(i));
         // The scan holds the main thread: what is not drawn here is not drawn before it ends.
         progressBar_->displayIfNeeded();
+        RunLoop::attend();
         if (!isKnown) {
             auto track = PDTrack::trackFromURL(scan.path(i), scan.tags(i));
             scanned_.fields.append(track->name(), track->artist());

@@ -25,6 +25,7 @@ class PDSourceManager : public platform::Controller, public platform::TableViewD
   public:
     /// Scans the default folder if one is stored, and names it.
     void awakeFromNib() override;
+    bool awakesSlowly() const override { return true; }
 
     /// Lets the user choose a folder and scans it.
     void loadTracks();

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -23,6 +24,9 @@ class AudioPlayerDelegate {
     /// `player`, which plays, is some seconds from its end: time to set its successor. Told once
     /// after each start and each move of the position, in the same way as the end.
     virtual void audioPlayerNearsItsEnd(AudioPlayer* /*player*/) {}
+    /// Calls `notice`, which tells one of these: now, or later where now is not the time. It tells
+    /// nothing once the player is gone.
+    virtual void audioPlayerPerform(const std::function<void()>& notice) { notice(); }
 
   protected:
     ~AudioPlayerDelegate() = default;

@@ -170,7 +170,13 @@ class EnginePlayer final : public AudioPlayer {
 
     void listen() {
         const auto tell = [this](auto action) {
-            QMetaObject::invokeMethod(&context_, action, Qt::QueuedConnection);
+            const auto notify = [this, action] {
+                if (!delegate_) return action();
+                delegate_->audioPlayerPerform([alive = QPointer(&context_), action] {
+                    if (alive) action();
+                });
+            };
+            QMetaObject::invokeMethod(&context_, notify, Qt::QueuedConnection);
         };
         voice_->setNotices(
             {[this, tell](uint64_t request, bool decoded) {

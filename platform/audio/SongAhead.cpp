@@ -8,6 +8,7 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -18,6 +19,9 @@ namespace {
 
 // How often the file is looked at again.
 constexpr std::chrono::milliseconds kWatchPeriod(100);
+
+// How long whoever asks for the song can wait for the disk.
+constexpr std::chrono::milliseconds kAnswerTime(100);
 
 /// What tells a file from another and from itself before a change: device, inode, size, and the
 /// times of its last modification and change.
@@ -70,11 +74,20 @@ const QString& SongAhead::path() const {
 }
 
 std::shared_ptr<const Song> SongAhead::song() const {
-    std::unique_lock lock(state_->mutex);
-    const auto song = state_->song;
-    const auto identity = state_->identity;
-    lock.unlock();
-    return song && identityOf(state_->path) == identity ? song : nullptr;
+    const auto answer = std::make_shared<std::promise<bool>>();
+    std::future<bool> isSame = answer->get_future();
+    std::thread thread;
+    startIfNeeded(thread, [state = state_, answer] {
+        std::unique_lock lock(state->mutex);
+        const auto identity = state->identity;
+        lock.unlock();
+        answer->set_value(identityOf(state->path) == identity);
+    });
+    if (thread.joinable()) thread.detach();
+    // A disk that does not answer tells of no change, and the song is here.
+    const bool isKept = isSame.wait_for(kAnswerTime) != std::future_status::ready || isSame.get();
+    const std::lock_guard lock(state_->mutex);
+    return isKept ? state_->song : nullptr;
 }
 
 void SongAhead::run(State& state) {

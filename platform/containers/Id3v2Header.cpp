@@ -26,6 +26,20 @@ std::optional<Id3v2Header> id3v2HeaderAt(ByteReader& file, qint64 offset) {
     return header;
 }
 
+std::optional<Id3v2Header> firstId3v2Header(ByteReader& file) {
+    if (auto header = id3v2HeaderAt(file, 0)) return header;
+    const QByteArrayView beginning = file.view(0, 2);
+    const bool isAudio =
+        beginning.size() < 2 || (beginning[0] == '\xFF' && (beginning[1] & '\xE0') == '\xE0');
+    if (isAudio) return std::nullopt;
+    for (qint64 at = 0; at >= 0;) {
+        at = file.view(0, ByteReader::kLargestView).indexOf("ID3", at + 1);
+        const auto header = at < 0 ? std::nullopt : id3v2HeaderAt(file, at);
+        if (header && header->readable) return header;
+    }
+    return std::nullopt;
+}
+
 qint64 synchsafe(QByteArrayView bytes) {
     qint64 value = 0;
     for (const char byte : bytes)

@@ -20,6 +20,10 @@ struct Id3v2Header {
 /// The header of the ID3v2 tag at `offset`; absent when there is none.
 std::optional<Id3v2Header> id3v2HeaderAt(ByteReader& file, qint64 offset);
 
+/// The header of the first tag of an MPEG audio file: at its beginning or, where that is neither a
+/// tag nor audio, behind what stands there, within the first ByteReader::kLargestView bytes.
+std::optional<Id3v2Header> firstId3v2Header(ByteReader& file);
+
 /// The number that `bytes` (up to 9) spell with 7 bits in each, the most significant first.
 qint64 synchsafe(QByteArrayView bytes);
 /// Whether no byte uses its eighth bit.

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 
@@ -180,7 +181,9 @@ QString lastPathComponent(const QString& path) {
     return path.mid(slash + 1, end - slash - 1);
 }
 
-std::optional<QByteArray> dataWithContentsOfFile(const QString& path) {
+std::optional<QByteArray> dataWithContentsOfFile(const QString& path,
+                                                 const std::function<bool()>& goesOn) {
+    constexpr qsizetype kStep = qsizetype{1} << 20;
     // Without O_NONBLOCK the opening of a FIFO would wait for a writer.
     const int file =
         ::open(fileSystemRepresentation(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -193,10 +196,11 @@ std::optional<QByteArray> dataWithContentsOfFile(const QString& path) {
             bufferOfSize(endOfContent(file, status.st_size, qint64{status.st_blocks} * kBlock));
         qsizetype filled = 0;
         while (content && filled < content->size()) {
-            const ssize_t count = ::read(file, content->data() + filled,
-                                         static_cast<size_t>(content->size() - filled));
+            const ssize_t count =
+                ::read(file, content->data() + filled,
+                       static_cast<size_t>(std::min(content->size() - filled, kStep)));
             if (count < 0 && errno == EINTR) continue;
-            if (count < 0) content.reset();
+            if (count < 0 || (goesOn && !goesOn())) content.reset();
             if (count <= 0) break;
             filled += count;
         }

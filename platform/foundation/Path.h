@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 
 namespace platform {
@@ -37,6 +38,8 @@ QString lastPathComponent(const QString& path);
 /// The whole content of the regular file at `path`, up to a hole of more than 64 MB; absent when it
 /// can't be read, when twice its size would leave less than 128 MB of freeMemory(), or when it is a
 /// folder, a FIFO, a socket or a device (none of which is opened for reading without end).
-std::optional<QByteArray> dataWithContentsOfFile(const QString& path);
+/// `goesOn`, if given, is asked with each megabyte that has come whether the rest is wanted, too.
+std::optional<QByteArray> dataWithContentsOfFile(const QString& path,
+                                                 const std::function<bool()>& goesOn = {});
 
 }  // namespace platform

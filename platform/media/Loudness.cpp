@@ -66,7 +66,7 @@ Loudness loudnessOfFile(const QString& path) {
         readMp4Loudness(*file, loudness);
         return loudness;
     }
-    for (auto tag = id3v2HeaderAt(*file, 0); tag && tag->readable;
+    for (auto tag = firstId3v2Header(*file); tag && tag->readable;
          tag = id3v2HeaderAt(*file, tag->next)) {
         readId3v2Loudness(*file, *tag, loudness);
     }

@@ -33,18 +33,28 @@ std::optional<QString> tagText(const QString& text) {
 MediaLibrary::MediaLibrary(QByteArrayList suffixes, MediaMemory& memory)
     : suffixes_(std::move(suffixes)), memory_(memory) {}
 
-MediaScan MediaLibrary::scan(const QString& path, Proof proof) {
+MediaScan MediaLibrary::scan(const QString& path, Proof proof, TaskPool::Waiting waiting) {
     // The one before stays until this is known not to be of the same folder.
     auto tree = memory_.take(path, suffixes_);
     tree_ = tree;
-    return MediaScan(memory_, std::move(tree), proof == Proof::Status);
+    return MediaScan(memory_, std::move(tree), proof == Proof::Status, std::move(waiting));
 }
 
-MediaScan::MediaScan(MediaMemory& memory, std::shared_ptr<MediaTree> tree, bool isWhole)
+MediaScan::MediaScan(MediaMemory& memory, std::shared_ptr<MediaTree> tree, bool isWhole,
+                     TaskPool::Waiting waiting)
     : memory_(memory),
       tree_(std::move(tree)),
-      pool_(std::make_shared<TaskPool>()),
+      pool_(std::make_shared<TaskPool>(std::move(waiting))),
       check_(std::make_shared<TreeCheck>(tree_, memory, pool_)) {
+    look(isWhole);
+    if (!isGivenUp_) return;
+    // The folders that are still being looked at are left out.
+    if (!isPlanned_) check_->plan();
+    isPlanned_ = true;
+    tree_->version = nextVersion();
+}
+
+void MediaScan::look(bool isWhole) {
     // More than these take a time that the progress bar should show.
     constexpr std::size_t kFew = 64;
     const auto forAll = [] { return false; };
@@ -55,6 +65,7 @@ MediaScan::MediaScan(MediaMemory& memory, std::shared_ptr<MediaTree> tree, bool 
             check_->begin(true);
             wait(forAll);
         }
+        if (isGivenUp_) return;
     }
     bool isOther = tree_->version == 0 || check_->areOtherPaths();
     if (check_->isChanged()) {
@@ -69,7 +80,8 @@ MediaScan::MediaScan(MediaMemory& memory, std::shared_ptr<MediaTree> tree, bool 
 }
 
 MediaScan::~MediaScan() {
-    wait([] { return false; });
+    // What still waits for its disk keeps the tree for itself.
+    if (!wait([] { return false; })) return;
     check_->end();
     memory_.giveBack(tree_);
 }
@@ -78,8 +90,11 @@ MediaScan::~MediaScan() {
 // at files, until no task is left; for the texts of a file, until its block is read. All that asks
 // the disk is tasks of the pool, which hold all that they touch: whoever gives up here may leave
 // the pool, the check and the tree behind, and not give the tree back.
-void MediaScan::wait(const std::function<bool()>& isDone) const {
-    pool_->wait(isDone);
+bool MediaScan::wait(const std::function<bool()>& isDone) {
+    if (isGivenUp_ || pool_->wait(isDone)) return !isGivenUp_;
+    isGivenUp_ = true;
+    pool_->close();
+    return false;
 }
 
 std::size_t MediaScan::size() const {
@@ -109,8 +124,9 @@ QString MediaScan::path(std::size_t index) {
 
 Tags MediaScan::tags(std::size_t index) {
     const MediaFileRef& ref = file(index);
-    if (!check_->isRead(index)) wait([&] { return check_->isRead(index); });
     Tags tags;
+    if (!check_->isRead(index)) wait([&] { return check_->isRead(index); });
+    if (!check_->isRead(index)) return tags;
     tags.title = tagText(ref.file().title);
     tags.artist = tagText(ref.file().artist);
     return tags;

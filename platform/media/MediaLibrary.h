@@ -2,6 +2,7 @@
 
 #include "platform/media/MediaMemory.h"
 #include "platform/media/Tags.h"
+#include "platform/media/TaskPool.h"
 
 #include <QByteArrayList>
 #include <QString>
@@ -12,7 +13,6 @@
 
 namespace platform {
 
-class TaskPool;
 class TreeCheck;
 
 /// One scan of a folder: the files in it, at every depth, and the texts of their tags, which are
@@ -30,7 +30,8 @@ class MediaScan {
     std::size_t size() const;
     /// The path of the file at `index` < size(): the scanned path, "/" and the path below it.
     QString path(std::size_t index);
-    /// The title and the artist, and nothing else, of that file. Waits until they are read.
+    /// The title and the artist, and nothing else, of that file. Waits until they are read; none
+    /// when that is given up.
     Tags tags(std::size_t index);
 
     /// The same for two scans that have the same paths and texts, another one else; never 0.
@@ -38,9 +39,11 @@ class MediaScan {
 
   private:
     friend class MediaLibrary;
-    MediaScan(MediaMemory& memory, std::shared_ptr<MediaTree> tree, bool isWhole);
+    MediaScan(MediaMemory& memory, std::shared_ptr<MediaTree> tree, bool isWhole,
+              TaskPool::Waiting waiting);
 
-    void wait(const std::function<bool()>& isDone) const;
+    void look(bool isWhole);
+    bool wait(const std::function<bool()>& isDone);
     const MediaFileRef& file(std::size_t index);
 
     MediaMemory& memory_;
@@ -48,6 +51,7 @@ class MediaScan {
     std::shared_ptr<TaskPool> pool_;
     std::shared_ptr<TreeCheck> check_;
     bool isPlanned_ = false;
+    bool isGivenUp_ = false;
     const MediaFolder* prefixFolder_ = nullptr;
     QString prefix_;  // of the paths in that folder
 };
@@ -67,7 +71,8 @@ class MediaLibrary {
         Notice,
     };
     /// Scans the folder at `path`, which may be a link to one. One scan of a library at a time.
-    MediaScan scan(const QString& path, Proof proof);
+    /// Where `waiting` is given up, what was read is listed, and no more is waited for.
+    MediaScan scan(const QString& path, Proof proof, TaskPool::Waiting waiting = {});
 
   private:
     const QByteArrayList suffixes_;

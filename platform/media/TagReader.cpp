@@ -10,9 +10,9 @@ namespace platform {
 
 namespace {
 
-// The readable ID3v2 tag at `offset`, if there is one.
-std::optional<Id3v2Header> tagAt(ByteReader& file, qint64 offset) {
-    const std::optional<Id3v2Header> tag = id3v2HeaderAt(file, offset);
+// The readable ID3v2 tag at `offset`, or the first one, if there is one.
+std::optional<Id3v2Header> tagAt(ByteReader& file, qint64 offset = 0) {
+    const auto tag = offset == 0 ? firstId3v2Header(file) : id3v2HeaderAt(file, offset);
     return tag && tag->readable ? tag : std::nullopt;
 }
 
@@ -28,7 +28,7 @@ Tags tagsOf(ByteReader& file) {
     if (isMp4(file)) {
         readMp4(file, tags);
     } else {
-        for (auto tag = tagAt(file, 0); tag && !tags.complete(); tag = tagAt(file, tag->next))
+        for (auto tag = tagAt(file); tag && !tags.complete(); tag = tagAt(file, tag->next))
             readId3v2(file, *tag, tags);
         if (!tags.complete()) {
             const TrailingTags tail = trailingTags(file);
@@ -48,7 +48,7 @@ std::optional<QByteArray> pictureOfFile(const QString& path) {
 
 std::optional<QByteArray> pictureOf(ByteReader& file) {
     if (isMp4(file)) return mp4Picture(file);
-    for (auto tag = tagAt(file, 0); tag; tag = tagAt(file, tag->next)) {
+    for (auto tag = tagAt(file); tag; tag = tagAt(file, tag->next)) {
         if (auto picture = id3v2Picture(file, *tag)) return picture;
     }
     const TrailingTags tail = trailingTags(file);

@@ -6,7 +6,15 @@
 
 namespace platform {
 
+TaskPool::TaskPool(Waiting waiting) {
+    shared_->waiting = std::move(waiting);
+}
+
 TaskPool::~TaskPool() {
+    close();
+}
+
+void TaskPool::close() {
     const std::lock_guard lock(shared_->mutex);
     shared_->isClosed = true;
     shared_->tasks.clear();
@@ -36,7 +44,7 @@ void TaskPool::add(std::function<void()> task) {
         }
     }
     shared.changed.notify_one();
-    if (shared.threads == 0) shared.told.notify_one();
+    if (shared.threads == 0) shared.tell();
 }
 
 void TaskPool::runNext(Shared& shared, std::unique_lock<std::mutex>& lock) {
@@ -49,7 +57,11 @@ void TaskPool::runNext(Shared& shared, std::unique_lock<std::mutex>& lock) {
     }
     lock.lock();
     --shared.running;
-    if (shared.running == 0 && shared.tasks.empty()) shared.told.notify_one();
+    if (shared.running == 0 && shared.tasks.empty()) {
+        shared.tell();
+    } else if (shared.waiting.noteProgress) {
+        shared.waiting.noteProgress();
+    }
 }
 
 void TaskPool::work(const std::shared_ptr<Shared>& shared) {
@@ -64,17 +76,26 @@ void TaskPool::work(const std::shared_ptr<Shared>& shared) {
 
 void TaskPool::tell() {
     const std::lock_guard lock(shared_->mutex);
-    shared_->told.notify_one();
+    shared_->tell();
 }
 
-void TaskPool::wait(const std::function<bool()>& isDone) {
+bool TaskPool::wait(const std::function<bool()>& isDone) {
     std::unique_lock lock(shared_->mutex);
+    if (shared_->waiting.runUntil) {
+        lock.unlock();
+        return shared_->waiting.runUntil([&] {
+            if (isDone()) return true;
+            const std::lock_guard guard(shared_->mutex);
+            return shared_->running == 0 && shared_->tasks.empty();
+        });
+    }
     while (!isDone() && (shared_->running > 0 || !shared_->tasks.empty())) {
         if (shared_->threads == 0)
             runNext(*shared_, lock);
         else
             shared_->told.wait(lock);
     }
+    return true;
 }
 
 }  // namespace platform

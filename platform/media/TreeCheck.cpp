@@ -308,6 +308,8 @@ void TreeCheck::lookAtFiles(MediaFolder& folder, int descriptor, std::size_t beg
         if (entry.file < 0) continue;
         MediaFile& file = folder.files[std::size_t(entry.file)];
         lookAt(file, folder.nameOf(entry), descriptor);
+        // Each may take its time, and they are too many to tell of each.
+        if (const auto pool = i % 8 == 0 ? pool_.lock() : nullptr) pool->noteProgress();
     }
 }
 
@@ -420,6 +422,7 @@ void TreeCheck::readFile(const MediaFileRef& ref, int folder, QString& artistBef
     file.isProven = isProven;
     file.isUnread = false;
     file.isLoose = file.kind == Kind::Link || status.st_nlink > 1;
+    if (const auto pool = pool_.lock()) pool->noteProgress();
 }
 
 void TreeCheck::end() {

@@ -3,8 +3,10 @@
 #include "platform/foundation/Bundle.h"
 #include "platform/foundation/ConfigurationFolder.h"
 #include "platform/foundation/Path.h"
+#include "platform/foundation/UserDefaults.h"
 #include "platform/ui/Accessibility.h"
 #include "platform/ui/Font.h"
+#include "platform/ui/RunLoop.h"
 #include "platform/ui/StyleSheet.h"
 #include "platform/ui/TerminationSignals.h"
 #include "platform/ui/Window.h"
@@ -121,8 +123,8 @@ void applyBundle(const Bundle& bundle) {
     installStyleSheet();
 }
 
-/// Calls `perform` once, when the first frame of its window is on its way to the screen; the
-/// window's child.
+/// Calls `perform` once, from the event loop, when the first frame of its window is on its way to
+/// the screen; the window's child.
 class FirstFrame final : public QObject {
   public:
     FirstFrame(QWidget& window, std::function<void()> perform)
@@ -132,16 +134,35 @@ class FirstFrame final : public QObject {
 
     bool eventFilter(QObject* window, QEvent* event) override {
         if (event->type() == QEvent::Paint) {
+            isPainted_ = true;
             window->removeEventFilter(this);
-            // The toolkit hands the frame over before it looks at its timers.
-            QTimer::singleShot(0, this, perform_);
+            // The toolkit hands the frame over before it looks at its timers. The scans of a start
+            // come before that, too.
+            QTimer::singleShot(0, this, [this] { RunLoop::perform(perform_); });
         }
         return false;
     }
 
+    bool isPainted() const { return isPainted_; }
+
   private:
     std::function<void()> perform_;
+    bool isPainted_ = false;
 };
+
+/// Shows the main window of the application, which ends with it, and waits for its first frame.
+void showMainWindow(Window& window, ApplicationDelegate* delegate) {
+    // The window system may have reason not to ask for it.
+    constexpr RunLoop::Duration kPatience{1000};
+    // Without it nobody could see or stop what plays, whatever other window is still open.
+    QObject::connect(&window, &Window::willClose,
+                     [] { Application::sharedApplication().terminate(); });
+    const auto* frame = new FirstFrame(window, [delegate] {
+        if (delegate) delegate->applicationDidShowFirstFrame();
+    });
+    window.makeKeyAndOrderFront();
+    RunLoop::attendUntil([frame] { return frame->isPainted(); }, kPatience);
+}
 
 /// Has the toolkit read the system's fonts while the style and the interface files are read: they
 /// ask for them first.
@@ -161,6 +182,7 @@ Application& Application::sharedApplication() {
 }
 
 void Application::terminate() {
+    RunLoop::stop();
     QCoreApplication::quit();
 }
 
@@ -198,25 +220,26 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     applyBundle(bundle);
     const Interface interface(
         bundle.objectForInfoDictionaryKey(QStringLiteral("NSMainNibFile")).value_or(QString()),
-        classes);
+        classes, [delegate](Window& window) { showMainWindow(window, delegate); });
     for (const QString& problem : interface.problems())
         std::fprintf(stderr, "%s\n", qPrintable(problem));
     if (!interface.problems().isEmpty()) return EXIT_FAILURE;
 #ifdef QT_NO_DEBUG
     silenceLibraries();
 #endif
-    // Without it nobody could see or stop what plays, whatever other window is still open.
-    QObject::connect(interface.mainWindow(), &Window::willClose,
-                     [] { Application::sharedApplication().terminate(); });
-    interface.mainWindow()->makeKeyAndOrderFront();
     if (delegate) {
         delegate->applicationDidFinishLaunching(interface);
-        new FirstFrame(*interface.mainWindow(),
-                       [delegate] { delegate->applicationDidShowFirstFrame(); });
+        if (!paths.isEmpty()) delegate->applicationOpenFiles(paths);
     }
-    if (delegate && !paths.isEmpty()) delegate->applicationOpenFiles(paths);
+    // Told to end before there was a loop to be ended: while a disk was waited for.
+    if (RunLoop::isStopped())
+        QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
     const int status = QApplication::exec();
     if (delegate) delegate->applicationWillTerminate();
+    if (RunLoop::hasThreads()) {
+        UserDefaults::standardUserDefaults().synchronize();
+        std::_Exit(status);
+    }
     return status;
 }
 

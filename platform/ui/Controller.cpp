@@ -1,5 +1,7 @@
 #include "platform/ui/Controller.h"
 
+#include "platform/ui/RunLoop.h"
+
 namespace platform {
 
 bool Controller::connectOutlet(const QString& name, QWidget* widget) {
@@ -14,9 +16,13 @@ QStringList Controller::unconnectedOutlets() const {
 }
 
 bool Controller::performAction(const QString& action, Control* sender) {
-    const auto perform = actions_.constFind(action);
-    if (perform == actions_.cend()) return false;
-    (*perform)(sender);
+    const auto known = actions_.constFind(action);
+    if (known == actions_.cend()) return false;
+    if (known->urgency == Urgency::Urgent) {
+        known->perform(sender);
+    } else {
+        RunLoop::perform([perform = known->perform, sender] { perform(sender); });
+    }
     return true;
 }
 

@@ -22,6 +22,8 @@ class Controller : public Target {
 
     /// Called once, after every outlet of every controller is connected.
     virtual void awakeFromNib() {}
+    /// Whether that may have to wait for a disk, so that the window is better on the screen before.
+    virtual bool awakesSlowly() const { return false; }
 
     bool hasOutlet(const QString& name) const { return outlets_.contains(name); }
     /// Connects the outlet of that name to `widget`; false when there is none of that name and type
@@ -31,6 +33,7 @@ class Controller : public Target {
     QStringList unconnectedOutlets() const;
 
     bool hasAction(const QString& action) const override { return actions_.contains(action); }
+    /// While the main thread waits (RunLoop.h), only an urgent action is performed at once.
     bool performAction(const QString& action, Control* sender) override;
 
   protected:
@@ -47,14 +50,20 @@ class Controller : public Target {
         });
         unconnected_.append(name);
     }
-    void action(const QString& name, const std::function<void(Control*)>& perform) {
-        actions_.insert(name, perform);
+    enum class Urgency { None, Urgent };
+    void action(const QString& name, const std::function<void(Control*)>& perform,
+                Urgency urgency = Urgency::None) {
+        actions_.insert(name, {perform, urgency});
     }
 
   private:
     QHash<QString, std::function<bool(QWidget*)>> outlets_;
     QStringList unconnected_;
-    QHash<QString, std::function<void(Control*)>> actions_;
+    struct Action {
+        std::function<void(Control*)> perform;
+        Urgency urgency = Urgency::None;
+    };
+    QHash<QString, Action> actions_;
 };
 
 }  // namespace platform

@@ -138,7 +138,8 @@ class Interface::Loader {
     QStringList around_;  // the files that the next one would be included in
 };
 
-Interface::Interface(const QString& name, const InterfaceClasses& classes) {
+Interface::Interface(const QString& name, const InterfaceClasses& classes,
+                     const std::function<void(Window&)>& show) {
     Loader loader(classes, problems_);
     std::unique_ptr<QWidget> main(loader.load(name, {}, nullptr));
     if (!main) return;
@@ -183,11 +184,19 @@ Interface::Interface(const QString& name, const InterfaceClasses& classes) {
     }
     // A controller whose outlets the files leave open can't be woken: it relies on them.
     if (!problems_.isEmpty()) return;
-    for (const QString& controller : controllers)
-        controllers_[controller]->awakeFromNib();
-    for (const auto& window : windows_) {
-        forEachObject(window.get(), [this](QObject* object) { checkAction(object); });
+    awake(controllers, false);
+    for (const auto& window : windows_)
         orderFocus(window.get());
+    if (show && mainWindow()) show(*mainWindow());
+    awake(controllers, true);
+    for (const auto& window : windows_)
+        forEachObject(window.get(), [this](QObject* object) { checkAction(object); });
+}
+
+void Interface::awake(const QStringList& controllers, bool slowly) {
+    for (const QString& name : controllers) {
+        Controller& controller = *controllers_[name];
+        if (controller.awakesSlowly() == slowly) controller.awakeFromNib();
     }
 }
 

@@ -50,8 +50,10 @@ class Interface {
   public:
     /// Loads the file called `name` and all that it names, creates its controllers, connects every
     /// outlet and wires every action, then calls each controller's awakeFromNib, unless there are
-    /// problems already.
-    Interface(const QString& name, const InterfaceClasses& classes);
+    /// problems already: those that awake slowly last, behind `show`, which may put the main window
+    /// on the screen.
+    Interface(const QString& name, const InterfaceClasses& classes,
+              const std::function<void(Window& main)>& show = {});
     ~Interface();
     Interface(const Interface&) = delete;
     Interface& operator=(const Interface&) = delete;
@@ -71,6 +73,7 @@ class Interface {
   private:
     class Loader;
 
+    void awake(const QStringList& controllers, bool slowly);
     static void makeElastic(QObject* object);
     void connectObject(QObject* object);
     void wireControl(QObject* object);

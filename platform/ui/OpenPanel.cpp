@@ -1,6 +1,7 @@
 #include "platform/ui/OpenPanel.h"
 
 #include "platform/foundation/Path.h"
+#include "platform/ui/RunLoop.h"
 #include "platform/workspace/FolderChooser.h"
 
 #include <QApplication>
@@ -105,7 +106,9 @@ void OpenPanel::dialogDidFinish(int result) {
 }
 
 void OpenPanel::finish(int result) {
-    if (handler_) std::exchange(handler_, nullptr)(result);
+    if (!handler_) return;
+    RunLoop::perform([self = shared_from_this(), handler = std::exchange(handler_, nullptr),
+                      result] { handler(result); });
 }
 
 }  // namespace platform

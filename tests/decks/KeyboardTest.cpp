@@ -13,11 +13,12 @@ class Keyboard : public DeckFixture {
   protected:
     void SetUp() override {
         start();
-        fillList(PDLeftPlayer, {makeSong(QStringLiteral("a.mp3"), 20.0),
-                                makeSong(QStringLiteral("b.mp3"), 20.0)});
+        songs_ = {makeSong(QStringLiteral("a.mp3"), 20.0), makeSong(QStringLiteral("b.mp3"), 20.0)};
+        fillList(PDLeftPlayer, songs_);
         window()->makeKeyAndOrderFront();
         ASSERT_TRUE(waitUntil([this] { return window()->isActiveWindow(); }));
     }
+    QStringList songs_;
     Window* window() { return interface_->mainWindow(); }
     template <typename Type = QWidget>
     Type* named(const char* name) {
@@ -84,6 +85,9 @@ TEST_F(Keyboard, SearchesAndPlaysFromTheTable) {
     press(Qt::Key_F, Qt::ControlModifier);
     EXPECT_EQ(named<SearchField>("leftSearchField")->selectedText(), QStringLiteral("a b"));
     EXPECT_TRUE(named("PDLeftMusicLibraryView")->isVisible());
+    // No folder is loaded that would be searched.
+    EXPECT_TRUE(waitUntil([this] { return deck(PDLeftPlayer).tracks().empty(); }));
+    fillList(PDLeftPlayer, songs_);
     press(Qt::Key_Escape);
     EXPECT_TRUE(hasFocus("PDLeftTableView"));
     EXPECT_EQ(controls(PDLeftPlayer).tableView->selectedRow(), 0);

@@ -21,9 +21,11 @@ import zlib
 from gi.repository import Gio, GLib
 
 import music
+from disk import Disk
+from pings import Pings
 from program import SETTINGS, Program, folders, settings, store
 from scenes import EXECUTABLE, Scene, perform
-from screen import press, wait_until
+from screen import press, type_text, wait_until
 from sound import hanging_server
 
 KILLS = int(os.environ.get("PAIRDECK_KILLS", "10"))
@@ -324,6 +326,82 @@ class Changes(Scene):
         shutil.rmtree(many)
         press("F5")
         wait_until(lambda: self.rows() == 0, "an empty table")
+        self.end()
+
+
+class FarDisk(Scene):
+    """A library on a disk that is slow, or that has died."""
+
+    left = [music.Tone(f"song {i}.mp3", f"Song {i}", "Ann", 400 + 10 * i) for i in range(1, 13)]
+
+    def setUp(self):
+        self.disk = Disk(self, self.folder / "Left", 150)
+        store(**folders(self.disk.path, self.folder / "Right"))
+
+    def rows(self):
+        return self.deck.control("tracks").accessible.get_table_iface().get_n_rows()
+
+    def answers_pings_until(self, condition, what):
+        with Pings(self.program.process.pid) as pings:
+            wait_until(condition, what, 60)
+        # Five times what is aimed at: others use this machine, too. The scan takes ten seconds.
+        self.assertLess(pings.longest, 1 + self.calm)
+
+    def start_calmly(self):
+        """Starts the program and takes the time that a ping takes on this machine now."""
+        store(**folders("/nowhere", self.folder / "Right"))
+        self.start()
+        self.screen.find("Close")
+        with Pings(self.program.process.pid) as pings:
+            time.sleep(1)
+        self.calm = pings.longest
+        self.end()
+        store(**folders(self.disk.path, self.folder / "Right"))
+
+    def test_a_slow_one_holds_no_window(self):
+        self.start_calmly()
+        self.start()
+        self.deck.control("library").click()
+        press("ctrl+f")
+        type_text("song 1")
+        self.answers_pings_until(lambda: self.screen.look_for("Left deck: tracks"), "the click, afterwards")
+        self.answers_pings_until(lambda: self.rows() == 4, "what was typed, searched for")
+        ends = (lambda: self.screen.find("Close").click(), lambda: press("alt+F4"),
+                self.program.process.terminate)
+        for end in ends:
+            begin = time.monotonic()
+            end()
+            self.assertEqual(self.program.wait(), 0)
+            self.assertLess(time.monotonic() - begin, 1 + self.calm)
+            self.start()
+
+    def test_a_dead_one_costs_its_folder_alone(self):
+        self.start_calmly()
+        self.start()
+        self.deck.show("library")
+        wait_until(lambda: self.rows() == len(self.left), "the library", 60)
+        self.other.play("Fir")
+        self.hears(right=900)
+        self.deck.show("library")
+        row = self.deck.control("tracks").row(1)
+        self.disk.die()
+        row.double_click()
+        press("F5")
+        self.hears(right=900)
+        self.deck.control("library").click()
+        self.answers_pings_until(lambda: self.screen.look_for("Left deck: title"), "the player")
+        self.deck.shows("title", "song 2.mp3")
+        self.deck.shows("album and artist", UNKNOWN)
+        self.other.press("next")
+        self.other.shows("title", "Elm")
+        # What was known stays; what is there at the next start is not.
+        self.deck.show("library")
+        self.assertEqual(self.rows(), len(self.left))
+        self.end()
+        self.start()
+        self.deck.control("library").click()
+        explanation = self.deck.control("why there are no songs")
+        self.answers_pings_until(lambda: explanation.text.endswith("is not there."), "why there are none")
         self.end()
 
 

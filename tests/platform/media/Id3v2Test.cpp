@@ -93,6 +93,12 @@ TEST(Id3v2, ReadsTheOddLayoutsOfWriters) {
               QStringLiteral("Title"));
     EXPECT_EQ(read(id3Tag(4, number(6, 4) + "\1" + nul(1) + id3Frame(4, "TIT2", text), 0x40)).title,
               QStringLiteral("Title"));
+    // Garbage before the first tag, which looks like a tag itself; audio is none.
+    const QByteArray tag = id3Tag(3, id3Frame(3, "TIT2", text));
+    for (const qsizetype size : {1, 5'000, 60'000})
+        EXPECT_EQ(read("ID2" + nul(size) + "ID3\3" + nul(2) + "\xFF\xFF\xFF\xFF" + tag).title,
+                  QStringLiteral("Title"));
+    EXPECT_EQ(read(QByteArray("\xFF\xFB\x90\x64") + tag).title, kAbsent);
     // A footer between one tag and the next.
     const QByteArray footer = "3DI" + nul(7);
     EXPECT_EQ(read(id3Tag(4, nul(20), 0x10) + footer + id3Tag(4, id3Frame(4, "TIT2", text))).title,

@@ -19,6 +19,7 @@ class Desk : public Controller {
         action(QStringLiteral("press"), [this](Control* sender) { pressedBy = sender; });
     }
     void awakeFromNib() override { ++wakes; }
+    bool awakesSlowly() const override { return true; }
 
     Button* one = nullptr;
     Button* two = nullptr;
@@ -30,9 +31,18 @@ const InterfaceClasses kClasses = {
     {}, {{QStringLiteral("Desk"), [] { return std::make_unique<Desk>(); }}}};
 
 TEST(InterfaceLoader, AFileIncludedTwiceIsConnectedTwice) {
-    const Interface loaded(QStringLiteral("Good"), kClasses);
+    Desk* made = nullptr;
+    const InterfaceClasses classes = {{}, {{QStringLiteral("Desk"), [&made] {
+                                                auto desk = std::make_unique<Desk>();
+                                                made = desk.get();
+                                                return desk;
+                                            }}}};
+    int wakesWhenShown = -1;
+    const Interface loaded(QStringLiteral("Good"), classes,
+                           [&](Window&) { wakesWhenShown = made->wakes; });
     ASSERT_EQ(loaded.problems(), QStringList());
     const auto* desk = static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")));
+    EXPECT_EQ(wakesWhenShown, 0);
     EXPECT_EQ(desk->wakes, 1);
     ASSERT_NE(desk->one, desk->two);
     desk->two->click();
