@@ -18,9 +18,10 @@ installed() {
 
 # missing SECTION...: what to install of these sections. A line of packages.txt is satisfied by any
 # one of its alternatives; of a line that is not, the first that can be had without removing
-# anything is named, or the very first where none can.
+# anything is named, or the very first where none can. What is optional is left out there.
 missing() {
-    local line option choices there
+    local line option choices there optional
+    optional=$(wanted optional)
     there=" $(installed | tr '\n' ' ')"
     lacks() {
         local package
@@ -36,10 +37,11 @@ missing() {
             lacks $option || continue 2
         done
         for option in "${choices[@]}"; do
-            ((${#choices[@]} > 1)) || break
+            ((${#choices[@]} > 1)) || [[ $'\n'$optional$'\n' == *$'\n'"$line"$'\n'* ]] || break
             # shellcheck disable=SC2086 # a list of words
             ! apt-get install -qq -s --no-remove --no-install-recommends $option &>/dev/null || break
             option=${choices[0]}
+            ((${#choices[@]} > 1)) || continue 2
         done
         # shellcheck disable=SC2086 # a list of words
         printf '%s\n' $option
