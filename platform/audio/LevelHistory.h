@@ -47,11 +47,12 @@ class LevelHistory {
         float powers = 0;
         int counted = 0;
         const uint64_t count = count_.load(std::memory_order_acquire);
-        // The oldest may be in the making again.
-        for (uint64_t i = count - std::min<uint64_t>(count, kSlots - 1); i < count; ++i) {
-            const Slot& slot = slots_[i % kSlots];
+        // From the newest back; the oldest may be in the making again.
+        for (uint64_t i = 1; i <= std::min<uint64_t>(count, kSlots - 1); ++i) {
+            const Slot& slot = slots_[(count - i) % kSlots];
             const int64_t end = slot.end.load(std::memory_order_acquire);
-            if (end > time || end <= time - kLoudnessNanoseconds) continue;
+            if (end > time) continue;
+            if (end <= time - kLoudnessNanoseconds) break;
             const uint64_t packed = slot.level.load(std::memory_order_acquire);
             if (end > time - kPeakNanoseconds)
                 level.peak = std::max(level.peak, std::bit_cast<float>(uint32_t(packed >> 32)));

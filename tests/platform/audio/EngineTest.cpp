@@ -169,7 +169,7 @@ TEST(Engine, TellsHowLoudEachMomentIs) {
     EXPECT_EQ(levelBefore(60'000).loudness, 0);
     // Within one block as well: 10 ms of the tone, then silence.
     rig.request(*voice, {2, kRate - kRate / 100});
-    std::this_thread::sleep_for(std::chrono::milliseconds(40));  // past what came before
+    std::this_thread::sleep_for(std::chrono::milliseconds(80));  // past what came before
     rig.render(2205, 2205);
     EXPECT_EQ(levelBefore(0).peak, 0);
     EXPECT_GT(levelBefore(42).peak, 0.3F);
