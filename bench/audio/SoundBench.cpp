@@ -9,6 +9,7 @@
 #include "platform/audio/AudioPlayer.h"
 #include "platform/audio/Clock.h"
 #include "platform/audio/ShapeMaker.h"
+#include "platform/foundation/FreeMemory.h"
 #include "platform/image/Image.h"
 #include "platform/media/MediaAsset.h"
 #include "presentation/BlurredBackdrop.h"
@@ -19,6 +20,7 @@
 
 #include <QCoreApplication>
 #include <QDirIterator>
+#include <QTemporaryFile>
 
 #include <sys/resource.h>
 
@@ -176,6 +178,45 @@ void benchShape() {
     }
 }
 
+/// The last seconds of both decks' songs, with and without others that are made ready meanwhile, in
+/// turn; and what those hold.
+void benchSuccessors(const QByteArray& song) {
+    QTemporaryFile file;
+    if (!file.open() || file.write(song) != song.size() || !file.flush()) return;
+    const auto left = playing(song, 1);
+    const auto right = playing(song, -1);
+    const auto succeed = [&](const std::optional<QString>& path) {
+        left->setSuccessor(path);
+        right->setSuccessor(path);
+    };
+    const auto nearEnd = [&] {
+        for (AudioPlayer* player : {left.get(), right.get()})
+            player->setCurrentTime(player->duration() - 12);
+        runEvents(1);
+    };
+    nearEnd();
+    const double before = residentMegabytes();
+    succeed(file.fileName());
+    runEvents(3);
+    const double files = 2 * static_cast<double>(song.size()) * 1e-6;
+    print("sound.memory_successors", residentMegabytes() - before - files, "MB");
+    succeed(std::nullopt);
+    runEvents(2);
+    print("sound.memory_successors.taken_back", residentMegabytes() - before, "MB");
+    constexpr double kSeconds = 8;
+    constexpr int kRounds = 4;
+    double spent[] = {0, 0};
+    for (int round = 0; round < 2 * kRounds; ++round) {
+        nearEnd();
+        const double start = processorSeconds();
+        if (round % 2 == 1) succeed(file.fileName());
+        runEvents(kSeconds);
+        spent[round % 2] += (processorSeconds() - start) / (kRounds * kSeconds) * 100;
+    }
+    print("sound.cpu_two_decks_near_the_end", spent[0], "%");
+    print("sound.cpu_two_decks_near_the_end.with_successors", spent[1], "%");
+}
+
 /// A tone of -1 dBFS through decoder, resampler, voice and mixer.
 void benchQuality() {
     Rig rig(48000);
@@ -280,6 +321,7 @@ void run() {
     const QByteArray song = longSong("-b:a 320k", "mp3");
     if (isAnyWanted("sound.cpu") || isAnyWanted("sound.memory") || isAnyWanted("sound.peer"))
         benchCost(song);
+    if (isAnyWanted("sound.cpu") || isAnyWanted("sound.memory")) benchSuccessors(song);
     const bool loads = isAnyWanted("sound.load_to_first_sample") || isAnyWanted("sound.file_size");
     // Made before anything plays: meanwhile the stream would fall asleep.
     const QByteArray otherSong = loads ? longSong("-c:a aac -b:a 320k", "m4a", 320) : QByteArray();
@@ -307,6 +349,7 @@ void run() {
 int main(int argc, char** argv) {
     bench::readCommandLine(argc, argv);
     if (!bench::isAnyWanted("sound.") && !bench::isAnyWanted("wave.four_minutes")) return 0;
+    platform::returnFreedMemory();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("bench"));
     platform::audio::run();

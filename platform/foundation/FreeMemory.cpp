@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QList>
 
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -114,6 +115,15 @@ qint64 freeBelowLimits(const QString& root) {
 qint64 freeMemory(const QString& root) {
     const qint64 least = std::min({freeInMachine(root), freeInGroups(root), freeBelowLimits(root)});
     return std::max<qint64>(least, 0);
+}
+
+void returnFreedMemory() {
+#ifdef __GLIBC__
+    // Else the allocator keeps blocks as large as the largest that was freed yet, up to 32 MB, in
+    // each thread that had one.
+    constexpr int kLargeBlock = 1 << 20;
+    ::mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+#endif
 }
 
 }  // namespace platform

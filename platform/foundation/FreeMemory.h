@@ -10,4 +10,8 @@ namespace platform {
 /// now, without swapping. What does not tell sets no bound. `root` stands before /proc and /sys.
 qint64 freeMemory(const QString& root = QString());
 
+/// Has what is freed of a megabyte and more go back to the system at once, a song above all; to be
+/// called before there are threads.
+void returnFreedMemory();
+
 }  // namespace platform

@@ -2,6 +2,7 @@
 
 #include "platform/foundation/Bundle.h"
 #include "platform/foundation/ConfigurationFolder.h"
+#include "platform/foundation/FreeMemory.h"
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/ui/Accessibility.h"
@@ -204,6 +205,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     errorStream();
     qInstallMessageHandler(keepQuiet);
 #endif
+    returnFreedMemory();
     settleEnvironment();
     QApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
