@@ -1,6 +1,7 @@
 #include "platform/ui/Groove.h"
 
 #include "platform/ui/Theme.h"
+#include "platform/workspace/Workspace.h"
 
 #include <QPainter>
 
@@ -14,7 +15,19 @@ namespace {
 
 constexpr double kBar = 2.0;  // points
 constexpr double kGap = 1.0;
-constexpr float kPale = 0.28F;
+
+/// How densely each part is drawn.
+struct Densities {
+    float pale;
+    float palePeak;
+    float heardPeak;
+};
+
+Densities densities() {
+    const bool hasContrast =
+        Workspace::sharedWorkspace().accessibilityDisplayShouldIncreaseContrast();
+    return hasContrast ? Densities{0.75F, 0.45F, 0.65F} : Densities{0.28F, 0.2F, 0.45F};
+}
 
 QColor withAlpha(QColor color, float alpha) {
     color.setAlphaF(alpha);
@@ -44,6 +57,7 @@ Groove::Stretch Groove::between(double from, double to) const {
 double Groove::drawBars(QPainter& painter, const QRectF& track, double knob, const QColor& pale,
                         double most) const {
     // Whole pixels of the screen, whatever the scale and wherever the slider stands.
+    const Densities parts = densities();
     const QTransform toPixels = painter.deviceTransform();
     const double scale = toPixels.m11();
     const double bar = std::max(1.0, std::round(kBar * scale));
@@ -63,8 +77,8 @@ double Groove::drawBars(QPainter& painter, const QRectF& track, double knob, con
                                bar / scale, 2 * half / scale);
             painter.fillRect(shape, withAlpha(isHeard ? theme::kAccent : pale, alpha));
         };
-        fill(static_cast<double>(stretch.peak), isHeard ? 0.45F : 0.2F);
-        fill(static_cast<double>(stretch.body), isHeard ? 1.0F : kPale);
+        fill(static_cast<double>(stretch.peak), isHeard ? parts.heardPeak : parts.palePeak);
+        fill(static_cast<double>(stretch.body), isHeard ? 1.0F : parts.pale);
     }
     return (x - toPixels.dx()) / scale;
 }
@@ -80,7 +94,7 @@ void Groove::draw(QPainter& painter, const QWidget& slider, const QRectF& track,
         const bool isWhole = stretches_.size() == count_;
         painter.setClipRect(QRectF(end, 0, isWhole ? 0 : slider.width() - end, slider.height()));
     }
-    painter.setBrush(withAlpha(pale, kPale));
+    painter.setBrush(withAlpha(pale, densities().pale));
     painter.drawRoundedRect(track, track.height() / 2, track.height() / 2);
     painter.setBrush(theme::kAccent);
     painter.drawRoundedRect(QRectF(track.topLeft(), QPointF(knob, track.bottom())),

@@ -1,6 +1,7 @@
 #include "platform/ui/LevelMeter.h"
 
 #include "platform/ui/Theme.h"
+#include "platform/workspace/Workspace.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -75,7 +76,8 @@ void LevelMeter::rest() {
 
 void LevelMeter::step() {
     if (!window()->windowHandle()->isExposed()) return rest();
-    const auto now = source_();
+    const bool isStill = Workspace::sharedWorkspace().accessibilityDisplayShouldReduceMotion();
+    const auto now = isStill ? std::nullopt : source_();
     const Level level = now.value_or(Level());
     shown_.loudness = fallen(shown_.loudness, level.loudness, kFall);
     shown_.peak = fallen(shown_.peak, level.peak, kPeakFall);
