@@ -48,18 +48,27 @@ int Button::state() const {
 
 void Button::setState(int state) {
     mixed_ = state == MixedState;
-    setChecked(state != OffState && !mixed_);
+    turn(state != OffState && !mixed_);
     update();
 }
 
 void Button::nextCheckState() {
     const bool turnsOn = mixed_ || !isChecked();
     mixed_ = false;
-    if (isCheckable()) setChecked(turnsOn);
+    if (isCheckable()) turn(turnsOn);
+}
+
+void Button::turn(bool on) {
+    isTurned_ = true;
+    setChecked(on);
+    isTurned_ = false;
 }
 
 void Button::checkStateSet() {
     tellState();
+    // An assistive tool turns a toggle by its state alone, which is as much the user's work; what
+    // one of a group turns off by turning on is not.
+    if (!isTurned_ && !action().isEmpty() && (isChecked() || !autoExclusive())) sendAction();
 }
 
 void Button::setOffText(const QString& text) {

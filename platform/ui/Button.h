@@ -13,7 +13,8 @@
 namespace platform {
 
 /// A push button, or a toggle with the states on, off and mixed, that shows an image, a title or a
-/// cell. It sends its action when it is clicked, after a toggle has changed its state.
+/// cell. It sends its action when it is clicked, after a toggle has changed its state,
+/// and when an assistive tool turns it.
 class Button : public QAbstractButton, public Control {
     Q_OBJECT
     /// Whether a click turns the state on and off.
@@ -72,6 +73,7 @@ class Button : public QAbstractButton, public Control {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void turn(bool on);
     void tellState();
     void drawPlate(QPainter& painter) const;
     void drawFocusMark(QPainter& painter) const;
@@ -87,6 +89,7 @@ class Button : public QAbstractButton, public Control {
     double imageSize_ = 20.0;
     bool plated_ = false;
     bool mixed_ = false;
+    bool isTurned_ = false;  // by a click or the program
 };
 
 }  // namespace platform

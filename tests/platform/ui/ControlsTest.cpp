@@ -78,6 +78,11 @@ TEST(ButtonStates, AClickTurnsOnOffAndOutOfMixed) {
     button.click();
     EXPECT_EQ(button.state(), 1);
     EXPECT_EQ(counter.count, 5);
+    // As a screen reader's user does.
+    QAccessible::queryAccessibleInterface(&button)->actionInterface()->doAction(
+        QAccessibleActionInterface::toggleAction());
+    EXPECT_EQ(button.state(), 0);
+    EXPECT_EQ(counter.count, 6);
 }
 
 TEST(SliderValues, AreExactAndClamped) {
