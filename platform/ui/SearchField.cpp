@@ -57,6 +57,19 @@ void SearchField::setClearButtonName(const QString& name) {
     clearButton_->setAccessibleName(name);
 }
 
+bool SearchField::event(QEvent* event) {
+    const bool isTaken = QLineEdit::event(event);
+    if (event->type() == QEvent::Polish || event->type() == QEvent::StyleChange) {
+        // The toolkit shows the prompt at half the text's strength, too faint over a white page.
+        QPalette colors = palette();
+        QColor prompt = colors.color(QPalette::Text);
+        prompt.setAlphaF(0.72F);
+        colors.setColor(QPalette::PlaceholderText, prompt);
+        setPalette(colors);
+    }
+    return isTaken;
+}
+
 void SearchField::resizeEvent(QResizeEvent* event) {
     QLineEdit::resizeEvent(event);
     clearButton_->setGeometry(width() - height(), 0, height(), height());

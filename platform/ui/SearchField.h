@@ -32,6 +32,7 @@ class SearchField : public QLineEdit, public Control {
     Q_INVOKABLE void sendNow();
 
   protected:
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
   private:
