@@ -27,6 +27,8 @@ class Disk:
 
     def die(self):
         """From now on nothing is answered."""
+        # Nor is anything under way: the kernel keeps even a killed process for what is.
+        time.sleep(1)
         self.process.send_signal(signal.SIGSTOP)
 
     def take_away(self):

@@ -366,11 +366,12 @@ class FarDisk(Scene):
         type_text("song 1")
         self.answers_pings_until(lambda: self.screen.look_for("Left deck: tracks"), "the click, afterwards")
         self.answers_pings_until(lambda: self.rows() == 4, "what was typed, searched for")
-        ends = (lambda: self.screen.find("Close").click(), lambda: press("alt+F4"),
-                self.program.process.terminate)
+        ends = (lambda close: close.click(), lambda _: press("alt+F4"),
+                lambda _: self.program.process.terminate())
         for end in ends:
+            close = self.screen.find("Close")
             begin = time.monotonic()
-            end()
+            end(close)
             self.assertEqual(self.program.wait(), 0)
             self.assertLess(time.monotonic() - begin, 1 + self.calm)
             self.start()
