@@ -3,8 +3,8 @@
 #include "platform/audio/SongDecoder.h"
 #include "platform/audio/ThreadStart.h"
 
-#include <pthread.h>
-#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -93,8 +93,10 @@ std::shared_ptr<const SongShape> makeShape(std::shared_ptr<const Song> song) {
     const auto shape = std::make_shared<SongShape>();
     std::thread thread;
     startIfNeeded(thread, [song = std::move(song), wanted = std::weak_ptr(shape)]() mutable {
-        const sched_param none = {};
-        pthread_setschedparam(pthread_self(), SCHED_IDLE, &none);
+        // The least that still gets on: the system ends a process only when its last thread has had
+        // a turn, which one of the idle class may wait for as long as others are busy.
+        constexpr int kLeastPriority = 19;
+        ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), kLeastPriority);
         drawShape(std::move(song), wanted);
     });
     if (!thread.joinable()) return nullptr;

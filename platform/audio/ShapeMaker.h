@@ -7,8 +7,8 @@
 
 namespace platform::audio {
 
-/// Begins to make the shape of `song`, with a decoder of its own, on a thread that runs when no
-/// other wants to and ends as soon as nobody holds the shape any more. Nobody waits for it, and it
+/// Begins to make the shape of `song`, with a decoder of its own, on a thread of the least
+/// priority, which ends as soon as nobody holds the shape any more. Nobody waits for it, and it
 /// takes no lock that others wait for. Null where there is no thread to be had.
 std::shared_ptr<const SongShape> makeShape(std::shared_ptr<const Song> song);
 

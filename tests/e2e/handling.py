@@ -73,12 +73,11 @@ class Looks(Scene):
 
     def kept(self):
         """The columns of the shape that was kept last: peak and loudness in dB."""
-        # It is made when nothing else wants to run, which on a busy machine takes long, unless one may
-        # give threads another priority.
+        # It is made at the least priority, which on a busy machine takes long, unless one may give
+        # threads another.
         for task in pathlib.Path(f"/proc/{self.program.process.pid}/task").iterdir():
             with contextlib.suppress(OSError):
-                if os.sched_getscheduler(int(task.name)) == os.SCHED_IDLE:
-                    os.sched_setscheduler(int(task.name), os.SCHED_OTHER, os.sched_param(0))
+                os.setpriority(os.PRIO_PROCESS, int(task.name), 0)
         if not self.STORE.exists():
             return None
         with sqlite3.connect(f"file:{self.STORE}?mode=ro", uri=True) as store:
