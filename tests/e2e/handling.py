@@ -102,12 +102,14 @@ class Looks(Scene):
 
     def test_the_shape_and_the_level_of_a_song(self):
         nothing = self.meter()
+        before = self.kept()
         self.deck.play("quarters.m4a")
         wait_until(lambda: self.meter() != nothing, "a meter that moves")
         self.deck.press("play/pause")
         away()
         wait_until(lambda: self.meter() == nothing, "no meter")
-        columns = wait_until(self.kept, "the shape in the store", 300)
+        wait_until(lambda: self.kept() != before, "the shape in the store", 300)
+        columns = self.kept()
         for quarter, gain in enumerate(self.QUARTERS):
             level = 20 * math.log10(gain) if gain else -95.625
             for peak, loudness in columns[128 * quarter + 2 : 128 * quarter + 126]:
