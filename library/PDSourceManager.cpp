@@ -12,6 +12,14 @@ using platform::OpenPanel;
 using platform::RunLoop;
 using platform::UserDefaults;
 
+namespace {
+
+// How many are listed between two looks at the window system: asking the time takes as long as
+// listing one.
+constexpr std::size_t kTracksAtATime = 64;
+
+}  // namespace
+
 PDSourceManager::PDSourceManager(const Side& side) : side_(side), library_({".mp3", ".m4a"}) {
     outlet(QStringLiteral("tableView"), tableView_);
     outlet(side.defaultDirectoryLabel, defaultDirectoryLabel_);
@@ -109,7 +117,7 @@ void PDSourceManager::getTracksFromURL(const std::optional<QString>& path, Proof
         progressBar_->setDoubleValue(static_cast<double>(i));
         // The scan holds the main thread: what is not drawn here is not drawn before it ends.
         progressBar_->displayIfNeeded();
-        RunLoop::attend();
+        if (i % kTracksAtATime == 0) RunLoop::attend();
         if (!isKnown) {
             auto track = PDTrack::trackFromURL(scan.path(i), scan.tags(i));
             scanned_.fields.append(track->name(), track->artist());
@@ -133,7 +141,7 @@ void PDSourceManager::updatePredicate(const QString& text, Proof proof) {
     const std::vector<bool> matches = searchPredicate_.evaluate(scanned_.fields);
     std::size_t found = 0;
     for (std::size_t i = 0; i < total; ++i)
-        if (matches[i]) tracks[found++] = scanned_.tracks[i];
+        if (matches[i]) tracks[found++] = std::move(tracks[i]);
     tracks.resize(found);
     explain(text, total);
     tableView_->reloadData();

@@ -254,7 +254,7 @@ int main(int argc, char** argv) {
     }
     if (hasOption("--growth")) grow();
     if (isAnyWanted("library.scan_10k")) inNewProgram(false, [&] { raceOnWarmCache(folder); });
-    if (isAnyWanted("library.scan_10k") || isAnyWanted("library.known_10k") ||
+    if (isAnyWanted("library.scan_10k.cold") || isAnyWanted("library.known_10k") ||
         isWanted("library.store_bytes_per_track"))
         scanOnColdCache(folder);
     if (isAnyWanted("library.slow_disk")) scanSlowDisk();

@@ -16,6 +16,12 @@ ProgressIndicator::ProgressIndicator(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_OpaquePaintEvent, false);
 }
 
+void ProgressIndicator::setRange(double least, double greatest) {
+    minValue_ = least;
+    maxValue_ = greatest;
+    seenFrom_ = seenUntil_ = 0.0;
+}
+
 int ProgressIndicator::filledPixels() const {
     const double span = maxValue_ - minValue_;
     const double fraction = span > 0.0 ? (value_ - minValue_) / span : 0.0;
@@ -26,12 +32,20 @@ void ProgressIndicator::displayIfNeeded() {
     // A redraw costs ten times what reading a file's tags does: a scan of thousands of files must
     // not pay it more often than the bar visibly moves and the screen shows anything new.
     constexpr qint64 kFrame = 16;  // ms
-    if (!isVisible() || filledPixels() == drawnPixels_) return;
+    // Most calls end here, since there may be hundreds of thousands.
+    if (value_ >= seenFrom_ && value_ < seenUntil_) return;
+    if (!isVisible()) return;
+    const int filled = filledPixels();
+    const double pixel = (maxValue_ - minValue_) / (std::max(width(), 1) * devicePixelRatioF());
+    seenFrom_ = minValue_ + filled * pixel;
+    seenUntil_ = seenFrom_ + pixel;
+    if (filled == drawnPixels_) return;
     if (!sinceDrawing_.isValid() || sinceDrawing_.elapsed() >= kFrame) repaint();
 }
 
 void ProgressIndicator::paintEvent(QPaintEvent*) {
     drawnPixels_ = filledPixels();
+    seenUntil_ = seenFrom_;
     sinceDrawing_.start();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);

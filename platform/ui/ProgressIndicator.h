@@ -12,9 +12,9 @@ class ProgressIndicator : public QWidget {
   public:
     explicit ProgressIndicator(QWidget* parent = nullptr);
 
-    void setMinValue(double value) { minValue_ = value; }
+    void setMinValue(double value) { setRange(value, maxValue_); }
     double minValue() const { return minValue_; }
-    void setMaxValue(double value) { maxValue_ = value; }
+    void setMaxValue(double value) { setRange(minValue_, value); }
     double maxValue() const { return maxValue_; }
     void setDoubleValue(double value) { value_ = value; }
     double doubleValue() const { return value_; }
@@ -29,12 +29,16 @@ class ProgressIndicator : public QWidget {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void setRange(double least, double greatest);
     int filledPixels() const;
 
     double minValue_ = 0.0;
     double maxValue_ = 1.0;
     double value_ = 0.0;
     int drawnPixels_ = -1;
+    // The values that fill as many pixels as the one that was last looked at; none at first.
+    double seenFrom_ = 0.0;
+    double seenUntil_ = 0.0;
     QElapsedTimer sinceDrawing_;
 };
 

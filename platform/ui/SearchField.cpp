@@ -3,6 +3,7 @@
 #include "platform/ui/Font.h"
 
 #include <QAbstractButton>
+#include <QEvent>
 
 namespace platform {
 
