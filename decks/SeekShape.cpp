@@ -3,24 +3,22 @@
 #include "platform/audio/AudioPlayer.h"
 #include "platform/audio/ThreadStart.h"
 #include "platform/foundation/FileIdentity.h"
-#include "platform/foundation/Path.h"
 #include "platform/foundation/Timer.h"
 #include "platform/store/Store.h"
 #include "platform/ui/Slider.h"
 
 #include <malloc.h>
-#include <sys/stat.h>
 
 #include <atomic>
 #include <cmath>
 #include <optional>
-#include <thread>
 #include <utility>
 
 using platform::FileIdentity;
 using platform::Groove;
 using platform::SongShape;
 using platform::Store;
+using platform::audio::startApart;
 
 namespace {
 
@@ -28,27 +26,11 @@ const QByteArray kTable = "shapes";
 // As often as a screen shows something new.
 constexpr double kLookingPeriod = 0.016;  // seconds
 
-std::optional<FileIdentity> identityOf(const QString& path) {
-    struct stat status = {};
-    if (::stat(platform::fileSystemRepresentation(path).constData(), &status) != 0) return {};
-    return FileIdentity::of(status);
-}
-
 // Between the amplitude, in which soft passages can't be told apart, and the ear's own measure, in
 // which everything looks alike.
 float heightOf(uint8_t level) {
     constexpr double kBend = 0.65;
     return level == 0 ? 0.0F : std::pow(10.0F, float(kBend * SongShape::decibel(level) / 20));
-}
-
-// On a thread of its own, which nobody waits for: the disk may never answer. False without one.
-template <typename Body>
-bool runApart(Body body) {
-    std::thread thread;
-    platform::audio::startIfNeeded(thread, std::move(body));
-    if (!thread.joinable()) return false;
-    thread.detach();
-    return true;
 }
 
 }  // namespace
@@ -63,7 +45,7 @@ struct SeekShape::Memory {
     std::shared_ptr<const SongShape> shape;
 
     void ask() {
-        identity = identityOf(path);
+        identity = FileIdentity::ofFile(path);
         if (identity && !identity->isSettled(readAt)) identity.reset();
         if (identity) {
             const auto values = Store::userStore().values(kTable, {identity->key()});
@@ -73,7 +55,7 @@ struct SeekShape::Memory {
     }
 
     void keep(const SongShape& made) const {
-        if (identity && identityOf(path) == identity)
+        if (identity && FileIdentity::ofFile(path) == identity)
             Store::userStore().put(kTable, {{identity->key(), made.bytes()}});
     }
 };
@@ -90,7 +72,7 @@ void SeekShape::show(platform::Slider& slider, const QString& path,
     memory_ = std::make_shared<Memory>();
     memory_->path = path;
     memory_->readAt = std::chrono::nanoseconds(readAt.time_since_epoch()).count();
-    if (!runApart([memory = memory_] { memory->ask(); })) memory_->isAsked = true;
+    if (!startApart([memory = memory_] { memory->ask(); })) memory_->isAsked = true;
     timer_ = platform::Timer::scheduledTimerWithTimeInterval(
         kLookingPeriod, [this] { look(); }, true);
 }
@@ -122,7 +104,7 @@ void SeekShape::look() {
     if (shape_->known() != drawn_) draw();
     if (!isComplete) return;
     if (isNew_) {
-        runApart([memory = memory_, shape = shape_] {
+        startApart([memory = memory_, shape = shape_] {
             memory->keep(*shape);
             // The part of the heap that the second decoder had is empty, and stays as large.
             ::malloc_trim(0);

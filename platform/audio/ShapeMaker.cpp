@@ -10,7 +10,6 @@
 #include <array>
 #include <cmath>
 #include <span>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -91,17 +90,15 @@ void drawShape(std::shared_ptr<const Song> song, const std::weak_ptr<SongShape>&
 
 std::shared_ptr<const SongShape> makeShape(std::shared_ptr<const Song> song) {
     const auto shape = std::make_shared<SongShape>();
-    std::thread thread;
-    startIfNeeded(thread, [song = std::move(song), wanted = std::weak_ptr(shape)]() mutable {
-        // The least that still gets on: the system ends a process only when its last thread has had
-        // a turn, which one of the idle class may wait for as long as others are busy.
-        constexpr int kLeastPriority = 19;
-        ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), kLeastPriority);
-        drawShape(std::move(song), wanted);
-    });
-    if (!thread.joinable()) return nullptr;
-    thread.detach();
-    return shape;
+    const bool isStarted =
+        startApart([song = std::move(song), wanted = std::weak_ptr(shape)]() mutable {
+            // The least that still gets on: the system ends a process only when its last thread has
+            // had a turn, which one of the idle class may wait for as long as others are busy.
+            constexpr int kLeastPriority = 19;
+            ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), kLeastPriority);
+            drawShape(std::move(song), wanted);
+        });
+    return isStarted ? shape : nullptr;
 }
 
 }  // namespace platform::audio

@@ -1,11 +1,9 @@
 #include "platform/audio/SongAhead.h"
 
 #include "platform/audio/ThreadStart.h"
+#include "platform/foundation/FileIdentity.h"
 #include "platform/foundation/Path.h"
 
-#include <sys/stat.h>
-
-#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <future>
@@ -23,22 +21,6 @@ constexpr std::chrono::milliseconds kWatchPeriod(100);
 // How long whoever asks for the song can wait for the disk.
 constexpr std::chrono::milliseconds kAnswerTime(100);
 
-/// What tells a file from another and from itself before a change: device, inode, size, and the
-/// times of its last modification and change.
-using FileIdentity = std::array<int64_t, 7>;
-
-std::optional<FileIdentity> identityOf(const QString& path) {
-    struct stat status = {};
-    if (::stat(fileSystemRepresentation(path).constData(), &status) != 0) return std::nullopt;
-    return FileIdentity{static_cast<int64_t>(status.st_dev),
-                        static_cast<int64_t>(status.st_ino),
-                        status.st_size,
-                        status.st_mtim.tv_sec,
-                        status.st_mtim.tv_nsec,
-                        status.st_ctim.tv_sec,
-                        status.st_ctim.tv_nsec};
-}
-
 }  // namespace
 
 struct SongAhead::State {
@@ -55,10 +37,7 @@ struct SongAhead::State {
 SongAhead::SongAhead(const QString& path, Notices notices) : state_(std::make_shared<State>()) {
     state_->path = path;
     state_->notices = std::move(notices);
-    std::thread thread;
-    startIfNeeded(thread, [state = state_] { run(*state); });
-    // Nobody waits for a disk that may never answer.
-    if (thread.joinable()) thread.detach();
+    startApart([state = state_] { run(*state); });
 }
 
 SongAhead::~SongAhead() {
@@ -76,14 +55,12 @@ const QString& SongAhead::path() const {
 std::shared_ptr<const Song> SongAhead::song() const {
     const auto answer = std::make_shared<std::promise<bool>>();
     std::future<bool> isSame = answer->get_future();
-    std::thread thread;
-    startIfNeeded(thread, [state = state_, answer] {
+    startApart([state = state_, answer] {
         std::unique_lock lock(state->mutex);
         const auto identity = state->identity;
         lock.unlock();
-        answer->set_value(identityOf(state->path) == identity);
+        answer->set_value(FileIdentity::ofFile(state->path) == identity);
     });
-    if (thread.joinable()) thread.detach();
     // A disk that does not answer tells of no change, and the song is here.
     const bool isKept = isSame.wait_for(kAnswerTime) != std::future_status::ready || isSame.get();
     const std::lock_guard lock(state_->mutex);
@@ -91,11 +68,11 @@ std::shared_ptr<const Song> SongAhead::song() const {
 }
 
 void SongAhead::run(State& state) {
-    const auto identity = identityOf(state.path);
+    const auto identity = FileIdentity::ofFile(state.path);
     const auto bytes = identity ? dataWithContentsOfFile(state.path) : std::nullopt;
     auto song = bytes ? openSong(*bytes) : nullptr;
     // Changed while it was read, it would match neither what it was nor what it is.
-    if (!song || identityOf(state.path) != identity) return;
+    if (!song || FileIdentity::ofFile(state.path) != identity) return;
     std::unique_lock lock(state.mutex);
     if (state.isForgotten) return;
     state.identity = identity;
@@ -104,7 +81,7 @@ void SongAhead::run(State& state) {
     const auto forgotten = [&] { return state.isForgotten; };
     while (!state.forgotten.wait_for(lock, kWatchPeriod, forgotten)) {
         lock.unlock();
-        const bool same = identityOf(state.path) == identity;
+        const bool same = FileIdentity::ofFile(state.path) == identity;
         lock.lock();
         if (same || state.isForgotten) continue;
         state.song.reset();

@@ -17,4 +17,15 @@ void startIfNeeded(std::thread& thread, Body body) {
     }
 }
 
+/// Runs `body` on a thread of its own that nobody waits for, as one that asks a disk may never end;
+/// false, and nothing is run, where there is none to be had.
+template <typename Body>
+bool startApart(Body body) {
+    std::thread thread;
+    startIfNeeded(thread, std::move(body));
+    if (!thread.joinable()) return false;
+    thread.detach();
+    return true;
+}
+
 }  // namespace platform::audio

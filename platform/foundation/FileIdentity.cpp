@@ -1,5 +1,7 @@
 #include "platform/foundation/FileIdentity.h"
 
+#include "platform/foundation/Path.h"
+
 #include <QtEndian>
 
 #include <sys/stat.h>
@@ -23,6 +25,12 @@ qint64 nanoseconds(const timespec& time) {
 FileIdentity FileIdentity::of(const struct stat& status) {
     return {status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim),
             nanoseconds(status.st_ctim)};
+}
+
+std::optional<FileIdentity> FileIdentity::ofFile(const QString& path) {
+    struct stat status = {};
+    if (::stat(fileSystemRepresentation(path).constData(), &status) != 0) return std::nullopt;
+    return of(status);
 }
 
 bool FileIdentity::isSettled(qint64 now) const {

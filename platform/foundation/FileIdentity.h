@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 #include <compare>
+#include <optional>
 
 struct stat;
 
@@ -20,6 +22,8 @@ struct FileIdentity {
 
     /// The identity that the system's answer about a file gives.
     static FileIdentity of(const struct stat& status);
+    /// That of the file at `path`, links followed; absent for none. It may wait for the disk.
+    static std::optional<FileIdentity> ofFile(const QString& path);
 
     /// Whether the file had been at rest for two seconds at `now`, in nanoseconds since 1970: times
     /// are kept as coarsely as that, and a second change within one step leaves no trace. A file
