@@ -1,5 +1,5 @@
-// What most sources include, read once for each target. No source relies on it: a build without
-// presets does without.
+// What most sources include, read once for each target. No source relies on it: the release build
+// does without.
 
 #include <algorithm>
 #include <array>
