@@ -6,6 +6,7 @@
 
 #include <QTemporaryDir>
 
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
