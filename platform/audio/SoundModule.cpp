@@ -37,7 +37,7 @@ using Segments = std::span<const ElfW(Phdr)>;
 
 /// Whether the library's code was written to when it was relocated.
 bool isCodeRelocated(ElfW(Addr) base, Segments segments) {
-    for (const ElfW(Phdr)& segment : segments) {
+    for (const ElfW(Phdr) & segment : segments) {
         if (segment.p_type != PT_DYNAMIC) continue;
         const auto* entry = reinterpret_cast<const ElfW(Dyn)*>(base + segment.p_vaddr);
         for (; entry->d_tag != DT_NULL; ++entry) {
@@ -54,13 +54,12 @@ bool isCodeRelocated(ElfW(Addr) base, Segments segments) {
 void forgetPagesReadToLoad(Addresses before) {
     ::dl_iterate_phdr(
         [](dl_phdr_info* library, size_t, void* known) {
-            const auto& before = *static_cast<const Addresses*>(known);
-            if (std::find(before.begin(), before.end(), library->dlpi_addr) != before.end())
-                return 0;
+            const auto& old = *static_cast<const Addresses*>(known);
+            if (std::find(old.begin(), old.end(), library->dlpi_addr) != old.end()) return 0;
             const Segments segments(library->dlpi_phdr, library->dlpi_phnum);
             if (isCodeRelocated(library->dlpi_addr, segments)) return 0;
             const auto page = static_cast<ElfW(Addr)>(::sysconf(_SC_PAGESIZE));
-            for (const ElfW(Phdr)& segment : segments) {
+            for (const ElfW(Phdr) & segment : segments) {
                 if (segment.p_type != PT_LOAD || (segment.p_flags & PF_W) != 0) continue;
                 const ElfW(Addr) begin = (library->dlpi_addr + segment.p_vaddr) & ~(page - 1);
                 const ElfW(Addr) end = library->dlpi_addr + segment.p_vaddr + segment.p_memsz;

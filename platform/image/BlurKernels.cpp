@@ -477,7 +477,8 @@ class DenormalsAsZeros {
 
 }  // namespace
 
-#define PAIRDECK_KERNELS(set) {#set, &N_##set::blurRowsOnTarget, &N_##set::blurColumnsOnTarget}
+#define PAIRDECK_KERNELS(set) \
+    { #set, &N_##set::blurRowsOnTarget, &N_##set::blurColumnsOnTarget }
 
 // The library of the vectors would choose, too, but whenever a program that links it starts, it
 // measures the processor's clock, for as long as it takes to read the interface files.

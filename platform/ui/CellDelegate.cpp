@@ -49,8 +49,7 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     if (room.width() <= 0.0) return;
     const bool isSelected = cell.state.testFlag(QStyle::State_Selected);
     painter->save();
-    painter->setPen(
-        cell.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Text));
+    painter->setPen(cell.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Text));
     painter->setClipRect(cell.rect, Qt::IntersectClip);
     drawLine(text, cell.font, room, *painter);
     painter->restore();

@@ -4,9 +4,9 @@
 
 namespace platform {
 
-/// Draws the cells of a table: the style's background and mark, and one line of text, which is shaped
-/// once. What does not fit ends in an ellipsis where its reading ends, on the left of a text that
-/// is read from the right.
+/// Draws the cells of a table: the style's background and mark, and one line of text, which is
+/// shaped once. What does not fit ends in an ellipsis where its reading ends, on the left of a text
+/// that is read from the right.
 class CellDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
