@@ -58,12 +58,13 @@ void Home::set(const Setting& setting) const {
                   "\", \"PairdeckRightDefaultDirectory\": \"" + folder + "\"}");
 }
 
-QString Home::song(const QString& name, const QByteArray& tag) const {
+QString Home::song(const QString& name, const QByteArray& tag, const QString& sound) const {
     QProcess encoder;
     encoder.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     encoder.start(QStringLiteral("ffmpeg"),
-                  QStringLiteral("-loglevel error -f lavfi -i sine=duration=240 -b:a 192k "
+                  QStringLiteral("-loglevel error -f lavfi -i %1 -t 240 -b:a 192k "
                                  "-id3v2_version 0 -f mp3 -")
+                      .arg(sound)
                       .split(u' '));
     encoder.waitForFinished();
     QString path = folder_.filePath(name + QStringLiteral(".mp3"));

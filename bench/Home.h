@@ -29,7 +29,8 @@ class Home {
     void set(const Setting& setting) const;
 
     /// Writes an mp3 of four minutes with 192 kb/s, `tag` in front; gives its path.
-    QString song(const QString& name, const QByteArray& tag = {}) const;
+    QString song(const QString& name, const QByteArray& tag = {},
+                 const QString& sound = QStringLiteral("sine")) const;
 
   private:
     QString desktopFile() const;

@@ -95,8 +95,16 @@ void PDSourceManager::changeDefaultDirectory() {
 }
 
 void PDSourceManager::getTracksFromURL(const std::optional<QString>& path, Proof proof) {
+    scan(path, proof);
     TrackArray& tracks = side_.trackArray;
-    tracks.clear();
+    tracks = scanned_.tracks;
+    explain({}, tracks.size());
+    tableView_->reloadData();
+}
+
+// Empties the list; what belongs in it are the tracks that were scanned, or some of them.
+void PDSourceManager::scan(const std::optional<QString>& path, Proof proof) {
+    side_.trackArray.clear();
     // Every entry of the folder that is a song by its name, in the order of listing.
     platform::MediaScan scan =
         library_.scan(path.value_or(QString()), proof,
@@ -112,38 +120,29 @@ void PDSourceManager::getTracksFromURL(const std::optional<QString>& path, Proof
     progressBar_->setMinValue(0.0);
     progressBar_->setMaxValue(static_cast<double>(count));
     progressBar_->setDoubleValue(0.0);
-    tracks.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
         progressBar_->setDoubleValue(static_cast<double>(i));
         // The scan holds the main thread: what is not drawn here is not drawn before it ends.
         progressBar_->displayIfNeeded();
         if (i % kTracksAtATime == 0) RunLoop::attend();
-        if (!isKnown) {
-            auto track = PDTrack::trackFromURL(scan.path(i), scan.tags(i));
-            scanned_.fields.append(track->name(), track->artist());
-            scanned_.tracks.push_back(std::move(track));
-        }
-        tracks.push_back(scanned_.tracks[i]);
+        if (isKnown) continue;
+        auto track = PDTrack::trackFromURL(scan.path(i), scan.tags(i));
+        scanned_.fields.append(track->name(), track->artist());
+        scanned_.tracks.push_back(std::move(track));
     }
     progressBar_->setHidden(true);
     currentURL_ = path;
-    explain({}, tracks.size());
-    tableView_->reloadData();
 }
 
 void PDSourceManager::updatePredicate(const QString& text, Proof proof) {
     // Every search starts from the whole folder as it is on disk now.
-    getTracksFromURL(currentURL_, proof);
-    if (text.isEmpty()) return;
+    if (text.isEmpty()) return getTracksFromURL(currentURL_, proof);
+    scan(currentURL_, proof);
     searchPredicate_ = SearchPredicate(text);
     TrackArray& tracks = side_.trackArray;
-    const std::size_t total = tracks.size();
-    const std::vector<bool> matches = searchPredicate_.evaluate(scanned_.fields);
-    std::size_t found = 0;
-    for (std::size_t i = 0; i < total; ++i)
-        if (matches[i]) tracks[found++] = std::move(tracks[i]);
-    tracks.resize(found);
-    explain(text, total);
+    for (const std::size_t match : searchPredicate_.evaluate(scanned_.fields))
+        tracks.push_back(scanned_.tracks[match]);
+    explain(text, scanned_.tracks.size());
     tableView_->reloadData();
 }
 

@@ -67,6 +67,7 @@ class PDSourceManager : public platform::Controller, public platform::TableViewD
     void chooseFolder(std::function<void(const QString& path)> chosen);
     void nameDefaultDirectory(const std::optional<QString>& path);
     void explain(const QString& text, std::size_t total) const;
+    void scan(const std::optional<QString>& path, Proof proof);
 
     const Side side_;
     std::optional<QString> currentURL_;

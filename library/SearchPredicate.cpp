@@ -108,8 +108,8 @@ void SearchFields::append(const QString& name, const QString& artist) {
 
 SearchPredicate::SearchPredicate(const QString& text) : folded_(comparable(text)) {}
 
-std::vector<bool> SearchPredicate::evaluate(const SearchFields& fields) const {
-    std::vector<bool> matches(fields.ends_.size());
+std::vector<std::size_t> SearchPredicate::evaluate(const SearchFields& fields) const {
+    std::vector<std::size_t> matches;
     if (folded_.isEmpty()) return matches;
     const char* const begin = fields.text_.data();
     std::size_t track = 0;
@@ -121,7 +121,7 @@ std::vector<bool> SearchPredicate::evaluate(const SearchFields& fields) const {
         at = static_cast<std::size_t>(static_cast<const char*>(found) - begin);
         while (fields.ends_[track] <= at)
             ++track;
-        matches[track] = true;
+        matches.push_back(track);
         at = fields.ends_[track];
     }
     return matches;

@@ -34,8 +34,8 @@ class SearchPredicate {
     /// ignored matches nothing.
     explicit SearchPredicate(const QString& text);
 
-    /// Which of the tracks match, in their order.
-    std::vector<bool> evaluate(const SearchFields& fields) const;
+    /// The numbers of the tracks that match, in their order.
+    std::vector<std::size_t> evaluate(const SearchFields& fields) const;
 
   private:
     QByteArray folded_;

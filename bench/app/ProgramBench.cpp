@@ -198,8 +198,11 @@ void weighAll(Home& home) {
 void watchMeters(const Home& home) {
     if (!isAnyWanted("meters.")) return;
     home.set({});
-    const RunningProgram program(
-        kProgram, {home.song(QStringLiteral("left")), home.song(QStringLiteral("right"))});
+    const auto beats = [&home](const char* name) {
+        return home.song(QLatin1String(name), {},
+                         QStringLiteral("anoisesrc=amplitude=0.5,tremolo=f=3:d=0.95"));
+    };
+    const RunningProgram program(kProgram, {beats("left"), beats("right")});
     const auto share = [&program] {
         // What a start or the last change has set off is over by then.
         std::this_thread::sleep_for(std::chrono::seconds(5));

@@ -477,17 +477,53 @@ class DenormalsAsZeros {
 
 }  // namespace
 
-HWY_EXPORT(blurRowsOnTarget);
-HWY_EXPORT(blurColumnsOnTarget);
+#define PAIRDECK_KERNELS(set) \
+    { #set, &N_##set::blurRowsOnTarget, &N_##set::blurColumnsOnTarget }
+
+// The library of the vectors would choose, too, but whenever a program that links it starts, it
+// measures the processor's clock, for as long as it takes to read the interface files.
+const std::vector<BlurKernels>& BlurKernels::all() {
+    static const std::vector<BlurKernels> kernels = [] {
+        std::vector<BlurKernels> found;
+#if HWY_TARGETS & HWY_AVX3
+        if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512cd") &&
+            __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512dq") &&
+            __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("bmi2"))
+            found.push_back(PAIRDECK_KERNELS(AVX3));
+#endif
+#if HWY_TARGETS & HWY_AVX2
+        if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+            __builtin_cpu_supports("bmi2"))
+            found.push_back(PAIRDECK_KERNELS(AVX2));
+#endif
+#if HWY_TARGETS & HWY_SSSE3
+        if (__builtin_cpu_supports("ssse3")) found.push_back(PAIRDECK_KERNELS(SSSE3));
+#endif
+#if HWY_STATIC_TARGET != HWY_SCALAR
+        found.push_back({"baseline", &HWY_STATIC_DISPATCH(blurRowsOnTarget),
+                         &HWY_STATIC_DISPATCH(blurColumnsOnTarget)});
+#endif
+#if HWY_TARGETS & HWY_SCALAR
+        found.push_back(PAIRDECK_KERNELS(SCALAR));
+#endif
+        return found;
+    }();
+    return kernels;
+}
+
+const BlurKernels*& BlurKernels::used() {
+    static const BlurKernels* used = &all().front();
+    return used;
+}
 
 void blurRows(const RowPass& pass, int y, int rows, const BlurScratch& scratch) {
     [[maybe_unused]] const DenormalsAsZeros faded;
-    HWY_DYNAMIC_DISPATCH(blurRowsOnTarget)(pass, y, rows, scratch);
+    BlurKernels::used()->rows(pass, y, rows, scratch);
 }
 
 void blurColumns(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch) {
     [[maybe_unused]] const DenormalsAsZeros faded;
-    HWY_DYNAMIC_DISPATCH(blurColumnsOnTarget)(pass, x, columns, scratch);
+    BlurKernels::used()->columns(pass, x, columns, scratch);
 }
 
 }  // namespace platform

@@ -75,7 +75,6 @@ struct RowPass {
     const AxisResampling& resampling;
     Strips strips;
 };
-void blurRows(const RowPass& pass, int y, int rows, const BlurScratch& scratch);
 
 /// The second pass for the columns [x, x + columns), columns <= kColumnsAtOnce, x a multiple of it:
 /// blurred, resampled, colours multiplied by `colourGain`, stored as RGBA bytes with no colour
@@ -90,6 +89,20 @@ struct ColumnPass {
     int64_t stride;   ///< bytes from row to row
     bool streams;     ///< as above; only for a result and stride aligned to 64 bytes
 };
+
+/// Both passes, compiled for one instruction set.
+struct BlurKernels {
+    const char* instructionSet;  ///< its name
+    void (*rows)(const RowPass& pass, int y, int rows, const BlurScratch& scratch);
+    void (*columns)(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch);
+
+    /// Those of this processor, the fastest first and the plain ones last.
+    static const std::vector<BlurKernels>& all();
+    /// Those that blurs use: the fastest, unless another of all() is put here.
+    static const BlurKernels*& used();
+};
+
+void blurRows(const RowPass& pass, int y, int rows, const BlurScratch& scratch);
 void blurColumns(const ColumnPass& pass, int x, int columns, const BlurScratch& scratch);
 
 }  // namespace platform

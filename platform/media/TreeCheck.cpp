@@ -13,7 +13,6 @@
 #include <cerrno>
 #include <chrono>
 #include <optional>
-#include <thread>
 #include <utility>
 
 namespace platform {
@@ -72,11 +71,11 @@ void TreeCheck::start(bool isWhole) {
     const bool areNoticesComplete = tree_->watch && takeNotices();
     isWhole_ = isWhole || !isRootKnown || !areNoticesComplete || !areLooseAsKnown();
     if (const auto pool = pool_.lock(); pool && root_) {
-        // On a disk of our own the processors are what is short, but for one that it holds up.
+        // A disk of our own does several things at a time; where all of it is in memory, and the
+        // processors are what is short, more threads than these do harm.
+        constexpr unsigned kAtOurDisk = 8;
         constexpr unsigned kFarAway = 16;
-        const unsigned cores = std::max(std::thread::hardware_concurrency(), 1U);
-        pool->allow(FolderWatch::isLocal(root_.number()) ? std::min(cores + 1, kFarAway)
-                                                         : kFarAway);
+        pool->allow(FolderWatch::isLocal(root_.number()) ? kAtOurDisk : kFarAway);
     }
     if (!tree_->watch && tree_->isWatchable) tree_->watch = std::make_unique<FolderWatch>();
     visit(tree_->root, isWhole_);

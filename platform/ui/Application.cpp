@@ -18,10 +18,13 @@
 #include <QStyleFactory>
 #include <QTimer>
 
+#include <fontconfig/fontconfig.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <latch>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -165,15 +168,40 @@ void showMainWindow(Window& window, ApplicationDelegate* delegate) {
     RunLoop::attendUntil([frame] { return frame->isPainted(); }, kPatience);
 }
 
-/// Has the toolkit read the system's fonts while the style and the interface files are read: they
-/// ask for them first.
-std::jthread readFontsAhead() {
-    try {
-        return std::jthread([] { QFontInfo(systemFontOfSize(13.0)).family(); });
-    } catch (const std::system_error&) {
-        return {};
+/// Reads the system's fonts on another thread while the display is connected, the style is made and
+/// the interface files are read: they ask for them first.
+class FontsAhead {
+  public:
+    FontsAhead() {
+        try {
+            thread_ = std::jthread([this] {
+                ::FcInit();
+                // The toolkit's own list takes an application.
+                hasApplication_.wait();
+                if (isWanted_) QFontInfo(systemFontOfSize(13.0)).family();
+            });
+        } catch (const std::system_error&) {
+            // Who asks for a font first reads them.
+        }
     }
-}
+    ~FontsAhead() {
+        if (!hasApplication_.try_wait()) hasApplication_.count_down();
+    }
+    FontsAhead(const FontsAhead&) = delete;
+    FontsAhead& operator=(const FontsAhead&) = delete;
+
+    /// There is an application now, which must outlive what is returned, and a window to come.
+    std::jthread goOn() {
+        isWanted_ = true;
+        hasApplication_.count_down();
+        return std::move(thread_);
+    }
+
+  private:
+    std::latch hasApplication_{1};
+    bool isWanted_ = false;
+    std::jthread thread_;
+};
 
 }  // namespace
 
@@ -207,6 +235,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
 #endif
     returnFreedMemory();
     settleEnvironment();
+    FontsAhead fonts;
     QApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     QApplication application(argc, argv);
@@ -217,7 +246,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     }
     const QStringList paths = pathsOfArguments(argc, argv);
     if (delegate && !delegate->applicationShouldLaunch(paths)) return 0;
-    const std::jthread fonts = readFontsAhead();
+    const std::jthread reading = fonts.goOn();
     const TerminationSignals signals([] { Application::sharedApplication().terminate(); });
     applyBundle(bundle);
     const Interface interface(

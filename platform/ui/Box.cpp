@@ -9,17 +9,24 @@
 
 namespace platform {
 
-void Box::drawRect(const QRectF& rect) {
+std::optional<QColor> Box::panelColor() const {
     const auto* window = qobject_cast<const Window*>(this->window());
-    if (!isPanel_ || !window) return View::drawRect(rect);
+    if (!isPanel_ || !window) return std::nullopt;
     QColor color = theme::kPanel;
+    if (!Workspace::sharedWorkspace().accessibilityDisplayShouldIncreaseContrast())
+        color.setAlphaF(static_cast<float>(window->panelDensity()));
+    return color;
+}
+
+void Box::drawRect(const QRectF& rect) {
+    const auto color = panelColor();
+    if (!color) return View::drawRect(rect);
     const bool hasContrast =
         Workspace::sharedWorkspace().accessibilityDisplayShouldIncreaseContrast();
-    if (!hasContrast) color.setAlphaF(static_cast<float>(window->panelDensity()));
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(hasContrast ? QPen(Qt::white, 2.0) : QPen(Qt::NoPen));
-    painter.setBrush(color);
+    painter.setBrush(*color);
     const double inset = hasContrast ? 1.0 : 0.0;
     painter.drawRoundedRect(bounds().adjusted(inset, inset, -inset, -inset), theme::kPanelRadius,
                             theme::kPanelRadius);

@@ -4,7 +4,10 @@
 #include "platform/ui/View.h"
 #include "platform/ui/WindowDrag.h"
 
+#include <QColor>
+
 #include <memory>
+#include <optional>
 
 namespace platform {
 
@@ -19,6 +22,8 @@ class Box : public View {
 
     bool isPanel() const { return isPanel_; }
     void setPanel(bool isPanel) { isPanel_ = isPanel; }
+    /// What a panel of a window is painted with; absent for what is none.
+    std::optional<QColor> panelColor() const;
 
     /// Whether a press on the box itself, followed by a drag, moves the window.
     virtual bool mouseDownCanMoveWindow() const { return false; }

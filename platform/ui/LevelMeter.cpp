@@ -1,5 +1,6 @@
 #include "platform/ui/LevelMeter.h"
 
+#include "platform/ui/Box.h"
 #include "platform/ui/Theme.h"
 #include "platform/workspace/Workspace.h"
 
@@ -46,9 +47,16 @@ LevelMeter::~LevelMeter() {
 
 void LevelMeter::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    // What covers all of itself has nothing below it drawn anew, sixty times a second.
+    setAttribute(Qt::WA_OpaquePaintEvent, panelColor().has_value());
     window()->windowHandle()->removeEventFilter(this);
     window()->windowHandle()->installEventFilter(this);
     follow();
+}
+
+std::optional<QColor> LevelMeter::panelColor() const {
+    const auto* box = qobject_cast<const Box*>(parentWidget());
+    return box ? box->panelColor() : std::nullopt;
 }
 
 bool LevelMeter::eventFilter(QObject* watched, QEvent* event) {
@@ -86,7 +94,6 @@ void LevelMeter::step() {
     };
     const int loudness = pixels(shown_.loudness);
     const int peak = pixels(shown_.peak);
-    // What lies below is drawn anew as well, so no more than has changed.
     const auto redraw = [this](int& drawn, int wanted, double mark) {
         if (drawn == wanted) return;
         const double scale = devicePixelRatioF();
@@ -100,8 +107,13 @@ void LevelMeter::step() {
 }
 
 void LevelMeter::paintEvent(QPaintEvent*) {
-    if (drawnPeak_ <= 0) return;
     QPainter painter(this);
+    if (const auto panel = panelColor()) {
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(rect(), *panel);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    }
+    if (drawnPeak_ <= 0) return;
     const double scale = devicePixelRatioF();
     painter.fillRect(QRectF(0, 0, drawnLoudness_ / scale, height()), theme::kAccent);
     const double mark = std::max(0.0, drawnPeak_ / scale - kMark);

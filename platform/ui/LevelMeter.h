@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QWidget>
 
 #include <functional>
@@ -37,6 +38,8 @@ class LevelMeter : public QWidget {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    /// The colour of the panel that it stands on; absent without one.
+    std::optional<QColor> panelColor() const;
     void rest();
     void step();
 

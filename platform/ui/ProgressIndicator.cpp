@@ -40,7 +40,13 @@ void ProgressIndicator::displayIfNeeded() {
     seenFrom_ = minValue_ + filled * pixel;
     seenUntil_ = seenFrom_ + pixel;
     if (filled == drawnPixels_) return;
-    if (!sinceDrawing_.isValid() || sinceDrawing_.elapsed() >= kFrame) repaint();
+    if (sinceDrawing_.elapsed() >= kFrame) repaint();
+}
+
+void ProgressIndicator::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    // What is hidden again within a frame need not be drawn.
+    sinceDrawing_.start();
 }
 
 void ProgressIndicator::paintEvent(QPaintEvent*) {

@@ -20,12 +20,13 @@ class ProgressIndicator : public QWidget {
     double doubleValue() const { return value_; }
 
     /// Redraws at once, without the event loop, if what shows has changed since the last drawing
-    /// and that is a frame of the screen ago.
+    /// and that is a frame of the screen ago, as is the bar's being shown.
     void displayIfNeeded();
 
     QSize sizeHint() const override { return {120, 4}; }
 
   protected:
+    void showEvent(QShowEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
   private:
@@ -39,7 +40,7 @@ class ProgressIndicator : public QWidget {
     // The values that fill as many pixels as the one that was last looked at; none at first.
     double seenFrom_ = 0.0;
     double seenUntil_ = 0.0;
-    QElapsedTimer sinceDrawing_;
+    QElapsedTimer sinceDrawing_;  // or since it was shown
 };
 
 }  // namespace platform

@@ -3,6 +3,7 @@
 #include "platform/foundation/Path.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/image/Image.h"
+#include "platform/ui/CellDelegate.h"
 #include "platform/ui/FileDragging.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/Theme.h"
@@ -125,6 +126,7 @@ class TableView::Model : public QAbstractTableModel {
 
 TableView::TableView(QWidget* parent) : QTableView(parent), model_(new Model(this)) {
     setModel(model_);
+    setItemDelegate(new CellDelegate(this));
     setFont(systemFontOfSize(13.0));
     setIconSize({kMarkSide, kMarkSide});
     setSelectionBehavior(QAbstractItemView::SelectRows);

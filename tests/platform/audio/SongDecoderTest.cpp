@@ -152,7 +152,9 @@ TEST(OddFormats, SoundLikeAnotherDecode) {
         const auto song = openSong(encode(name));
         ASSERT_TRUE(song) << name;
         const Reference other = wholeFileDecode(encode(otherName));
-        ASSERT_EQ(song->length, other.frames()) << name;
+        // Some versions of the other play more of the last packet than the container tells.
+        ASSERT_LE(song->length, other.frames()) << name;
+        EXPECT_GE(song->length + 1536, other.frames()) << name;
         SongDecoder decoder(song);
         EXPECT_LE(difference(decoder, 0, other), played) << name;
         for (const int64_t from : {1000, 100'000, 300'000})

@@ -1,10 +1,15 @@
+#include "platform/image/BlurKernels.h"
 #include "platform/image/GaussianBlur.h"
 #include "tests/platform/image/ReferenceBlur.h"
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 namespace platform {
+
+void PrintTo(const BlurKernels& kernels, std::ostream* out) {
+    *out << kernels.instructionSet;
+}
+
 namespace {
 
 QImage blurred(const QImage& image, double sigma) {
@@ -14,28 +19,14 @@ QImage blurred(const QImage& image, double sigma) {
 }
 
 // Runs with each instruction set that this machine has, the plain one included.
-class EveryInstructionSet : public ::testing::TestWithParam<int64_t> {
+class EveryInstructionSet : public ::testing::TestWithParam<BlurKernels> {
   protected:
-    void SetUp() override {
-        hwy::SetSupportedTargetsForTest(GetParam());
-        hwy::GetChosenTarget().Update(GetParam());
-    }
-    void TearDown() override {
-        hwy::SetSupportedTargetsForTest(0);
-        hwy::GetChosenTarget().DeInit();
-    }
+    void SetUp() override { BlurKernels::used() = &GetParam(); }
+    void TearDown() override { BlurKernels::used() = &BlurKernels::all().front(); }
 };
 
-std::vector<int64_t> instructionSets() {
-    std::vector<int64_t> sets{HWY_SCALAR};
-    for (const int64_t set : {HWY_SSSE3, HWY_SSE4, HWY_AVX2, HWY_AVX3, HWY_NEON}) {
-        if (hwy::SupportedTargets() & set) sets.push_back(set);
-    }
-    return sets;
-}
-
-INSTANTIATE_TEST_SUITE_P(Image, EveryInstructionSet, ::testing::ValuesIn(instructionSets()),
-                         [](const auto& set) { return hwy::TargetName(set.param); });
+INSTANTIATE_TEST_SUITE_P(Image, EveryInstructionSet, ::testing::ValuesIn(BlurKernels::all()),
+                         [](const auto& set) { return set.param.instructionSet; });
 
 TEST_P(EveryInstructionSet, IsWithinOneLevelOfTheConvolution) {
     for (const Subject subject : kSubjects) {
