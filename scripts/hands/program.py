@@ -5,12 +5,14 @@ import ctypes
 import json
 import os
 import pathlib
+import sqlite3
 import subprocess
 import time
 
 from screen import Screen
 
 SETTINGS = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "com.ovrelin.Pairdeck" / "defaults.json"
+STORE = pathlib.Path(os.environ["XDG_CACHE_HOME"]) / "com.ovrelin.Pairdeck" / "store"
 
 
 def settings():
@@ -30,6 +32,16 @@ def folders(left, right):
         "PairdeckLeftDefaultDirectory": str(left),
         "PairdeckRightDefaultDirectory": str(right),
     }
+
+
+def shapes():
+    """The songs' shapes that the program remembers, the newest first."""
+    if not STORE.exists():
+        return []
+    with contextlib.closing(sqlite3.connect(f"file:{STORE}?mode=ro", uri=True)) as store:
+        if not store.execute("SELECT name FROM sqlite_schema WHERE name='shapes'").fetchall():
+            return []
+        return [value for (value,) in store.execute("SELECT value FROM shapes ORDER BY age DESC")]
 
 
 class Program:
@@ -53,6 +65,13 @@ class Program:
     def wait(self, seconds=10.0):
         """The exit status, once the program has ended by itself."""
         return self.process.wait(seconds)
+
+    def hurry(self):
+        """Lifts every thread to the usual priority, where one may: what runs at the least takes long
+        on a busy machine."""
+        for task in pathlib.Path(f"/proc/{self.process.pid}/task").iterdir():
+            with contextlib.suppress(OSError):
+                os.setpriority(os.PRIO_PROCESS, int(task.name), 0)
 
     @contextlib.contextmanager
     def held(self):

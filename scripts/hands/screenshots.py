@@ -10,8 +10,8 @@ import sys
 import time
 
 from deck import Deck, away
-from program import Program, folders, store
-from screen import hand, press, screenshot
+from program import Program, folders, shapes, store
+from screen import hand, press, screenshot, wait_until
 
 EXECUTABLE, LIBRARY, FOLDER = sys.argv[1], *map(pathlib.Path, sys.argv[2:])
 MARGIN = 40
@@ -28,14 +28,24 @@ def take(rectangle, name):
     subprocess.run(["convert", path, "-crop", crop, "+repage", *shrink, path], check=True)
 
 
+def play(songs):
+    """Has each deck amid its song."""
+    for deck, title in songs:
+        deck.play(title)
+        deck.control("seek").click(0.4)
+
+
 def main():
     store(**folders(LIBRARY / "Left deck", LIBRARY / "Right deck"))
     with Program(EXECUTABLE) as program:
         screen = program.screen
         window = screen.find("Pairdeck").rectangle
         left, right = Deck(screen, "Left"), Deck(screen, "Right")
-        left.play("Harbour Lights")
-        right.play("Clairière")
+        songs = (left, "Harbour Lights"), (right, "Clairière")
+        play(songs)
+        wait_until(lambda: program.hurry() or len(shapes()) == len(songs), "both songs' shapes", 300)
+        # A song may be over by then.
+        play(songs)
         left.overlay()
         take(window, "players")
         away()
@@ -43,8 +53,7 @@ def main():
         right.show("library")
         right.search("la")
         take(window, "libraries")
-        left.show("player")
-        right.show("player")
+        play(songs)
         press("ctrl+comma")
         screen.find("Left deck preferences").click()
         take(window, "preferences")

@@ -4,11 +4,8 @@ Usage: handling.py PROGRAM FOLDER [unittest argument]..., in the session that sc
 starts. FOLDER receives a screenshot of each scene that fails.
 """
 
-import contextlib
 import math
 import os
-import pathlib
-import sqlite3
 import subprocess
 import time
 
@@ -16,7 +13,7 @@ from gi.repository import Gio, GLib
 
 import music
 from deck import away, heard
-from program import SETTINGS, settings
+from program import SETTINGS, settings, shapes
 from remote import playerctl
 from scenes import EXECUTABLE, SILENCE, Scene, perform
 from screen import Control, hand, picture, press, wait_until
@@ -60,7 +57,6 @@ class HeldKnobs(Scene):
 class Looks(Scene):
     right = []
     QUARTERS = (0.9, 0.225, 0, 0.056)  # amplitudes of a tone, eight seconds each
-    STORE = pathlib.Path(os.environ["XDG_CACHE_HOME"]) / "com.ovrelin.Pairdeck" / "store"
 
     @classmethod
     def setUpClass(cls):
@@ -73,17 +69,11 @@ class Looks(Scene):
 
     def kept(self):
         """The columns of the shape that was kept last: peak and loudness in dB."""
-        # It is made at the least priority, which on a busy machine takes long, unless one may give
-        # threads another.
-        for task in pathlib.Path(f"/proc/{self.program.process.pid}/task").iterdir():
-            with contextlib.suppress(OSError):
-                os.setpriority(os.PRIO_PROCESS, int(task.name), 0)
-        if not self.STORE.exists():
+        self.program.hurry()
+        known = shapes()
+        if not known:
             return None
-        with sqlite3.connect(f"file:{self.STORE}?mode=ro", uri=True) as store:
-            if not store.execute("SELECT name FROM sqlite_schema WHERE name='shapes'").fetchall():
-                return None
-            value = store.execute("SELECT value FROM shapes ORDER BY age DESC").fetchone()[0]
+        value = known[0]
         levels = [(level - 255) * 0.375 for level in value[:1024]]
         return list(zip(levels[::2], levels[1::2]))
 

@@ -16,8 +16,10 @@ class Source final : public TableViewDataSource {
     QString tableViewObjectValueForTableColumnRow(TableView*, const TableColumn& column,
                                                   std::int64_t row) override {
         ++asked;
+        if (!text.isEmpty()) return text;
         return column.identifier() + QString::number(row);
     }
+    QString text;  // of every cell; empty for the column's name and the row's number
     std::int64_t rows = 0;
     int asked = 0;
 };
@@ -107,6 +109,45 @@ TEST_F(Table, EveryColumnStaysInSight) {
     EXPECT_GE(lastColumn(), 60);
     table.resize(400, 330);
     EXPECT_EQ(table.columnWidth(0), 200);
+}
+
+// How many rows of a cell's picture the ink in those columns spans.
+int inkHeight(const QImage& cell, int left, int width) {
+    int first = cell.height();
+    int last = -1;
+    for (int y = 0; y < cell.height(); ++y) {
+        for (int x = left; x < left + width; ++x) {
+            if (qGray(cell.pixel(x, y)) > 128) continue;
+            first = qMin(first, y);
+            last = y;
+        }
+    }
+    return last - first + 1;
+}
+
+TEST_F(Table, CutTextEndsWhereItsReadingEnds) {
+    table.setStyleSheet(QStringLiteral("color: black; background: white"));
+    source.rows = 1;
+    // The rightmost and the leftmost few points that hold ink, of a cell that is too narrow.
+    const auto ends = [this](const QString& text) {
+        source.text = text;
+        table.reloadData();
+        const QImage cell =
+            table.viewport()->grab(table.visualRect(table.model()->index(0, 0))).toImage();
+        const auto inked = [&cell](int x) { return inkHeight(cell, x, 1) > 0; };
+        int left = 0;
+        int right = cell.width() - 1;
+        while (left < right && !inked(left))
+            ++left;
+        while (left < right && !inked(right))
+            --right;
+        return std::pair(inkHeight(cell, left, 8), inkHeight(cell, right - 7, 8));
+    };
+    const auto [latinLeft, latinRight] = ends(QString(60, QLatin1Char('H')));
+    EXPECT_GT(latinLeft, 2 * latinRight);
+    const auto [hebrewLeft, hebrewRight] = ends(QString(60, QChar(0x5D0)));
+    EXPECT_GT(hebrewRight, 2 * hebrewLeft);
+    EXPECT_GT(hebrewLeft, 0);
 }
 
 }  // namespace
