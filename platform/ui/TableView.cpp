@@ -19,7 +19,6 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
-#include <QStyledItemDelegate>
 
 #include <algorithm>
 #include <limits>
@@ -34,20 +33,6 @@ constexpr double kCornerRadius = 8.0;
 constexpr int kMarkSide = 16;          // points
 constexpr int kLeastColumnWidth = 72;  // points
 constexpr int kWidestColumn = 10'000;  // points; what is stored beyond it is none
-
-// Cells stand on the left as their column does, whatever they are written in, but read as they are
-// written: the ellipsis of a text from right to left is at its left end.
-class CellDelegate final : public QStyledItemDelegate {
-  public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-    QString displayText(const QVariant& value, const QLocale& locale) const override {
-        constexpr QChar rightToLeftEmbedding(0x202B);
-        const QString text = QStyledItemDelegate::displayText(value, locale);
-        // Left open, as what is cut off would take its end with it.
-        return text.isRightToLeft() ? rightToLeftEmbedding + text : text;
-    }
-};
 
 }  // namespace
 
