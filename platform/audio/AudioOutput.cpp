@@ -3,6 +3,8 @@
 #include "platform/audio/Mixer.h"
 #include "platform/audio/ThreadStart.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -43,9 +45,20 @@ constexpr milliseconds kFarewell(400);
 // So many devices may be about to end at once before there is another.
 constexpr size_t kMostEnding = 3;
 constexpr Floor::Speaker kClock = 1;
+// A client of PulseAudio maps four pools of 64 MB, its own and the server's, and its threads need
+// stacks.
+constexpr size_t kClientRoom = 288 << 20;
 
 steady_clock::time_point timeOf(const std::atomic<int64_t>& moment) {
     return steady_clock::time_point(nanoseconds(moment.load(std::memory_order_acquire)));
+}
+
+/// Whether the process's limits leave a sound server's client what it takes. PulseAudio's ends the
+/// program where it gets no memory.
+bool hasRoomForClient() {
+    void* const room = ::mmap(nullptr, kClientRoom, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    return room != MAP_FAILED && ::munmap(room, kClientRoom) == 0;
 }
 
 }  // namespace
@@ -132,7 +145,11 @@ void AudioOutput::replaceLostDevice(Time now) {
         if (!clockedUntil_) floor_->give(Floor::kNobody);
         ended_.push_back(std::move(device_));
     }
-    if (!device_ && now >= nextAttempt_ && ended_.size() < kMostEnding) open(now);
+    if (device_ || now < nextAttempt_ || ended_.size() >= kMostEnding) return;
+    if (hasRoomForClient())
+        open(now);
+    else
+        nextAttempt_ = now + kAttemptPeriod;
 }
 
 void AudioOutput::superviseDevice(Time now) {

@@ -7,12 +7,17 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFile>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 
 // Players on a real sound server with a null sink, as a listener would have them.
 
@@ -50,6 +55,34 @@ bool isHeard(SoundServer& server, double frequency, size_t channel,
         if (std::abs(toneIn(heard, frequency, rate).amplitude - 0.5) < 0.01) return true;
     }
     return false;
+}
+
+/// Leaves the process so many bytes beside those that it has, while the object lives.
+class Tightness {
+  public:
+    explicit Tightness(rlim_t bytes) {
+        ::getrlimit(RLIMIT_AS, &before_);
+        QFile statm(QStringLiteral("/proc/self/statm"));
+        if (!statm.open(QIODevice::ReadOnly)) return;
+        const rlim_t pages = statm.readAll().split(' ').first().toULongLong();
+        const rlimit tight = {pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE)) + bytes,
+                              before_.rlim_max};
+        isTight_ = ::setrlimit(RLIMIT_AS, &tight) == 0;
+    }
+    ~Tightness() { ::setrlimit(RLIMIT_AS, &before_); }
+    Tightness(const Tightness&) = delete;
+    Tightness& operator=(const Tightness&) = delete;
+
+    bool isTight() const { return isTight_; }
+
+  private:
+    rlimit before_ = {};
+    bool isTight_ = false;
+};
+
+std::ptrdiff_t openFiles() {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return std::distance(begin(files), end(files));
 }
 
 class PlayerSound : public testing::Test {
@@ -131,6 +164,23 @@ TEST_F(PlayerSound, ADeviceThatAppearsLaterIsPickedUp) {
         server.start();
         EXPECT_TRUE(isHeard(server, 440, 0));
     }
+}
+
+// Its library forgets ten files where it gets no memory to share with the server, or ends the
+// program.
+TEST_F(PlayerSound, AServerIsLeftAloneWhileMemoryIsShort) {
+    SoundServer server;
+    const auto player = tonePlayer(440, 60, 0);
+    {
+        const Tightness tight(rlim_t{110} << 20);
+        ASSERT_TRUE(tight.isTight());
+        server.start();
+        const auto files = openFiles();
+        player->play();
+        EXPECT_TRUE(runEventsUntil([&] { return player->currentTime() > 2; }, 20));
+        EXPECT_LE(openFiles(), files);
+    }
+    EXPECT_TRUE(isHeard(server, 440, 0));
 }
 
 TEST_F(PlayerSound, TheSoundFollowsTheDefaultSink) {
