@@ -2,6 +2,7 @@
 
 #include "platform/ui/Box.h"
 #include "platform/ui/Theme.h"
+#include "platform/ui/Window.h"
 #include "platform/workspace/Workspace.h"
 
 #include <QCoreApplication>
@@ -22,6 +23,9 @@ namespace {
 constexpr double kFall = 0.9;
 constexpr double kPeakFall = 0.45;
 constexpr double kMark = 2.0;  // points
+// Every so manieth frame of the screen: what one costs is the toolkit's and the window system's,
+// and nobody sees a meter move by less.
+constexpr double kScreenFrames = 2.0;
 
 /// The frames of all meters, so that they are drawn at once.
 QTimer& frames() {
@@ -47,7 +51,7 @@ LevelMeter::~LevelMeter() {
 
 void LevelMeter::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    // What covers all of itself has nothing below it drawn anew, sixty times a second.
+    // What covers all of itself has nothing below it drawn anew.
     setAttribute(Qt::WA_OpaquePaintEvent, panelColor().has_value());
     window()->windowHandle()->removeEventFilter(this);
     window()->windowHandle()->installEventFilter(this);
@@ -56,7 +60,10 @@ void LevelMeter::showEvent(QShowEvent* event) {
 
 std::optional<QColor> LevelMeter::panelColor() const {
     const auto* box = qobject_cast<const Box*>(parentWidget());
-    return box ? box->panelColor() : std::nullopt;
+    // Elsewhere the panel lets its window's own background through.
+    const auto* window = qobject_cast<const Window*>(this->window());
+    const bool isAlone = window && window->backgroundColor().alpha() == 0;
+    return box && isAlone ? box->panelColor() : std::nullopt;
 }
 
 bool LevelMeter::eventFilter(QObject* watched, QEvent* event) {
@@ -72,7 +79,8 @@ void LevelMeter::follow() {
     connect(&frames(), &QTimer::timeout, this, &LevelMeter::step);
     if (followers++ > 0) return;
     frames().setTimerType(Qt::PreciseTimer);
-    frames().start(std::max(1, qRound(1000.0 / std::max(1.0, screen()->refreshRate()))));
+    frames().start(
+        std::max(1, qRound(kScreenFrames * 1000.0 / std::max(1.0, screen()->refreshRate()))));
 }
 
 void LevelMeter::rest() {
@@ -94,15 +102,10 @@ void LevelMeter::step() {
     };
     const int loudness = pixels(shown_.loudness);
     const int peak = pixels(shown_.peak);
-    const auto redraw = [this](int& drawn, int wanted, double mark) {
-        if (drawn == wanted) return;
-        const double scale = devicePixelRatioF();
-        const double left = std::min(drawn, wanted) / scale - mark;
-        update(QRectF(left, 0, std::max(drawn, wanted) / scale - left, height()).toAlignedRect());
-        drawn = wanted;
-    };
-    redraw(drawnLoudness_, loudness, 0.0);
-    redraw(drawnPeak_, peak, kMark);
+    // As one piece: the window system is sent each by itself.
+    if (loudness != drawnLoudness_ || peak != drawnPeak_) update();
+    drawnLoudness_ = loudness;
+    drawnPeak_ = peak;
     if (!now && peak <= 0 && loudness <= 0) rest();
 }
 

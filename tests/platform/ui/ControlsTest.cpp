@@ -1,3 +1,4 @@
+#include "platform/ui/Box.h"
 #include "platform/ui/Button.h"
 #include "platform/ui/Controller.h"
 #include "platform/ui/LevelMeter.h"
@@ -5,6 +6,7 @@
 #include "platform/ui/SearchField.h"
 #include "platform/ui/Slider.h"
 #include "platform/ui/Theme.h"
+#include "platform/ui/Window.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -212,6 +214,26 @@ TEST(Meter, FollowsWhatSoundsWhileItIsSeen) {
     level.reset();
     processEventsUntil([&] { return !shows(0, theme::kAccent) && !isAsked(); });
     EXPECT_FALSE(isAsked());
+}
+
+class SeeThrough final : public Window {
+  public:
+    bool isOpaque() const override { return false; }
+    QColor backgroundColor() const override { return Qt::transparent; }
+};
+
+TEST(Meter, LooksLikeItsPanelWhereNothingSounds) {
+    SeeThrough window;
+    window.setPanelDensity(0.5);
+    Box box(&window);
+    box.setPanel(true);
+    box.setGeometry(0, 0, 200, 100);
+    LevelMeter meter(&box);
+    meter.setGeometry(50, 50, 100, 4);
+    window.makeKeyAndOrderFront();
+    const QImage image = window.grab().toImage();
+    EXPECT_TRUE(meter.testAttribute(Qt::WA_OpaquePaintEvent));
+    EXPECT_EQ(image.pixel(60, 52), image.pixel(60, 60));
 }
 
 TEST(Search, ActsOnceNoKeyWaitsAndAtOnceOnReturn) {
