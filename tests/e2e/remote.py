@@ -27,13 +27,21 @@ def start_again(*arguments):
     return subprocess.run([EXECUTABLE, *arguments], timeout=10, check=False).returncode
 
 
+def listed():
+    return sorted(subprocess.run(["playerctl", "-l"], check=True, capture_output=True,
+                                 text=True).stdout.split())
+
+
 class Steering(Scene):
+    def setUp(self):
+        super().setUp()
+        # The window is there before they are on the bus.
+        wait_until(lambda: listed() == ["pairdeck.left", "pairdeck.right"], "a player for each deck")
+
     def reads(self, deck, words, text):
         wait_until(lambda: playerctl(deck, *words.split()) == text, f"{text!r} as {deck.side} {words}")
 
     def test_each_deck_by_itself(self):
-        listed = subprocess.run(["playerctl", "-l"], check=True, capture_output=True, text=True)
-        self.assertEqual(sorted(listed.stdout.split()), ["pairdeck.left", "pairdeck.right"])
         for deck, tone in ((self.deck, self.left[0]), (self.other, self.right[1])):
             folder = self.folder / deck.side
             playerctl(deck, "open", (folder / tone.file).as_uri())
