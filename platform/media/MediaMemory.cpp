@@ -64,9 +64,10 @@ std::shared_ptr<MediaTree> MediaMemory::take(const QString& path, const QByteArr
 void MediaMemory::giveBack(const std::shared_ptr<MediaTree>& tree) {
     const std::lock_guard lock(mutex_);
     tree->holder = MediaTree::Holder::None;
-    unsaved_.push_back(tree);
+    // Else the next key would wait for a look at every folder.
+    if (tree->isUnsaved) unsaved_.push_back(tree);
     changed_.notify_all();
-    if (keeper_.joinable()) return;
+    if (!tree->isUnsaved || keeper_.joinable()) return;
     try {
         keeper_ = std::thread([this] { keep(); });
     } catch (const std::system_error&) {
@@ -115,6 +116,7 @@ bool MediaMemory::keepSome(MediaTree& tree) {
     constexpr std::size_t kAtOnce = 2000;  // folders
     std::vector<MediaFolder*> folders;
     collectUnsaved(tree.root, kAtOnce, folders);
+    tree.isUnsaved = folders.size() == kAtOnce;
     std::vector<Store::Record> records;
     const QByteArray order = orderOf(tree.suffixes);
     for (MediaFolder* const folder : folders) {

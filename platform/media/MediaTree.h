@@ -73,6 +73,7 @@ struct MediaTree {
     quint64 version = 0;  ///< another one whenever a path or a text is another
     qint64 checked = 0;   ///< when all of it was last looked at, in ns of the steady clock
     std::vector<MediaFileRef> loose;
+    std::atomic<bool> isUnsaved = false;  ///< whether a folder is
 
     /// Present while every folder is watched.
     std::unique_ptr<FolderWatch> watch;

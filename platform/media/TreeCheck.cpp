@@ -170,7 +170,7 @@ void TreeCheck::lookInto(MediaFolder& folder, Descriptor descriptor, const struc
         folder.isListed = listing.isWhole() && identity.isSettled(now);
         isOther = isOther || !isSame || folder.isListed != wasListed;
     }
-    if (isOther) folder.isUnsaved = true;
+    if (isOther) folder.isUnsaved = tree_->isUnsaved = true;
     folder.identity = identity;
     // Several at a time where there are many: each may take a way to another machine and back.
     constexpr std::size_t kTogether = 64;
@@ -414,7 +414,8 @@ void TreeCheck::readFile(const MediaFileRef& ref, int folder, QString& artistBef
     const bool isOther = title != file.title || title.isNull() != file.title.isNull() ||
                          artist != file.artist || artist.isNull() != file.artist.isNull();
     if (isOther) areOtherTexts_ = true;
-    if (isOther || identity != file.identity || isProven) ref.folder->isUnsaved = true;
+    if (isOther || identity != file.identity || isProven)
+        ref.folder->isUnsaved = tree_->isUnsaved = true;
     file.identity = identity;
     file.title = title;
     file.artist = artist;
