@@ -40,8 +40,9 @@ void askForBlurBehind(const QWindow& window, const QRegion& region) {
     const double scale = window.devicePixelRatio();
     std::vector<std::uint32_t> numbers;
     for (const QRect& rect : region) {
-        for (const int side : {rect.x(), rect.y(), rect.width(), rect.height()})
-            numbers.push_back(static_cast<std::uint32_t>(qRound(side * scale)));
+        const QRect scaled = scaledByEdges(rect, scale);
+        for (const int side : {scaled.x(), scaled.y(), scaled.width(), scaled.height()})
+            numbers.push_back(static_cast<std::uint32_t>(side));
     }
     if (numbers.empty()) {
         xcb_delete_property(connection, id, property);
