@@ -22,7 +22,8 @@ check_version(debian/changelog "pairdeck \\(([0-9.]+)-")
 
 configure_file(${packaging}/pairdeck.1.in pairdeck.1 @ONLY)
 install(TARGETS pairdeck RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS pairdeck_sound LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/pairdeck)
+install(TARGETS pairdeck_sound pairdeck_wayland LIBRARY
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pairdeck)
 install(FILES ${packaging}/${id}.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${packaging}/${id}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/pairdeck.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -10,7 +10,7 @@ set(PAIRDECK_ROOMS
     "platform/media | platform/foundation platform/store platform/containers | tiostream.h tfile.h apetag.h zlib.h"
     "platform/audio | platform/foundation platform/containers | libav libsw cubeb/ soxr.h"
     "platform/image | platform/foundation | hwy/ lcms2 turbojpeg.h zlib.h"
-    "platform/ui | platform/foundation platform/image platform/workspace | fontconfig/ private/ xcb/"
+    "platform/ui | platform/foundation platform/image platform/workspace | fontconfig/ private/ qpa/ wayland- xcb/"
     "library | platform/foundation platform/media platform/ui |"
     "presentation | platform/foundation platform/image platform/ui |"
     "decks | library presentation platform/ |"

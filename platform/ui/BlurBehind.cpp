@@ -1,6 +1,7 @@
 #include "platform/ui/BlurBehind.h"
 
 #include <QGuiApplication>
+#include <QLibrary>
 
 #include <xcb/xcb.h>
 
@@ -29,12 +30,7 @@ xcb_atom_t atomNamed(xcb_connection_t* connection, const char* name) {
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-}  // namespace
-
-void askForBlurBehind(const QWindow& window, const QRegion& region) {
-    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11 || !x11->connection()) return;
-    xcb_connection_t* const connection = x11->connection();
+void askOnX11(xcb_connection_t* connection, const QWindow& window, const QRegion& region) {
     static const xcb_atom_t property = atomNamed(connection, kBlurRegion);
     const auto id = static_cast<xcb_window_t>(window.winId());
     const double scale = window.devicePixelRatio();
@@ -51,6 +47,26 @@ void askForBlurBehind(const QWindow& window, const QRegion& region) {
                             static_cast<std::uint32_t>(numbers.size()), numbers.data());
     }
     xcb_flush(connection);
+}
+
+// What asks on Wayland is a module, so that no start on X11 loads Wayland's libraries. Installed or
+// built, it lies in the same place as seen from the program.
+void askOnWayland(QWindow& window, const QRegion& region) {
+    static const auto ask = reinterpret_cast<decltype(&askForBlurBehind)>(QLibrary::resolve(
+        QCoreApplication::applicationDirPath() + QStringLiteral("/" PAIRDECK_WAYLAND_MODULE),
+        "pairdeckAskForBlurBehind"));
+    if (ask) ask(window, region);
+}
+
+}  // namespace
+
+void askForBlurBehind(QWindow& window, const QRegion& region) {
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    if (x11 && x11->connection()) {
+        askOnX11(x11->connection(), window, region);
+    } else if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+        askOnWayland(window, region);
+    }
 }
 
 }  // namespace platform

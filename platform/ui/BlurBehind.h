@@ -7,7 +7,7 @@ namespace platform {
 
 /// Asks the compositor to blur what lies behind `region` of the window, in its points; the empty
 /// region asks for nothing any more. Without effect where the window system knows no such wish.
-void askForBlurBehind(const QWindow& window, const QRegion& region);
+void askForBlurBehind(QWindow& window, const QRegion& region);
 
 /// The rectangle in units that are finer by `scale`. What touches it still does: each edge is
 /// rounded, not the width.
