@@ -60,12 +60,23 @@ bool OpenPanel::askDesktop() {
     // The desktop's panel chooses folders or files, not both; folders are what is asked for here.
     if (!canChooseDirectories_) return false;
     using Outcome = FolderAnswer::Outcome;
-    return askForFolder({title_, directory_, portalName(owner_)},
-                        [self = shared_from_this()](const FolderAnswer& answer) {
-                            if (answer.outcome == Outcome::Unavailable) return self->showOwnPanel();
-                            self->path_ = answer.path;
-                            self->finish(answer.outcome == Outcome::Confirmed ? kConfirmed : 0);
-                        });
+    // GNOME's panel, closed by Escape or by its window's button, answers as one that could not be
+    // shown. That it was there shows in that it took the keyboard from our windows.
+    const auto wasShown = std::make_shared<bool>(false);
+    const auto watch = QObject::connect(
+        qGuiApp, &QGuiApplication::applicationStateChanged, qGuiApp,
+        [wasShown](Qt::ApplicationState state) { *wasShown |= state != Qt::ApplicationActive; });
+    const bool isAsked =
+        askForFolder({title_, directory_, portalName(owner_)},
+                     [self = shared_from_this(), wasShown, watch](const FolderAnswer& answer) {
+                         QObject::disconnect(watch);
+                         if (answer.outcome == Outcome::Unavailable && !*wasShown)
+                             return self->showOwnPanel();
+                         self->path_ = answer.path;
+                         self->finish(answer.outcome == Outcome::Confirmed ? kConfirmed : 0);
+                     });
+    if (!isAsked) QObject::disconnect(watch);
+    return isAsked;
 }
 
 void OpenPanel::showOwnPanel() {

@@ -20,7 +20,8 @@ struct FolderAnswer {
     enum class Outcome {
         Confirmed,
         Cancelled,
-        Unavailable,  ///< there is no such panel, or it could not be shown
+        /// There is no such panel, it could not be shown, or it was closed without a word.
+        Unavailable,
     };
     Outcome outcome = Outcome::Unavailable;
     QString path;  ///< the chosen folder where it was confirmed
