@@ -53,6 +53,9 @@ void Window::setBackgroundColor(const QColor& color) {
 void Window::setPanelDensity(double density) {
     panelDensity_ = density;
     update();
+    // The toolkit leaves out what covers all of itself.
+    for (QWidget* part : findChildren<QWidget*>())
+        part->update();
     blurBehindPanels();
 }
 
