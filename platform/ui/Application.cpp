@@ -265,7 +265,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     // Told to end before there was a loop to be ended: while a disk was waited for.
     if (RunLoop::isStopped())
         QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
-    const int status = QApplication::exec();
+    const int status = RunLoop::run();
     if (delegate) delegate->applicationWillTerminate();
     if (RunLoop::hasThreads()) {
         UserDefaults::standardUserDefaults().synchronize();

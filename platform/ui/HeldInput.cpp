@@ -123,6 +123,8 @@ bool HeldInput::holdMouse(QWindow* window, const QEvent& event) {
 bool HeldInput::eventFilter(QObject* receiver, QEvent* event) {
     if (isPassing()) return false;
     const QEvent::Type type = event->type();
+    // Those that strike once do so until they are heard.
+    if (type == QEvent::Timer) return true;
     // Input methods speak to what has focus, everything else comes by a window.
     if (type == QEvent::InputMethod || (receiver->isWindowType() && isOtherInput(type))) {
         append([receiver = QPointer(receiver), held = std::shared_ptr<QEvent>(event->clone())] {

@@ -3,7 +3,7 @@
 #include "platform/ui/HeldInput.h"
 
 #include <QAbstractEventDispatcher>
-#include <QCoreApplication>
+#include <QApplication>
 #include <QSocketNotifier>
 
 #include <sys/timerfd.h>
@@ -26,6 +26,10 @@ using Clock = std::chrono::steady_clock;
 constexpr RunLoop::Duration kFrame{16};
 // Nor that several such times follow one another for so long.
 constexpr RunLoop::Duration kInterval{50};
+// What the toolkit leaves out while a wait lasts. Timers are held back either way, but newer
+// versions, told to leave them out, no longer sleep.
+constexpr QEventLoop::ProcessEventsFlag kLeftOut =
+    QT_VERSION < QT_VERSION_CHECK(6, 7, 0) ? QEventLoop::X11ExcludeTimers : QEventLoop::AllEvents;
 
 /// Wakes the event loop, whose timers stand still, again and again.
 class Alarm {
@@ -83,8 +87,6 @@ HeldInput& heldInput() {
     if (!held) {
         held = new HeldInput;
         held->setParent(qApp);
-        QObject::connect(qApp, &QCoreApplication::aboutToQuit, held.data(),
-                         [] { state().isStopped = false; });
     }
     return *held;
 }
@@ -131,10 +133,9 @@ bool RunLoop::attendUntil(const std::function<bool()>& isDone, Duration patience
     std::uint64_t seen = state().progress;
     auto deadline = Clock::now() + patience;
     bool done = false;
-    QCoreApplication::processEvents(QEventLoop::X11ExcludeTimers);
+    QCoreApplication::processEvents(kLeftOut);
     while (!(done = isDone()) && !state().isStopped && Clock::now() < deadline) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents |
-                                        QEventLoop::X11ExcludeTimers);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | kLeftOut);
         const std::uint64_t now = state().progress;
         if (std::exchange(seen, now) != now) deadline = Clock::now() + patience;
     }
@@ -173,6 +174,12 @@ void RunLoop::stop() {
 
 bool RunLoop::isStopped() {
     return state().isStopped;
+}
+
+int RunLoop::run() {
+    const int status = QApplication::exec();
+    state().isStopped = false;
+    return status;
 }
 
 void RunLoop::perform(std::function<void()> block) {

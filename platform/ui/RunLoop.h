@@ -39,6 +39,8 @@ class RunLoop {
     /// loop has ended.
     static void stop();
     static bool isStopped();
+    /// Runs the event loop until the program is to end; returns its exit status.
+    static int run();
 
     /// Calls `block` now or, while there is a wait or something that came before, afterwards. For
     /// whatever reaches the program other than by input and timers: what it asks for must not
