@@ -171,10 +171,10 @@ TEST_F(PlayerSound, ADeviceThatAppearsLaterIsPickedUp) {
 TEST_F(PlayerSound, AServerIsLeftAloneWhileMemoryIsShort) {
     SoundServer server;
     const auto player = tonePlayer(440, 60, 0);
+    server.start();
     {
         const Tightness tight(rlim_t{110} << 20);
         ASSERT_TRUE(tight.isTight());
-        server.start();
         const auto files = openFiles();
         player->play();
         EXPECT_TRUE(runEventsUntil([&] { return player->currentTime() > 2; }, 20));
