@@ -5,11 +5,12 @@
 #include "platform/ui/Window.h"
 #include "platform/workspace/Workspace.h"
 
-#include <QCoreApplication>
+#include <QBackingStore>
+#include <QBasicTimer>
+#include <QElapsedTimer>
 #include <QEvent>
 #include <QPainter>
 #include <QScreen>
-#include <QTimer>
 #include <QWindow>
 
 #include <algorithm>
@@ -23,23 +24,72 @@ namespace {
 constexpr double kFall = 0.9;
 constexpr double kPeakFall = 0.45;
 constexpr double kMark = 2.0;  // points
-// Every so manieth frame of the screen: what one costs is the toolkit's and the window system's,
-// and nobody sees a meter move by less.
-constexpr double kScreenFrames = 2.0;
-
-/// The frames of all meters, so that they are drawn at once.
-QTimer& frames() {
-    static QTimer& timer = *new QTimer(qApp);
-    return timer;
-}
-
-int followers = 0;
+// What a frame takes at most, in seconds: after a pause nothing falls by all of it.
+constexpr double kLongest = 0.05;
 
 double fallen(double shown, double now, double fall) {
-    return std::max(now, shown - fall * frames().interval() / 1000.0);
+    return std::max(now, shown - fall);
 }
 
 }  // namespace
+
+/// The frames of all meters, each drawn at once.
+class LevelMeter::Frames final : public QObject {
+  public:
+    static Frames& ofScreen() {
+        static Frames& frames = *new Frames;
+        return frames;
+    }
+
+    void add(LevelMeter& meter) {
+        meters_.append(&meter);
+        if (meters_.size() > 1) return;
+        interval_.start();
+        const double rate = std::max(1.0, meter.screen()->refreshRate());
+        timer_.start(std::max(1, qRound(1000.0 / rate)), Qt::PreciseTimer, this);
+    }
+    void remove(LevelMeter& meter) {
+        meters_.removeOne(&meter);
+        if (meters_.isEmpty()) timer_.stop();
+    }
+
+  protected:
+    void timerEvent(QTimerEvent*) override {
+        const double seconds = static_cast<double>(interval_.restart()) / 1000.0;
+        QList<LevelMeter*> moved;
+        for (LevelMeter* const meter : QList(meters_))
+            if (meter->moves(std::min(seconds, kLongest))) moved.append(meter);
+        if (!moved.isEmpty()) draw(moved);
+    }
+
+  private:
+    // Straight onto the window's picture: they cover what is below them, and the way of a repaint
+    // through all that the window holds takes longer than they do.
+    static void draw(const QList<LevelMeter*>& meters) {
+        QWidget* const window = meters.first()->window();
+        QRegion places;
+        for (LevelMeter* const meter : meters) {
+            if (meter->testAttribute(Qt::WA_OpaquePaintEvent) && meter->window() == window)
+                places += meter->place();
+            else
+                meter->update();
+        }
+        if (places.isEmpty()) return;
+        QBackingStore& picture = *window->backingStore();
+        picture.beginPaint(places);
+        {
+            QPainter painter(picture.paintDevice());
+            for (const LevelMeter* const meter : meters)
+                if (places.contains(meter->place())) meter->draw(painter, meter->place().topLeft());
+        }
+        picture.endPaint();
+        picture.flush(places, window->windowHandle());
+    }
+
+    QBasicTimer timer_;
+    QElapsedTimer interval_;
+    QList<LevelMeter*> meters_;
+};
 
 LevelMeter::LevelMeter(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -76,51 +126,60 @@ void LevelMeter::follow() {
     const QWindow* window = this->window()->windowHandle();
     if (isFollowing_ || !source_ || !isVisible() || !window || !window->isExposed()) return;
     isFollowing_ = true;
-    connect(&frames(), &QTimer::timeout, this, &LevelMeter::step);
-    if (followers++ > 0) return;
-    frames().setTimerType(Qt::PreciseTimer);
-    frames().start(
-        std::max(1, qRound(kScreenFrames * 1000.0 / std::max(1.0, screen()->refreshRate()))));
+    Frames::ofScreen().add(*this);
 }
 
 void LevelMeter::rest() {
     if (!isFollowing_) return;
     isFollowing_ = false;
-    disconnect(&frames(), nullptr, this, nullptr);
-    if (--followers == 0) frames().stop();
+    Frames::ofScreen().remove(*this);
 }
 
-void LevelMeter::step() {
-    if (!window()->windowHandle()->isExposed()) return rest();
+bool LevelMeter::moves(double seconds) {
+    if (!isVisible() || !window()->windowHandle()->isExposed()) {
+        rest();
+        return false;
+    }
     const bool isStill = Workspace::sharedWorkspace().accessibilityDisplayShouldReduceMotion();
     const auto now = isStill ? std::nullopt : source_();
     const Level level = now.value_or(Level());
-    shown_.loudness = fallen(shown_.loudness, level.loudness, kFall);
-    shown_.peak = fallen(shown_.peak, level.peak, kPeakFall);
+    shown_.loudness = fallen(shown_.loudness, level.loudness, kFall * seconds);
+    shown_.peak = fallen(shown_.peak, level.peak, kPeakFall * seconds);
     const auto pixels = [this](double fraction) {
         return static_cast<int>(std::lround(fraction * width() * devicePixelRatioF()));
     };
     const int loudness = pixels(shown_.loudness);
     const int peak = pixels(shown_.peak);
-    // As one piece: the window system is sent each by itself.
-    if (loudness != drawnLoudness_ || peak != drawnPeak_) update();
+    const bool isOther = loudness != drawnLoudness_ || peak != drawnPeak_;
     drawnLoudness_ = loudness;
     drawnPeak_ = peak;
     if (!now && peak <= 0 && loudness <= 0) rest();
+    return isOther;
+}
+
+QRect LevelMeter::place() const {
+    return {mapTo(window(), QPoint()), size()};
 }
 
 void LevelMeter::paintEvent(QPaintEvent*) {
     QPainter painter(this);
+    draw(painter, {});
+}
+
+void LevelMeter::draw(QPainter& painter, const QPoint& corner) const {
+    const QRectF all(corner, size());
     if (const auto panel = panelColor()) {
         painter.setCompositionMode(QPainter::CompositionMode_Source);
-        painter.fillRect(rect(), *panel);
+        painter.fillRect(all, *panel);
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     }
     if (drawnPeak_ <= 0) return;
     const double scale = devicePixelRatioF();
-    painter.fillRect(QRectF(0, 0, drawnLoudness_ / scale, height()), theme::kAccent);
-    const double mark = std::max(0.0, drawnPeak_ / scale - kMark);
-    painter.fillRect(QRectF(mark, 0, drawnPeak_ / scale - mark, height()), Qt::white);
+    const auto fill = [&](double begin, double end, const QColor& color) {
+        painter.fillRect(QRectF(all.x() + begin, all.y(), end - begin, all.height()), color);
+    };
+    fill(0, drawnLoudness_ / scale, theme::kAccent);
+    fill(std::max(0.0, drawnPeak_ / scale - kMark), drawnPeak_ / scale, Qt::white);
 }
 
 }  // namespace platform

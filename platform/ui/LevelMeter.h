@@ -10,9 +10,9 @@
 namespace platform {
 
 /// A slim bar that shows how loud something is at this moment: its loudness, and its peak as a mark
-/// that falls slowly. Silence shows as nothing. It moves at every second frame of the screen, all
-/// meters in one, and only while there is something to follow and the window can be seen; not at
-/// all where the desktop asks for less motion.
+/// that falls slowly. Silence shows as nothing. It moves at the screen's rate, all meters in one,
+/// and only while there is something to follow and the window can be seen; not at all where the
+/// desktop asks for less motion.
 class LevelMeter : public QWidget {
     Q_OBJECT
 
@@ -38,10 +38,16 @@ class LevelMeter : public QWidget {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    class Frames;
+
     /// The colour of the panel that it stands on; absent without one.
     std::optional<QColor> panelColor() const;
     void rest();
-    void step();
+    /// Goes on by so much time; whether it then looks otherwise.
+    bool moves(double seconds);
+    /// Where it stands in its window.
+    QRect place() const;
+    void draw(QPainter& painter, const QPoint& corner) const;
 
     Source source_;
     bool isFollowing_ = false;

@@ -231,12 +231,20 @@ TEST(Meter, LooksLikeItsPanelWhereNothingSounds) {
     meter.setGeometry(50, 50, 100, 4);
     window.makeKeyAndOrderFront();
     EXPECT_TRUE(meter.testAttribute(Qt::WA_OpaquePaintEvent));
+    const auto shown = [&](int y) {
+        const QPixmap picture = window.screen()->grabWindow(window.winId());
+        return picture.toImage().pixelColor(60, y);
+    };
     for (const double density : {0.5, 1.0}) {
         window.setPanelDensity(density);
         QCoreApplication::processEvents();
-        const QImage image = window.screen()->grabWindow(window.winId()).toImage();
-        EXPECT_EQ(image.pixel(60, 52), image.pixel(60, 60)) << density;
+        EXPECT_EQ(shown(52), shown(60)) << density;
     }
+    meter.setSource([] { return LevelMeter::Level{0.5, 0.75}; });
+    meter.follow();
+    processEventsUntil([&] { return shown(52) == theme::kAccent; });
+    EXPECT_EQ(shown(52), theme::kAccent);
+    EXPECT_EQ(shown(54), shown(60));
 }
 
 TEST(Search, ActsOnceNoKeyWaitsAndAtOnceOnReturn) {
