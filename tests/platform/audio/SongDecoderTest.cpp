@@ -68,10 +68,10 @@ QByteArray encode(const std::string& name) {
     std::abort();
 }
 
-/// The same audio in a file as ffmpeg reads it.
+/// The same audio in a file as ffmpeg reads it; version 9 takes a CAF's end away twice.
 std::string plainly(const std::string& name) {
     if (name == "BehindZeros") return "Cbr";
-    if (name == "Mp4BehindTag") return "Alac";
+    if (name == "Mp4BehindTag" || name == "AlacInCaf") return "Alac";
     return name == "AdtsBehindTag" ? "Adts" : name;
 }
 
@@ -85,14 +85,14 @@ INSTANTIATE_TEST_SUITE_P(Encodings, Exactness,
                          [](const auto& encoding) { return std::string(encoding.param); });
 
 TEST_P(Exactness, EverySeekContinuesTheWholeFileDecode) {
-    const QByteArray bytes = encode(GetParam());
-    const Reference whole = wholeFileDecode(encode(plainly(GetParam())));
-    const auto song = openSong(bytes);
+    const QByteArray plain = encode(plainly(GetParam()));
+    const Reference whole = wholeFileDecode(plain);
+    const auto song = openSong(encode(GetParam()));
     ASSERT_TRUE(song);
     ASSERT_EQ(song->rate, whole.rate);
     // ffmpeg plays an MP4's last packet whole.
     const int64_t surplus = static_cast<int64_t>(whole.frames()) - song->length;
-    ASSERT_TRUE(surplus == 0 || (surplus > 0 && surplus < 2048 && bytes.contains("moov")));
+    ASSERT_TRUE(surplus == 0 || (surplus > 0 && surplus < 2048 && plain.contains("moov")));
     SongDecoder decoder(song);
 
     std::mt19937 random(1);
