@@ -24,6 +24,9 @@ namespace {
 constexpr double kFall = 0.9;
 constexpr double kPeakFall = 0.45;
 constexpr double kMark = 2.0;  // points
+// Every so manieth frame of the screen: nobody sees a meter move by less, and each costs the window
+// system's work, too.
+constexpr double kScreenFrames = 2.0;
 // What a frame takes at most, in seconds: after a pause nothing falls by all of it.
 constexpr double kLongest = 0.05;
 
@@ -46,7 +49,7 @@ class LevelMeter::Frames final : public QObject {
         if (meters_.size() > 1) return;
         interval_.start();
         const double rate = std::max(1.0, meter.screen()->refreshRate());
-        timer_.start(std::max(1, qRound(1000.0 / rate)), Qt::PreciseTimer, this);
+        timer_.start(std::max(1, qRound(kScreenFrames * 1000.0 / rate)), Qt::PreciseTimer, this);
     }
     void remove(LevelMeter& meter) {
         meters_.removeOne(&meter);

@@ -10,9 +10,9 @@
 namespace platform {
 
 /// A slim bar that shows how loud something is at this moment: its loudness, and its peak as a mark
-/// that falls slowly. Silence shows as nothing. It moves at the screen's rate, all meters in one,
-/// and only while there is something to follow and the window can be seen; not at all where the
-/// desktop asks for less motion.
+/// that falls slowly. Silence shows as nothing. It moves at every second frame of the screen, all
+/// meters in one, and only while there is something to follow and the window can be seen; not at
+/// all where the desktop asks for less motion.
 class LevelMeter : public QWidget {
     Q_OBJECT
 
