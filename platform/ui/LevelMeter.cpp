@@ -30,10 +30,6 @@ constexpr double kScreenFrames = 2.0;
 // What a frame takes at most, in seconds: after a pause nothing falls by all of it.
 constexpr double kLongest = 0.05;
 
-double fallen(double shown, double now, double fall) {
-    return std::max(now, shown - fall);
-}
-
 }  // namespace
 
 /// The frames of all meters, each drawn at once.
@@ -58,32 +54,36 @@ class LevelMeter::Frames final : public QObject {
 
   protected:
     void timerEvent(QTimerEvent*) override {
-        const double seconds = static_cast<double>(interval_.restart()) / 1000.0;
-        QList<LevelMeter*> moved;
-        for (LevelMeter* const meter : QList(meters_))
-            if (meter->moves(std::min(seconds, kLongest))) moved.append(meter);
-        if (!moved.isEmpty()) draw(moved);
-    }
-
-  private:
-    // Straight onto the window's picture: they cover what is below them, and the way of a repaint
-    // through all that the window holds takes longer than they do.
-    static void draw(const QList<LevelMeter*>& meters) {
-        QWidget* const window = meters.first()->window();
-        QRegion places;
-        for (LevelMeter* const meter : meters) {
-            if (meter->testAttribute(Qt::WA_OpaquePaintEvent) && meter->window() == window)
-                places += meter->place();
+        const double passed = static_cast<double>(interval_.restart()) / 1000.0;
+        const double seconds = std::min(passed, kLongest);
+        QList<LevelMeter*> covering;
+        // One that rests leaves the list.
+        for (LevelMeter* const meter : QList(meters_)) {
+            if (!meter->moves(seconds)) continue;
+            const bool isElsewhere =
+                !covering.isEmpty() && covering.first()->window() != meter->window();
+            if (meter->testAttribute(Qt::WA_OpaquePaintEvent) && !isElsewhere)
+                covering.append(meter);
             else
                 meter->update();
         }
-        if (places.isEmpty()) return;
+        if (!covering.isEmpty()) draw(covering);
+    }
+
+  private:
+    // Straight onto their window's picture: they cover what is below them, and the way of a repaint
+    // through all that the window holds takes longer than they do.
+    static void draw(const QList<LevelMeter*>& meters) {
+        const QWidget* const window = meters.first()->window();
+        QRegion places;
+        for (const LevelMeter* const meter : meters)
+            places += meter->place();
         QBackingStore& picture = *window->backingStore();
         picture.beginPaint(places);
         {
             QPainter painter(picture.paintDevice());
             for (const LevelMeter* const meter : meters)
-                if (places.contains(meter->place())) meter->draw(painter, meter->place().topLeft());
+                meter->draw(painter, meter->place().topLeft());
         }
         picture.endPaint();
         picture.flush(places, window->windowHandle());
@@ -146,8 +146,8 @@ bool LevelMeter::moves(double seconds) {
     const bool isStill = Workspace::sharedWorkspace().accessibilityDisplayShouldReduceMotion();
     const auto now = isStill ? std::nullopt : source_();
     const Level level = now.value_or(Level());
-    shown_.loudness = fallen(shown_.loudness, level.loudness, kFall * seconds);
-    shown_.peak = fallen(shown_.peak, level.peak, kPeakFall * seconds);
+    shown_.loudness = std::max(level.loudness, shown_.loudness - kFall * seconds);
+    shown_.peak = std::max(level.peak, shown_.peak - kPeakFall * seconds);
     const auto pixels = [this](double fraction) {
         return static_cast<int>(std::lround(fraction * width() * devicePixelRatioF()));
     };
