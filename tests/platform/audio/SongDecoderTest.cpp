@@ -89,6 +89,7 @@ TEST_P(Exactness, EverySeekContinuesTheWholeFileDecode) {
     const Reference whole = wholeFileDecode(plain);
     const auto song = openSong(encode(GetParam()));
     ASSERT_TRUE(song);
+    ASSERT_EQ(song->length, openSong(plain)->length);
     ASSERT_EQ(song->rate, whole.rate);
     // ffmpeg plays an MP4's last packet whole.
     const int64_t surplus = static_cast<int64_t>(whole.frames()) - song->length;
