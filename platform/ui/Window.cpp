@@ -6,9 +6,9 @@
 #include "platform/ui/Theme.h"
 #include "platform/ui/WindowPlacement.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
-#include <QGuiApplication>
 #include <QHoverEvent>
 #include <QKeyEvent>
 #include <QPainter>
@@ -43,7 +43,14 @@ std::optional<std::pair<int, int>> storedNumbers(const QString& key) {
 }  // namespace
 
 Window::Window(QWidget* parent)
-    : QWidget(parent, Qt::Window), backgroundColor_(palette().color(QPalette::Window)) {}
+    : QWidget(parent, Qt::Window), backgroundColor_(palette().color(QPalette::Window)) {
+    connect(qApp, &QApplication::focusChanged, this, &Window::focusMoved);
+}
+
+Window::~Window() {
+    // What lies in the window gives up the focus after it has become a mere widget.
+    disconnect(qApp, nullptr, this, nullptr);
+}
 
 void Window::setBackgroundColor(const QColor& color) {
     backgroundColor_ = color;
@@ -191,9 +198,18 @@ void Window::saveFrame() const {
 
 bool Window::event(QEvent* event) {
     if (event->type() == QEvent::Polish) applyWindowAttributes();
+    if (event->type() == QEvent::WindowDeactivate)
+        comesBackToKeyboard_ = testAttribute(Qt::WA_KeyboardFocusChange);
     if (event->type() == QEvent::HoverMove && resizeBand_ > 0)
         showEdges(edgesAt(static_cast<QHoverEvent*>(event)->position()));
     return QWidget::event(event);
+}
+
+// From Qt 6.11 on a window that comes to the front forgets that the keyboard moved its focus.
+void Window::focusMoved(QWidget*, QWidget* now) {
+    if (!now || now->window() != this || !std::exchange(comesBackToKeyboard_, false)) return;
+    setAttribute(Qt::WA_KeyboardFocusChange);
+    now->update();
 }
 
 void Window::closeEvent(QCloseEvent* event) {

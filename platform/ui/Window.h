@@ -32,6 +32,7 @@ class Window : public QWidget, public Target {
 
   public:
     explicit Window(QWidget* parent = nullptr);
+    ~Window() override;
 
     /// Whether nothing behind the window shows through.
     virtual bool isOpaque() const { return opaque_; }
@@ -80,6 +81,7 @@ class Window : public QWidget, public Target {
 
   private:
     void applyWindowAttributes();
+    void focusMoved(QWidget* was, QWidget* now);
     void place();
     QRect preferredFrame() const;
     void keepOnScreen();
@@ -96,6 +98,7 @@ class Window : public QWidget, public Target {
     bool secondary_ = false;
     double cornerRadius_ = 0.0;
     int resizeBand_ = 0;
+    bool comesBackToKeyboard_ = false;
     QPointer<Window> transientFor_;
     QList<QPointer<Window>> serving_;  // this window; the one shown last stands last
     WindowDrag drag_;
