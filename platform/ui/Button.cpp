@@ -10,6 +10,28 @@
 
 namespace platform {
 
+namespace {
+
+// Hardly a text face has U+2715: it would look as in whichever other face does, and the start would
+// wait for all faces of the system to be asked for it.
+void drawMultiplicationX(QPainter& painter, const QRectF& place, const AttributedString& title) {
+    const double em = title.font.pixelSize();
+    QRectF cross(0.0, 0.0, 0.45 * em, 0.45 * em);
+    cross.moveCenter(place.center());
+    painter.setPen(QPen(title.foregroundColor, em / 9.0, Qt::SolidLine, Qt::RoundCap));
+    painter.drawLine(cross.topLeft(), cross.bottomRight());
+    painter.drawLine(cross.topRight(), cross.bottomLeft());
+}
+
+void drawTitle(QPainter& painter, const QRectF& place, const AttributedString& title) {
+    if (title.string == QChar(0x2715)) return drawMultiplicationX(painter, place, title);
+    painter.setFont(title.font);
+    painter.setPen(title.foregroundColor);
+    painter.drawText(place, int(title.alignment | Qt::AlignVCenter), title.string);
+}
+
+}  // namespace
+
 Button::Button(QWidget* parent) : QAbstractButton(parent) {
     setFont(systemFontOfSize(13.0));
     setFocusPolicy(Qt::StrongFocus);
@@ -147,10 +169,7 @@ void Button::paintEvent(QPaintEvent*) {
                          : underMouse() ? background.lighter(112)
                                         : background);
         painter.drawRoundedRect(plate, plate.height() / 2.0, plate.height() / 2.0);
-        painter.setFont(cell_->attributedTitle.font);
-        painter.setPen(cell_->attributedTitle.foregroundColor);
-        painter.drawText(plate, int(cell_->attributedTitle.alignment | Qt::AlignVCenter),
-                         cell_->attributedTitle.string);
+        drawTitle(painter, plate, cell_->attributedTitle);
     } else {
         drawPlate(painter);
         const Image& shown =

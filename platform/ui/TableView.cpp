@@ -29,6 +29,7 @@ namespace platform {
 namespace {
 
 constexpr int kRowHeight = 30;
+constexpr int kHeaderHeight = 29;
 constexpr double kCornerRadius = 8.0;
 constexpr int kMarkSide = 16;          // points
 constexpr int kLeastColumnWidth = 72;  // points
@@ -84,6 +85,8 @@ class TableView::Model : public QAbstractTableModel {
         if (orientation == Qt::Vertical) return role == Qt::DisplayRole ? section + 1 : QVariant();
         if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);
         if (role == Qt::DisplayRole) return columns_[static_cast<size_t>(section)].title();
+        // Else each title would be measured, in a face that nothing is written in.
+        if (role == Qt::SizeHintRole) return QSize(0, kHeaderHeight);
         return {};
     }
     Qt::ItemFlags flags(const QModelIndex& index) const override {
