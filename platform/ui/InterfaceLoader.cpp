@@ -5,7 +5,7 @@
 #include "platform/ui/Button.h"
 #include "platform/ui/ElasticLayout.h"
 #include "platform/ui/ImageView.h"
-#include "platform/ui/InterfaceReader.h"
+#include "platform/ui/InterfaceFile.h"
 #include "platform/ui/LevelMeter.h"
 #include "platform/ui/MenuItem.h"
 #include "platform/ui/ProgressIndicator.h"
@@ -81,26 +81,27 @@ class Interface::Loader {
             problems_ << QStringLiteral("%1: included in itself").arg(name);
             return nullptr;
         }
-        QFile file(QStringLiteral(":/interface/%1.ui").arg(name));
-        if (!file.open(QIODevice::ReadOnly)) {
+        const InterfaceFile* const file = fileNamed(name);
+        if (!file) {
             problems_ << QStringLiteral("no interface file %1").arg(name);
             return nullptr;
         }
-        QByteArray text = file.readAll();
-        for (const QString& substitution : substitutions) {
-            const qsizetype equals = substitution.indexOf(QLatin1Char('='));
-            const QString key = QLatin1Char('{') + substitution.left(equals) + QLatin1Char('}');
-            text.replace(key.toUtf8(), substitution.mid(equals + 1).toUtf8());
-        }
-        InterfaceReader reader(
-            text, [this](const QString& className, QWidget* around, const QString& called) {
-                return createWidget(className, around, called);
-            });
-        QWidget* loaded = reader.read(parent);
-        if (!loaded) {
-            problems_ << QStringLiteral("%1: %2").arg(name, reader.errorString());
+        if (!file->errorString().isEmpty()) {
+            problems_ << QStringLiteral("%1: %2").arg(name, file->errorString());
             return nullptr;
         }
+        InterfaceFile::Substitutions pairs;
+        for (const QString& substitution : substitutions) {
+            const qsizetype equals = substitution.indexOf(QLatin1Char('='));
+            pairs.emplace_back(QLatin1Char('{') + substitution.left(equals) + QLatin1Char('}'),
+                               substitution.mid(equals + 1));
+        }
+        QWidget* const loaded =
+            file->make(parent, pairs,
+                       [this](const QString& className, QWidget* around, const QString& called) {
+                           return createWidget(className, around, called);
+                       });
+        if (!loaded) return nullptr;
         around_ << name;
         include(loaded);
         around_.removeLast();
@@ -108,6 +109,15 @@ class Interface::Loader {
     }
 
   private:
+    // Null when there is none.
+    const InterfaceFile* fileNamed(const QString& name) {
+        const auto known = files_.find(name);
+        if (known != files_.end()) return &known->second;
+        QFile file(QStringLiteral(":/interface/%1.ui").arg(name));
+        if (!file.open(QIODevice::ReadOnly)) return nullptr;
+        return &files_.emplace(name, InterfaceFile(file.readAll())).first->second;
+    }
+
     QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) {
         auto make = platformClasses().value(className);
         if (!make) make = classes_.widgets.value(className);
@@ -135,6 +145,7 @@ class Interface::Loader {
 
     const InterfaceClasses& classes_;
     QStringList& problems_;
+    std::map<QString, InterfaceFile> files_;
     QStringList around_;  // the files that the next one would be included in
 };
 

@@ -130,7 +130,8 @@ void Window::applyWindowAttributes() {
     Qt::WindowFlags flags = secondary_ ? Qt::Dialog : Qt::Window;
     flags.setFlag(Qt::FramelessWindowHint, borderless_);
     flags.setFlag(Qt::WindowDoesNotAcceptFocus, !canBecomeKeyWindow());
-    // The full way adds a frame's buttons, and has all that is in the window look for its style anew.
+    // The full way adds a frame's buttons, and has all that is in the window look for its style
+    // anew.
     if (borderless_)
         overrideWindowFlags(flags);
     else
