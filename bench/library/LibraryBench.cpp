@@ -201,7 +201,9 @@ void scanSlowDisk() {
         Deck deck;
         print("library.slow_disk.known_start_ms", elapsedMs([&] { deck.scan(mount.path()); }),
               "ms");
-        print("library.slow_disk.keystroke_ms", medianMs(5, [&] { deck.search(kSearched); }), "ms");
+        Race keys;
+        keys.enter([&] { return deck.keystrokeMs(kSearched); });
+        print("library.slow_disk.keystroke_ms", keys.run(5)[0], "ms");
     });
     QProcess::execute(QStringLiteral("umount"), {mount.path()});
     disk.waitForFinished();
