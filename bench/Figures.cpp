@@ -58,8 +58,11 @@ double median(std::vector<double> values) {
 std::vector<double> Race::run(int rounds) const {
     std::vector<std::vector<double>> values(contestants_.size());
     for (int round = 0; round < rounds; ++round) {
-        for (std::size_t i = 0; i < contestants_.size(); ++i)
-            values[i].push_back(contestants_[i]());
+        for (std::size_t i = 0; i < contestants_.size(); ++i) {
+            // Back and forth, so that none always follows the same one, warmed or worn by it.
+            const std::size_t next = round % 2 == 0 ? i : contestants_.size() - 1 - i;
+            values[next].push_back(contestants_[next]());
+        }
     }
     std::vector<double> medians;
     medians.reserve(values.size());

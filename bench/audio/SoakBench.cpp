@@ -106,7 +106,8 @@ void run(int minutes) {
         defaults.setValueForKey(int{PDRepeatAll}, prefix + QStringLiteral("RepeatState"));
         defaults.setValueForKey(folder.path(), prefix + QStringLiteral("DefaultDirectory"));
     }
-    Interface interface(QStringLiteral("MainWindow"), interfaceClasses());
+    Interface interface(QStringLiteral("MainWindow"), platform::readInterfaceFiles(),
+                        interfaceClasses());
     auto& decks = dynamic_cast<Pairdeck&>(*interface.controller(QStringLiteral("Pairdeck")));
     for (const PDPlayerType side : {PDLeftPlayer, PDRightPlayer})
         decks.deck(side).playNext();

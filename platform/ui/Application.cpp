@@ -7,6 +7,7 @@
 #include "platform/foundation/UserDefaults.h"
 #include "platform/ui/Accessibility.h"
 #include "platform/ui/Font.h"
+#include "platform/ui/InterfaceFile.h"
 #include "platform/ui/RunLoop.h"
 #include "platform/ui/StyleSheet.h"
 #include "platform/ui/TerminationSignals.h"
@@ -24,6 +25,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <latch>
 #include <string_view>
 #include <system_error>
@@ -168,27 +170,23 @@ void showMainWindow(Window& window, ApplicationDelegate* delegate) {
     RunLoop::attendUntil([frame] { return frame->isPainted(); }, kPatience);
 }
 
-/// Reads the system's fonts on another thread while the display is connected, the style is made and
-/// the interface files are read: they ask for them first.
-class FontsAhead {
+/// What a start reads on another thread, while the display is connected and the style is made: the
+/// system's fonts and the interface files.
+class StartAhead {
   public:
-    FontsAhead() {
+    StartAhead() {
         try {
-            thread_ = std::jthread([this] {
-                ::FcInit();
-                // The toolkit's own list takes an application.
-                hasApplication_.wait();
-                if (isWanted_) QFontInfo(systemFontOfSize(13.0)).family();
-            });
+            thread_ = std::jthread([this] { run(); });
         } catch (const std::system_error&) {
             // Who asks for a font first reads them.
+            files_.set_value(readInterfaceFiles());
         }
     }
-    ~FontsAhead() {
+    ~StartAhead() {
         if (!hasApplication_.try_wait()) hasApplication_.count_down();
     }
-    FontsAhead(const FontsAhead&) = delete;
-    FontsAhead& operator=(const FontsAhead&) = delete;
+    StartAhead(const StartAhead&) = delete;
+    StartAhead& operator=(const StartAhead&) = delete;
 
     /// There is an application now, which must outlive what is returned, and a window to come.
     std::jthread goOn() {
@@ -197,9 +195,21 @@ class FontsAhead {
         return std::move(thread_);
     }
 
+    /// The interface files, once they are read; to be taken once.
+    InterfaceFiles interfaceFiles() { return files_.get_future().get(); }
+
   private:
+    void run() {
+        ::FcInit();
+        files_.set_value(readInterfaceFiles());
+        // The toolkit's own list of fonts takes an application.
+        hasApplication_.wait();
+        if (isWanted_) QFontInfo(systemFontOfSize(13.0)).family();
+    }
+
     std::latch hasApplication_{1};
     bool isWanted_ = false;
+    std::promise<InterfaceFiles> files_;
     std::jthread thread_;
 };
 
@@ -235,7 +245,7 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
 #endif
     returnFreedMemory();
     settleEnvironment();
-    FontsAhead fonts;
+    StartAhead ahead;
     QApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     QApplication application(argc, argv);
@@ -246,12 +256,13 @@ int ApplicationMain(int argc, char** argv, const InterfaceClasses& classes,
     }
     const QStringList paths = pathsOfArguments(argc, argv);
     if (delegate && !delegate->applicationShouldLaunch(paths)) return 0;
-    const std::jthread reading = fonts.goOn();
+    const std::jthread reading = ahead.goOn();
     const TerminationSignals signals([] { Application::sharedApplication().terminate(); });
     applyBundle(bundle);
     const Interface interface(
         bundle.objectForInfoDictionaryKey(QStringLiteral("NSMainNibFile")).value_or(QString()),
-        classes, [delegate](Window& window) { showMainWindow(window, delegate); });
+        ahead.interfaceFiles(), classes,
+        [delegate](Window& window) { showMainWindow(window, delegate); });
     for (const QString& problem : interface.problems())
         std::fprintf(stderr, "%s\n", qPrintable(problem));
     if (!interface.problems().isEmpty()) return EXIT_FAILURE;

@@ -21,6 +21,8 @@ void drawLine(const QString& text, const QFont& font, const QRectF& room, QPaint
     option.setWrapMode(QTextOption::NoWrap);
     option.setTextDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     layout.setTextOption(option);
+    // Else the glyphs are given back where the layout ends, and made again to be drawn.
+    layout.setCacheEnabled(true);
     layout.beginLayout();
     QTextLine line = layout.createLine();
     line.setLineWidth(room.width());

@@ -2,6 +2,8 @@
 
 #include "platform/ui/MenuItem.h"
 
+#include <QDir>
+#include <QFile>
 #include <QRectF>
 #include <QWidget>
 #include <QXmlStreamReader>
@@ -158,6 +160,16 @@ QVariant InterfaceFile::readNumbers(QXmlStreamReader& xml, QStringView type) {
     }
     if (isSize) return read.size().toSize();
     return isWhole ? QVariant(read.toRect()) : QVariant(read);
+}
+
+InterfaceFiles readInterfaceFiles() {
+    InterfaceFiles files;
+    for (const QFileInfo& found : QDir(QStringLiteral(":/interface")).entryInfoList()) {
+        QFile file(found.filePath());
+        if (file.open(QIODevice::ReadOnly))
+            files.emplace(found.completeBaseName(), InterfaceFile(file.readAll()));
+    }
+    return files;
 }
 
 }  // namespace platform

@@ -6,6 +6,7 @@
 #include <QVariant>
 
 #include <functional>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -56,5 +57,12 @@ class InterfaceFile {
     Element outermost_;
     QString errorString_;
 };
+
+/// Interface files by their names.
+using InterfaceFiles = std::map<QString, InterfaceFile>;
+
+/// All that the program and the libraries in it bring along (":/interface/<name>.ui"). Needs no
+/// application and no display, so that another thread can read them before there is one.
+InterfaceFiles readInterfaceFiles();
 
 }  // namespace platform

@@ -5,7 +5,6 @@
 #include "platform/ui/Button.h"
 #include "platform/ui/ElasticLayout.h"
 #include "platform/ui/ImageView.h"
-#include "platform/ui/InterfaceFile.h"
 #include "platform/ui/LevelMeter.h"
 #include "platform/ui/MenuItem.h"
 #include "platform/ui/ProgressIndicator.h"
@@ -15,7 +14,6 @@
 #include "platform/ui/TextField.h"
 #include "platform/ui/Window.h"
 
-#include <QFile>
 #include <QMenu>
 #include <QMetaMethod>
 #include <QShortcut>
@@ -73,21 +71,22 @@ void forEachObject(QObject* object, const std::function<void(QObject*)>& visit) 
 // Makes the widgets of the files, by the names of the platform's and the program's own classes.
 class Interface::Loader {
   public:
-    Loader(const InterfaceClasses& classes, QStringList& problems)
-        : classes_(classes), problems_(problems) {}
+    Loader(const InterfaceFiles& files, const InterfaceClasses& classes, QStringList& problems)
+        : files_(files), classes_(classes), problems_(problems) {}
 
     QWidget* load(const QString& name, const QStringList& substitutions, QWidget* parent) {
         if (around_.contains(name)) {
             problems_ << QStringLiteral("%1: included in itself").arg(name);
             return nullptr;
         }
-        const InterfaceFile* const file = fileNamed(name);
-        if (!file) {
+        const auto known = files_.find(name);
+        if (known == files_.end()) {
             problems_ << QStringLiteral("no interface file %1").arg(name);
             return nullptr;
         }
-        if (!file->errorString().isEmpty()) {
-            problems_ << QStringLiteral("%1: %2").arg(name, file->errorString());
+        const InterfaceFile& file = known->second;
+        if (!file.errorString().isEmpty()) {
+            problems_ << QStringLiteral("%1: %2").arg(name, file.errorString());
             return nullptr;
         }
         InterfaceFile::Substitutions pairs;
@@ -97,10 +96,10 @@ class Interface::Loader {
                                substitution.mid(equals + 1));
         }
         QWidget* const loaded =
-            file->make(parent, pairs,
-                       [this](const QString& className, QWidget* around, const QString& called) {
-                           return createWidget(className, around, called);
-                       });
+            file.make(parent, pairs,
+                      [this](const QString& className, QWidget* around, const QString& called) {
+                          return createWidget(className, around, called);
+                      });
         if (!loaded) return nullptr;
         around_ << name;
         include(loaded);
@@ -109,15 +108,6 @@ class Interface::Loader {
     }
 
   private:
-    // Null when there is none.
-    const InterfaceFile* fileNamed(const QString& name) {
-        const auto known = files_.find(name);
-        if (known != files_.end()) return &known->second;
-        QFile file(QStringLiteral(":/interface/%1.ui").arg(name));
-        if (!file.open(QIODevice::ReadOnly)) return nullptr;
-        return &files_.emplace(name, InterfaceFile(file.readAll())).first->second;
-    }
-
     QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) {
         auto make = platformClasses().value(className);
         if (!make) make = classes_.widgets.value(className);
@@ -143,15 +133,15 @@ class Interface::Loader {
         }
     }
 
+    const InterfaceFiles& files_;
     const InterfaceClasses& classes_;
     QStringList& problems_;
-    std::map<QString, InterfaceFile> files_;
     QStringList around_;  // the files that the next one would be included in
 };
 
-Interface::Interface(const QString& name, const InterfaceClasses& classes,
-                     const std::function<void(Window&)>& show) {
-    Loader loader(classes, problems_);
+Interface::Interface(const QString& name, const InterfaceFiles& files,
+                     const InterfaceClasses& classes, const std::function<void(Window&)>& show) {
+    Loader loader(files, classes, problems_);
     std::unique_ptr<QWidget> main(loader.load(name, {}, nullptr));
     if (!main) return;
     const QStringList controllers = main->property("controllers").toStringList();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ui/Controller.h"
+#include "platform/ui/InterfaceFile.h"
 
 #include <QHash>
 #include <QString>
@@ -25,7 +26,7 @@ struct InterfaceClasses {
 
 /// A loaded interface: its windows, its controllers, and what is wrong with its files.
 ///
-/// Interface files are Qt Designer files (":/interface/<name>.ui") with dynamic properties:
+/// Interface files are Qt Designer files with dynamic properties:
 ///   `controllers`  on the main window: the controllers to create;
 ///   `windows`      on the main window: further files, each holding a window;
 ///   `outlets`      on a widget: the `Controller.outlet`s it is connected to besides those that
@@ -48,11 +49,11 @@ struct InterfaceClasses {
 ///                  the value that the string list `with` gives as "key=value".
 class Interface {
   public:
-    /// Loads the file called `name` and all that it names, creates its controllers, connects every
+    /// Loads the one of `files` called `name` and all that it names, creates its controllers, connects every
     /// outlet and wires every action, then calls each controller's awakeFromNib, unless there are
     /// problems already: those that awake slowly last, behind `show`, which may put the main window
     /// on the screen.
-    Interface(const QString& name, const InterfaceClasses& classes,
+    Interface(const QString& name, const InterfaceFiles& files, const InterfaceClasses& classes,
               const std::function<void(Window& main)>& show = {});
     ~Interface();
     Interface(const Interface&) = delete;

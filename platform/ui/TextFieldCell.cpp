@@ -76,6 +76,7 @@ void TextFieldCell::drawInteriorWithFrameInView(const QRectF& frame, QPainter& p
     QTextOption option;
     option.setWrapMode(wraps_ ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
     layout.setTextOption(option);
+    layout.setCacheEnabled(true);
     layout.beginLayout();
     double y = frame.top();
     QList<QTextLine> lines;

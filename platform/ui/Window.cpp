@@ -14,6 +14,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
+#include <QTimer>
 #include <QWindow>
 
 #include <algorithm>
@@ -86,11 +87,15 @@ View* Window::contentView() const {
 }
 
 void Window::makeKeyAndOrderFront() {
-    applyWindowAttributes();
+    // The desktop puts a new window in front, and most give it the focus.
+    const bool isNew = !isVisible();
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
-    raise();
-    if (canBecomeKeyWindow()) activateWindow();
+    becomesKeyWhenPainted_ = isNew && canBecomeKeyWindow();
+    if (!isNew) {
+        raise();
+        if (canBecomeKeyWindow()) activateWindow();
+    }
     if (!transientFor_) return;
     transientFor_->serving_.removeAll(this);
     transientFor_->serving_.append(this);
@@ -201,8 +206,13 @@ void Window::saveFrame() const {
     defaults.synchronize();
 }
 
+void Window::setVisible(bool visible) {
+    // Not before: each native window costs the whole desktop something.
+    if (visible) applyWindowAttributes();
+    QWidget::setVisible(visible);
+}
+
 bool Window::event(QEvent* event) {
-    if (event->type() == QEvent::Polish) applyWindowAttributes();
     if (event->type() == QEvent::WindowDeactivate)
         comesBackToKeyboard_ = testAttribute(Qt::WA_KeyboardFocusChange);
     if (event->type() == QEvent::HoverMove && resizeBand_ > 0)
@@ -223,6 +233,12 @@ void Window::closeEvent(QCloseEvent* event) {
 }
 
 void Window::paintEvent(QPaintEvent*) {
+    if (std::exchange(becomesKeyWhenPainted_, false)) {
+        // To ask for it sooner would keep the first frame waiting.
+        QTimer::singleShot(0, this, [this] {
+            if (isVisible() && !isActiveWindow()) activateWindow();
+        });
+    }
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);

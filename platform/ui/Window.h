@@ -51,6 +51,7 @@ class Window : public QWidget, public Target {
     /// The view that the interface file calls "contentView"; null when there is none.
     View* contentView() const;
 
+    void setVisible(bool visible) override;
     /// Shows the window in front and gives it keyboard focus.
     void makeKeyAndOrderFront();
     /// Hides the window; it can be shown again.
@@ -99,6 +100,7 @@ class Window : public QWidget, public Target {
     double cornerRadius_ = 0.0;
     int resizeBand_ = 0;
     bool comesBackToKeyboard_ = false;
+    bool becomesKeyWhenPainted_ = false;
     QPointer<Window> transientFor_;
     QList<QPointer<Window>> serving_;  // this window; the one shown last stands last
     WindowDrag drag_;

@@ -24,8 +24,8 @@ DeckFixture::DeckFixture() {
 DeckFixture::~DeckFixture() = default;
 
 void DeckFixture::start() {
-    interface_ =
-        std::make_unique<platform::Interface>(QStringLiteral("MainWindow"), interfaceClasses());
+    interface_ = std::make_unique<platform::Interface>(
+        QStringLiteral("MainWindow"), platform::readInterfaceFiles(), interfaceClasses());
     pairdeck_ = dynamic_cast<Pairdeck*>(interface_->controller(QStringLiteral("Pairdeck")));
     ASSERT_NE(pairdeck_, nullptr);
     ASSERT_EQ(interface_->problems(), QStringList());

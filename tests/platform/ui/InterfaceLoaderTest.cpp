@@ -38,7 +38,7 @@ TEST(InterfaceLoader, AFileIncludedTwiceIsConnectedTwice) {
                                                 return desk;
                                             }}}};
     int wakesWhenShown = -1;
-    const Interface loaded(QStringLiteral("Good"), classes,
+    const Interface loaded(QStringLiteral("Good"), platform::readInterfaceFiles(), classes,
                            [&](Window&) { wakesWhenShown = made->wakes; });
     ASSERT_EQ(loaded.problems(), QStringList());
     const auto* desk = static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")));
@@ -66,7 +66,7 @@ TEST(InterfaceLoader, AFileIncludedTwiceIsConnectedTwice) {
 }
 
 TEST(InterfaceLoader, GivesEachPropertyItsType) {
-    const Interface loaded(QStringLiteral("Good"), kClasses);
+    const Interface loaded(QStringLiteral("Good"), readInterfaceFiles(), kClasses);
     const auto* label = loaded.mainWindow()->findChild<TextField*>(QStringLiteral("label"));
     ASSERT_TRUE(label);
     EXPECT_EQ(label->geometry(), QRect(10, 20, 30, 40));
@@ -80,7 +80,7 @@ TEST(InterfaceLoader, GivesEachPropertyItsType) {
 }
 
 TEST(InterfaceLoader, EveryMistakeInAFileIsTold) {
-    const Interface loaded(QStringLiteral("Wrong"), kClasses);
+    const Interface loaded(QStringLiteral("Wrong"), readInterfaceFiles(), kClasses);
     const QString told = loaded.problems().join(QLatin1Char('\n'));
     for (const char* mistake :
          {"no interface file Missing", ": no window", "Wrong: included in itself",
@@ -94,13 +94,14 @@ TEST(InterfaceLoader, EveryMistakeInAFileIsTold) {
         EXPECT_TRUE(told.contains(QLatin1String(mistake))) << mistake << "\n" << qPrintable(told);
     }
     EXPECT_EQ(static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")))->wakes, 0);
-    EXPECT_EQ(Interface(QStringLiteral("Nothing"), kClasses).mainWindow(), nullptr);
-    EXPECT_EQ(Interface(QStringLiteral("Laid"), kClasses).problems(),
+    EXPECT_EQ(Interface(QStringLiteral("Nothing"), readInterfaceFiles(), kClasses).mainWindow(),
+              nullptr);
+    EXPECT_EQ(Interface(QStringLiteral("Laid"), readInterfaceFiles(), kClasses).problems(),
               QStringList{QStringLiteral("Laid: line 4: layout is not known here")});
 }
 
 TEST(InterfaceLoader, AControlThatNobodyGaveAnActionIsTold) {
-    const Interface loaded(QStringLiteral("Idle"), kClasses);
+    const Interface loaded(QStringLiteral("Idle"), readInterfaceFiles(), kClasses);
     EXPECT_EQ(loaded.problems(), QStringList{QStringLiteral("idle: no action ")});
     EXPECT_EQ(static_cast<Desk*>(loaded.controller(QStringLiteral("Desk")))->wakes, 1);
 }
