@@ -3,6 +3,7 @@
 #include "platform/foundation/Path.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
 
@@ -94,29 +95,96 @@ QByteArray comparable(const QString& text) {
 // No byte of UTF-8.
 constexpr char kEnd = '\xFF';
 
+// What characters fold to whatever stands beside them, found once for each. In their scripts none
+// composes with the one before it but marks, which are dropped (NFC_Quick_Check of Unicode 15.0).
+class FoldingTable {
+  public:
+    // Appends the comparable form of `text`; false, with nothing appended, for a text that is to be
+    // folded as a whole.
+    bool append(const QString& text, std::string& bytes) {
+        const std::size_t begin = bytes.size();
+        for (const QChar unit : text) {
+            const char16_t character = unit.unicode();
+            if (character < 0x80) {
+                const bool isCapital = character >= 'A' && character <= 'Z';
+                bytes += static_cast<char>(isCapital ? character + ('a' - 'A') : character);
+            } else if (isItself(character)) {
+                bytes += static_cast<char>(0xE0 | (character >> 12));
+                bytes += static_cast<char>(0x80 | ((character >> 6) & 0x3F));
+                bytes += static_cast<char>(0x80 | (character & 0x3F));
+            } else if (const Folding* const folding = foldingOf(character)) {
+                bytes.append(folding->bytes.data(), folding->length);
+            } else {
+                bytes.resize(begin);
+                return false;
+            }
+        }
+        return true;
+    }
+
+  private:
+    struct Folding {
+        std::array<char, 6> bytes;
+        unsigned char length;
+        bool isKnown;
+    };
+    // Up to Syriac and Samaritan; Latin and Greek with their marks, punctuation, symbols and kana.
+    static constexpr char16_t kFirstEnd = 0x0900;
+    static constexpr char16_t kSecond = 0x1E00;
+    static constexpr char16_t kSecondEnd = 0x3100;
+
+    // An ideograph or a Korean syllable, which is composed of letters and composes with more.
+    static bool isItself(char16_t character) {
+        return (character >= 0x4E00 && character < 0xA000) ||
+               (character >= 0xAC00 && character < 0xD7A4);
+    }
+
+    const Folding* foldingOf(char16_t character) {
+        const bool isSecond = character >= kSecond && character < kSecondEnd;
+        if (character >= kFirstEnd && !isSecond) return nullptr;
+        Folding& folding =
+            foldings_[isSecond ? std::size_t(kFirstEnd + character - kSecond) : character];
+        if (folding.isKnown) return &folding;
+        const QByteArray found = comparable(QString(QChar(character)));
+        if (std::size_t(found.size()) > folding.bytes.size()) return nullptr;
+        std::copy(found.begin(), found.end(), folding.bytes.begin());
+        folding.length = static_cast<unsigned char>(found.size());
+        folding.isKnown = true;
+        return &folding;
+    }
+
+    std::array<Folding, kFirstEnd + kSecondEnd - kSecond> foldings_ = {};
+};
+
+// Of the main thread, which alone searches.
+void appendComparable(const QString& text, std::string& bytes) {
+    static FoldingTable table;
+    if (!table.append(text, bytes)) bytes += comparable(text).toStdString();
+}
+
 }  // namespace
 
 void SearchFields::append(const QString& name, const QString& artist) {
-    const QByteArray first = comparable(name);
-    const QByteArray second = comparable(artist);
-    text_.append(first.constData(), std::size_t(first.size()));
+    appendComparable(name, text_);
     text_ += kEnd;
-    text_.append(second.constData(), std::size_t(second.size()));
+    appendComparable(artist, text_);
     text_ += kEnd;
     ends_.push_back(static_cast<quint32>(text_.size()));
 }
 
-SearchPredicate::SearchPredicate(const QString& text) : folded_(comparable(text)) {}
+SearchPredicate::SearchPredicate(const QString& text) {
+    appendComparable(text, folded_);
+}
 
 std::vector<std::size_t> SearchPredicate::evaluate(const SearchFields& fields) const {
     std::vector<std::size_t> matches;
-    if (folded_.isEmpty()) return matches;
+    if (folded_.empty()) return matches;
     const char* const begin = fields.text_.data();
     std::size_t track = 0;
     std::size_t at = 0;
     while (at < fields.text_.size()) {
-        const void* const found = ::memmem(begin + at, fields.text_.size() - at,
-                                           folded_.constData(), std::size_t(folded_.size()));
+        const void* const found =
+            ::memmem(begin + at, fields.text_.size() - at, folded_.data(), folded_.size());
         if (!found) break;
         at = static_cast<std::size_t>(static_cast<const char*>(found) - begin);
         while (fields.ends_[track] <= at)

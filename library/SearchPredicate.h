@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-/// The fields of tracks in the form in which searches compare them, made once for all searches.
+/// The fields of tracks in the form in which searches compare them, made once for all searches; of
+/// the main thread, as are searches.
 class SearchFields {
   public:
     /// Adds those of the next track.
@@ -38,5 +38,5 @@ class SearchPredicate {
     std::vector<std::size_t> evaluate(const SearchFields& fields) const;
 
   private:
-    QByteArray folded_;
+    std::string folded_;
 };

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
+#include <optional>
+#include <utility>
 
 namespace platform {
 
@@ -41,6 +43,13 @@ struct NaturalOrder::Keyed {
     std::uint64_t beginning = 0;
     std::uint32_t key = 0;  // offset of the rest
     std::uint32_t length = 0;
+    std::uint32_t index = 0;
+};
+
+// A name that needs the collator, and its key if there are many.
+struct NaturalOrder::Collated {
+    QString text;
+    std::optional<QCollatorSortKey> key;
     std::uint32_t index = 0;
 };
 
@@ -160,23 +169,30 @@ std::vector<NaturalOrder::Keyed> NaturalOrder::sortedByWeights(
     return keyed;
 }
 
-int NaturalOrder::compare(QByteArrayView left, QByteArrayView right) const {
-    const int order = collator_.compare(forCollation(left), forCollation(right));
-    if (order != 0) return order;
-    return precedesInBytes(left, right) ? -1 : 1;
+// The names of these indices as the collator wants them, in its order.
+std::vector<NaturalOrder::Collated> NaturalOrder::sortedByCollator(
+    std::span<const QByteArrayView> names, const std::vector<std::uint32_t>& indices) const {
+    // A key takes as long to make as several comparisons.
+    constexpr std::size_t kWorthKeys = 12;
+    std::vector<Collated> collated;
+    collated.reserve(indices.size());
+    for (const std::uint32_t index : indices) {
+        QString text = forCollation(names[index]);
+        std::optional<QCollatorSortKey> key;
+        if (indices.size() >= kWorthKeys) key = collator_.sortKey(text);
+        collated.push_back({std::move(text), std::move(key), index});
+    }
+    std::sort(collated.begin(), collated.end(), [&](const Collated& left, const Collated& right) {
+        const int order =
+            left.key ? left.key->compare(*right.key) : collator_.compare(left.text, right.text);
+        return order != 0 ? order < 0 : precedesInBytes(names[left.index], names[right.index]);
+    });
+    return collated;
 }
 
 std::vector<std::uint32_t> NaturalOrder::sorted(std::span<const QByteArrayView> names) const {
     std::vector<std::uint32_t> others;
     const std::vector<Keyed> weighed = sortedByWeights(names, others);
-    std::vector<std::pair<QCollatorSortKey, std::uint32_t>> collated;
-    collated.reserve(others.size());
-    for (const std::uint32_t index : others)
-        collated.emplace_back(collator_.sortKey(forCollation(names[index])), index);
-    std::sort(collated.begin(), collated.end(), [&](const auto& left, const auto& right) {
-        const int order = left.first.compare(right.first);
-        return order != 0 ? order < 0 : precedesInBytes(names[left.second], names[right.second]);
-    });
     std::vector<std::uint32_t> merged;
     merged.reserve(names.size());
     auto take = [&, next = weighed.begin()](auto end) mutable {
@@ -184,9 +200,11 @@ std::vector<std::uint32_t> NaturalOrder::sorted(std::span<const QByteArrayView> 
             merged.push_back(next->index);
     };
     auto place = weighed.begin();
-    for (const auto& [key, index] : collated) {
-        const auto precedes = [&, other = index](const Keyed& name) {
-            return compare(names[name.index], names[other]) < 0;
+    for (const Collated& other : sortedByCollator(names, others)) {
+        const auto precedes = [&](const Keyed& name) {
+            const QByteArrayView bytes = names[name.index];
+            const int order = collator_.compare(forCollation(bytes), other.text);
+            return order != 0 ? order < 0 : precedesInBytes(bytes, names[other.index]);
         };
         // In growing steps: the others may be few among many or every second name.
         auto bound = place;
@@ -196,7 +214,7 @@ std::vector<std::uint32_t> NaturalOrder::sorted(std::span<const QByteArrayView> 
         }
         place = std::partition_point(place, bound, precedes);
         take(place);
-        merged.push_back(index);
+        merged.push_back(other.index);
     }
     take(weighed.end());
     return merged;

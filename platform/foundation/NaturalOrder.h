@@ -28,12 +28,14 @@ class NaturalOrder {
 
   private:
     struct Keyed;
+    struct Collated;
     bool weigh();
     bool hasDigraphs() const;
     bool appendKey(QByteArrayView name, std::vector<unsigned char>& key) const;
     std::vector<Keyed> sortedByWeights(std::span<const QByteArrayView> names,
                                        std::vector<std::uint32_t>& others) const;
-    int compare(QByteArrayView left, QByteArrayView right) const;
+    std::vector<Collated> sortedByCollator(std::span<const QByteArrayView> names,
+                                           const std::vector<std::uint32_t>& indices) const;
 
     QCollator collator_;
     /// What an ASCII character alone counts in this order, 0 for nothing.

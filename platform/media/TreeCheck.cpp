@@ -282,8 +282,9 @@ void TreeCheck::watch(MediaFolder& folder, int descriptor) {
 }
 
 void TreeCheck::unwatch(MediaFolder& folder) {
+    if (folder.watch <= 0) return;
     const std::lock_guard lock(watchMutex_);
-    if (!tree_->watch || folder.watch <= 0) return;
+    if (!tree_->watch) return;
     MediaFolder*& holder = tree_->watchedFolders[static_cast<std::size_t>(folder.watch)];
     if (holder == &folder) {
         tree_->watch->remove(folder.watch);

@@ -5,6 +5,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <utility>
 
 namespace platform {
 
@@ -28,25 +29,34 @@ int ProgressIndicator::filledPixels() const {
     return static_cast<int>(std::clamp(fraction, 0.0, 1.0) * width() * devicePixelRatioF());
 }
 
+// Each coming and going costs the window system a question and the window a drawing.
+void ProgressIndicator::setVisible(bool visible) {
+    isComing_ = visible && isHidden() && parentWidget() && parentWidget()->isVisible();
+    if (!isComing_) return QWidget::setVisible(visible);
+    sinceDrawing_.start();
+    // Whoever goes back to the event loop has no more to tell.
+    QMetaObject::invokeMethod(this, &ProgressIndicator::come, Qt::QueuedConnection);
+}
+
+void ProgressIndicator::come() {
+    if (std::exchange(isComing_, false)) QWidget::setVisible(true);
+}
+
 void ProgressIndicator::displayIfNeeded() {
     // A redraw costs ten times what reading a file's tags does: a scan of thousands of files must
     // not pay it more often than the bar visibly moves and the screen shows anything new.
     constexpr qint64 kFrame = 16;  // ms
     // Most calls end here, since there may be hundreds of thousands.
     if (value_ >= seenFrom_ && value_ < seenUntil_) return;
-    if (!isVisible()) return;
+    if (!isVisible() && !isComing_) return;
     const int filled = filledPixels();
     const double pixel = (maxValue_ - minValue_) / (std::max(width(), 1) * devicePixelRatioF());
     seenFrom_ = minValue_ + filled * pixel;
     seenUntil_ = seenFrom_ + pixel;
-    if (filled == drawnPixels_) return;
-    if (sinceDrawing_.elapsed() >= kFrame) repaint();
-}
-
-void ProgressIndicator::showEvent(QShowEvent* event) {
-    QWidget::showEvent(event);
-    // What is hidden again within a frame need not be drawn.
-    sinceDrawing_.start();
+    if (filled == drawnPixels_ && !isComing_) return;
+    if (sinceDrawing_.elapsed() < kFrame) return;
+    come();
+    repaint();
 }
 
 void ProgressIndicator::paintEvent(QPaintEvent*) {

@@ -23,15 +23,19 @@ class ProgressIndicator : public QWidget {
     /// and that is a frame of the screen ago, as is the bar's being shown.
     void displayIfNeeded();
 
+    /// In a window that is seen, a bar is shown by the next drawing or the event loop: it never
+    /// comes if it is hidden again before that.
+    void setVisible(bool visible) override;
+
     QSize sizeHint() const override { return {120, 4}; }
 
   protected:
-    void showEvent(QShowEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
   private:
     void setRange(double least, double greatest);
     int filledPixels() const;
+    void come();
 
     double minValue_ = 0.0;
     double maxValue_ = 1.0;
@@ -40,7 +44,8 @@ class ProgressIndicator : public QWidget {
     // The values that fill as many pixels as the one that was last looked at; none at first.
     double seenFrom_ = 0.0;
     double seenUntil_ = 0.0;
-    QElapsedTimer sinceDrawing_;  // or since it was shown
+    QElapsedTimer sinceDrawing_;  // or since it was to be shown
+    bool isComing_ = false;
 };
 
 }  // namespace platform

@@ -293,15 +293,17 @@ TEST(Search, TakesTogetherWhatIsTypedWhileItRuns) {
 TEST(Progress, IsDrawnAtOnceAndNoOftenerThanItShows) {
     class Bar : public ProgressIndicator {
       public:
+        using ProgressIndicator::ProgressIndicator;
         int drawings = 0;
         void paintEvent(QPaintEvent* event) override {
             ++drawings;
             ProgressIndicator::paintEvent(event);
         }
     };
-    Bar bar;
+    QWidget window;
+    Bar bar(&window);
     bar.resize(100, 4);
-    bar.show();
+    window.show();
     QApplication::processEvents();
     bar.setMaxValue(10'000.0);
     const auto show = [&](double value) {
@@ -323,6 +325,20 @@ TEST(Progress, IsDrawnAtOnceAndNoOftenerThanItShows) {
     bar.setHidden(true);
     QThread::msleep(20);
     EXPECT_EQ(show(0), 0);
+
+    bar.setHidden(false);
+    EXPECT_EQ(show(1), 0);
+    EXPECT_TRUE(bar.isHidden());
+    QThread::msleep(20);
+    EXPECT_EQ(show(5'000), 1);
+    bar.setHidden(true);
+    bar.setHidden(false);
+    bar.setHidden(true);
+    QApplication::processEvents();
+    EXPECT_TRUE(bar.isHidden());
+    bar.setHidden(false);
+    QApplication::processEvents();
+    EXPECT_TRUE(bar.isVisible());
 }
 
 }  // namespace
