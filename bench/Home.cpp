@@ -50,6 +50,8 @@ void Home::set(const Setting& setting) const {
     const QString own = configuration_ + QStringLiteral("/com.ovrelin.Pairdeck");
     QDir(own).removeRecursively();
     QFile::remove(desktopFile());
+    QFile::remove(motionFile());
+    if (setting.lessMotion) writeFile(motionFile(), "[KDE]\nAnimationDurationFactor=0\n");
     if (setting.wallpaper) writeFile(desktopFile(), channelWithWallpaper());
     if (setting.tracks == 0) return;
     const QByteArray folder = libraryOf(setting.tracks).toUtf8();
@@ -74,6 +76,10 @@ QString Home::song(const QString& name, const QByteArray& tag, const QString& so
 
 QString Home::desktopFile() const {
     return configuration_ + QStringLiteral("/xfce4/xfconf/xfce-perchannel-xml/xfce4-desktop.xml");
+}
+
+QString Home::motionFile() const {
+    return configuration_ + QStringLiteral("/kdeglobals");
 }
 
 QByteArray Home::channelWithWallpaper() const {

@@ -21,8 +21,9 @@ bool forgetFiles();
 class Home {
   public:
     struct Setting {
-        bool wallpaper = false;  ///< the desktop's picture is a JPEG of 5K
-        int tracks = 0;          ///< so many are in both decks' default folder; no folder for 0
+        bool wallpaper = false;   ///< the desktop's picture is a JPEG of 5K
+        int tracks = 0;           ///< so many are in both decks' default folder; no folder for 0
+        bool lessMotion = false;  ///< the desktop asks for it
     };
 
     /// Makes it so, with nothing left of an earlier run.
@@ -34,6 +35,7 @@ class Home {
 
   private:
     QString desktopFile() const;
+    QString motionFile() const;
     QByteArray channelWithWallpaper() const;
 
     QTemporaryDir folder_;

@@ -49,10 +49,10 @@ struct InterfaceClasses {
 ///                  the value that the string list `with` gives as "key=value".
 class Interface {
   public:
-    /// Loads the one of `files` called `name` and all that it names, creates its controllers, connects every
-    /// outlet and wires every action, then calls each controller's awakeFromNib, unless there are
-    /// problems already: those that awake slowly last, behind `show`, which may put the main window
-    /// on the screen.
+    /// Loads the one of `files` called `name` and all that it names, creates its controllers,
+    /// connects every outlet and wires every action, then calls each controller's awakeFromNib,
+    /// unless there are problems already: those that awake slowly last, behind `show`, which may
+    /// put the main window on the screen.
     Interface(const QString& name, const InterfaceFiles& files, const InterfaceClasses& classes,
               const std::function<void(Window& main)>& show = {});
     ~Interface();

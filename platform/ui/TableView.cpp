@@ -270,8 +270,6 @@ void TableView::reloadData() {
         selectionModel()->setCurrentIndex(
             index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
-    // Before it is drawn: a bar that comes or goes would have every row drawn again.
-    executeDelayedItemsLayout();
     verticalScrollBar()->setValue(scrolledTo);
 }
 

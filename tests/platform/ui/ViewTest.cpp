@@ -5,7 +5,9 @@
 #include "tests/support/Pointer.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QTest>
+#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -153,8 +155,12 @@ TEST(Accessibility, AWindowThatWasAskedForEarlyIsADialogOnceItIsShown) {
     window.setProperty("secondary", true);
     const auto* const early = QAccessible::queryAccessibleInterface(&window);
     ASSERT_TRUE(early);
+    // Nor does a window that nobody opened trouble the desktop.
+    QApplication::processEvents();
+    EXPECT_FALSE(window.windowHandle());
     window.makeKeyAndOrderFront();
     EXPECT_EQ(early->role(), QAccessible::Dialog);
+    EXPECT_EQ(window.windowHandle()->type(), Qt::Dialog);
 }
 
 }  // namespace
