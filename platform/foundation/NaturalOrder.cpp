@@ -30,6 +30,10 @@ QString text(char character) {
     return QString(QLatin1Char(character == '.' ? '\t' : character));
 }
 
+size_t placeOf(char character) {
+    return static_cast<unsigned char>(character);
+}
+
 bool precedesInBytes(QByteArrayView left, QByteArrayView right) {
     const int order = std::memcmp(left.data(), right.data(),
                                   static_cast<size_t>(std::min(left.size(), right.size())));
@@ -85,7 +89,7 @@ bool NaturalOrder::weigh() {
         const bool differs =
             i == 0 || collator_.compare(text(characters[i - 1]) + u'z', text(characters[i])) < 0;
         if (!differs) return false;
-        weights_[static_cast<size_t>(characters[i])] = ++weight;
+        weights_[placeOf(characters[i])] = ++weight;
     }
     weights_['\t'] = weights_['.'];
     for (size_t letter = 'A'; letter <= 'Z'; ++letter)
@@ -99,7 +103,7 @@ bool NaturalOrder::hasDigraphs() const {
     std::vector<char> letters(26);
     std::iota(letters.begin(), letters.end(), 'a');
     std::sort(letters.begin(), letters.end(), [this](char left, char right) {
-        return weights_[static_cast<size_t>(left)] < weights_[static_cast<size_t>(right)];
+        return weights_[placeOf(left)] < weights_[placeOf(right)];
     });
     for (size_t i = 0; i < letters.size(); ++i) {
         QString previous = text(letters[i]);
@@ -118,9 +122,9 @@ bool NaturalOrder::hasDigraphs() const {
 bool NaturalOrder::appendKey(QByteArrayView name, std::vector<unsigned char>& key) const {
     for (qsizetype i = 0; i < name.size();) {
         const char character = name[i];
-        if (static_cast<unsigned char>(character) >= weights_.size()) return false;
+        if (placeOf(character) >= weights_.size()) return false;
         if (!isDigit(character)) {
-            const unsigned char weight = weights_[static_cast<size_t>(character)];
+            const unsigned char weight = weights_[placeOf(character)];
             if (weight > 0) key.push_back(weight);
             ++i;
             continue;

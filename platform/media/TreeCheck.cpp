@@ -144,8 +144,8 @@ void TreeCheck::check(MediaFolder& folder, bool isDeep) {
         drop(folder);
     folder.isDirty = folder.isDeepDirty = false;
     // The first one is then taken first.
-    for (auto inner = folder.folders.rbegin(); inner != folder.folders.rend(); ++inner)
-        visit(**inner, isDeep);
+    for (std::size_t left = folder.folders.size(); left > 0; --left)
+        visit(*folder.folders[left - 1], isDeep);
     --folder.visitors;
 }
 
