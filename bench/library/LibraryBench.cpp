@@ -219,6 +219,8 @@ double allocatedBytes() {
 double bytesPerTrack(const QString& folder) {
     Deck deck;
     deck.scan(folder);
+    // Until the store has taken what is new: its records are made in memory.
+    std::this_thread::sleep_for(std::chrono::seconds(1));
     const auto count = static_cast<double>(PDLeftSourceManager::trackArray().size());
     const double full = allocatedBytes();
     deck.scan(QString());
