@@ -9,13 +9,6 @@
 
 namespace {
 
-bool isAscii(QStringView text) {
-    char16_t seen = 0;
-    for (const QChar unit : text)
-        seen |= unit.unicode();
-    return seen < 0x80;
-}
-
 // A mark that modifies the letter before it: one with a combining class. The vowel signs of the
 // Indic scripts are marks of class 0, letters to their readers, and stay; viramas (class 9) and the
 // Thai and Lao vowel signs below and tone marks (103, 107, 118, 122) go like accents, so that a
@@ -69,7 +62,6 @@ QString caseFolded(const QString& text) {
 // Caseless matching after the Unicode Standard 15.0, section 3.13, with the marks dropped in
 // between. Composing at the end keeps a Hangul syllable one character, so that 가 is not in 각.
 QString folded(const QString& text) {
-    if (isAscii(text)) return text.toCaseFolded();
     const QString decomposed = text.normalized(QString::NormalizationForm_D);
     QString bare;
     bare.reserve(decomposed.size());
@@ -133,7 +125,7 @@ class FoldingTable {
     static constexpr char16_t kSecond = 0x1E00;
     static constexpr char16_t kSecondEnd = 0x3100;
 
-    // An ideograph or a Korean syllable, which is composed of letters and composes with more.
+    // An ideograph, or a Korean syllable, which composes with letters alone that are not here.
     static bool isItself(char16_t character) {
         return (character >= 0x4E00 && character < 0xA000) ||
                (character >= 0xAC00 && character < 0xD7A4);

@@ -30,6 +30,8 @@ QTextLine firstLine(QTextLayout& layout, QTextOption::WrapMode mode, double widt
     option.setWrapMode(mode);
     layout.setTextOption(option);
     layout.setFormats(fallbackFaces(layout.text(), layout.font()));
+    // For the drawing, which else would shape it again.
+    layout.setCacheEnabled(true);
     layout.beginLayout();
     QTextLine line = layout.createLine();
     line.setLineWidth(width);

@@ -51,6 +51,7 @@ class Window : public QWidget, public Target {
     /// The view that the interface file calls "contentView"; null when there is none.
     View* contentView() const;
 
+    /// Makes the native window and tells the window system about it when it is first shown.
     void setVisible(bool visible) override;
     /// Shows the window in front and gives it keyboard focus.
     void makeKeyAndOrderFront();
